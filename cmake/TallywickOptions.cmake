@@ -1,0 +1,20 @@
+# Checks of the identity values and the warning and sanitizer flags shared by every target.
+
+string(LENGTH "${signingTeamIdentifier}" _teamLength)
+if(NOT _teamLength EQUAL 10 OR NOT signingTeamIdentifier MATCHES "^[A-Za-z0-9]+$")
+  message(FATAL_ERROR "signingTeamIdentifier must be ten letters or digits, got '${signingTeamIdentifier}'")
+endif()
+# The identifier ends up inside quoted requirement texts and C++ string literals.
+if(NOT bundleIdentifierBase MATCHES "^[A-Za-z0-9][A-Za-z0-9.-]*[A-Za-z0-9]$")
+  message(FATAL_ERROR "bundleIdentifierBase must be a reverse-DNS name of letters, digits, dots and hyphens")
+endif()
+
+# Every target of ours builds with the same strict warnings.
+function(tallywick_defaults target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Werror)
+endfunction()
+
+if(TALLYWICK_SANITIZE)
+  add_compile_options(-fsanitize=${TALLYWICK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${TALLYWICK_SANITIZE})
+endif()

@@ -1,0 +1,92 @@
+#include <tallywick/Date.h>
+
+#include <array>
+
+namespace tallywick {
+namespace {
+
+// Reads exactly `width` ASCII digits at `pos`.
+bool digits(std::string_view text, std::size_t pos, std::size_t width, int& out) {
+    if (pos + width > text.size()) return false;
+    int value = 0;
+    for (std::size_t i = pos; i < pos + width; ++i) {
+        const char c = text[i];
+        if (c < '0' || c > '9') return false;
+        value = value * 10 + (c - '0');
+    }
+    out = value;
+    return true;
+}
+
+}  // namespace
+
+std::optional<Date> parseDate(std::string_view text) {
+    // YYYY-MM-DDTHH:MM:SS, then an optional fraction, then Z or +HH:MM / -HH:MM.
+    int year, month, day, hour, minute, second;
+    if (text.size() < 20 || !digits(text, 0, 4, year) || text[4] != '-' || !digits(text, 5, 2, month) ||
+        text[7] != '-' || !digits(text, 8, 2, day) || text[10] != 'T' || !digits(text, 11, 2, hour) ||
+        text[13] != ':' || !digits(text, 14, 2, minute) || text[16] != ':' || !digits(text, 17, 2, second)) {
+        return std::nullopt;
+    }
+    if (hour > 23 || minute > 59 || second > 59) return std::nullopt;
+
+    std::size_t pos = 19;
+    if (text[pos] == '.') {
+        const std::size_t start = ++pos;
+        while (pos < text.size() && text[pos] >= '0' && text[pos] <= '9') ++pos;
+        if (pos == start) return std::nullopt;
+    }
+    int offsetSeconds = 0;
+    if (pos < text.size() && text[pos] == 'Z') {
+        ++pos;
+    } else if (pos < text.size() && (text[pos] == '+' || text[pos] == '-')) {
+        int offsetHour, offsetMinute;
+        if (!digits(text, pos + 1, 2, offsetHour) || pos + 3 >= text.size() || text[pos + 3] != ':' ||
+            !digits(text, pos + 4, 2, offsetMinute) || offsetHour > 23 || offsetMinute > 59) {
+            return std::nullopt;
+        }
+        offsetSeconds = (offsetHour * 3600 + offsetMinute * 60) * (text[pos] == '-' ? -1 : 1);
+        pos += 6;
+    } else {
+        return std::nullopt;
+    }
+    if (pos != text.size()) return std::nullopt;
+
+    const std::chrono::year_month_day ymd{std::chrono::year{year},
+                                          std::chrono::month{static_cast<unsigned>(month)},
+                                          std::chrono::day{static_cast<unsigned>(day)}};
+    if (!ymd.ok()) return std::nullopt;
+    return Date{std::chrono::sys_days{ymd}} + std::chrono::hours{hour} + std::chrono::minutes{minute} +
+           std::chrono::seconds{second - offsetSeconds};
+}
+
+std::optional<std::string> formatDate(Date date) {
+    const auto days = std::chrono::floor<std::chrono::days>(date);
+    const std::chrono::year_month_day ymd{days};
+    const int year = static_cast<int>(ymd.year());
+    if (!ymd.ok() || year < 0 || year > 9999) return std::nullopt;
+    const std::chrono::hh_mm_ss time{date - days};
+
+    std::array<char, 20> out{};
+    auto put = [&out](std::size_t pos, unsigned value, std::size_t width) {
+        for (std::size_t i = width; i-- > 0;) {
+            out[pos + i] = static_cast<char>('0' + value % 10);
+            value /= 10;
+        }
+    };
+    put(0, static_cast<unsigned>(year), 4);
+    out[4] = '-';
+    put(5, static_cast<unsigned>(ymd.month()), 2);
+    out[7] = '-';
+    put(8, static_cast<unsigned>(ymd.day()), 2);
+    out[10] = 'T';
+    put(11, static_cast<unsigned>(time.hours().count()), 2);
+    out[13] = ':';
+    put(14, static_cast<unsigned>(time.minutes().count()), 2);
+    out[16] = ':';
+    put(17, static_cast<unsigned>(time.seconds().count()), 2);
+    out[19] = 'Z';
+    return std::string(out.data(), out.size());
+}
+
+}  // namespace tallywick

@@ -1,0 +1,71 @@
+#include "model/coding/Reader.h"
+
+#include <algorithm>
+
+#include <tallywick/TallywickCoding.h>
+
+namespace tallywick::coding {
+
+DecodeError Reader::takeError() {
+    std::string path;
+    for (auto it = path_.rbegin(); it != path_.rend(); ++it) {
+        if (!path.empty() && it->front() != '[') path += '.';
+        path += *it;
+    }
+    error_.codingPath = std::move(path);
+    path_.clear();
+    return std::move(error_);
+}
+
+std::string_view jsonTypeName(Element element) {
+    switch (element.type()) {
+        case simdjson::dom::element_type::ARRAY: return "an array";
+        case simdjson::dom::element_type::OBJECT: return "an object";
+        case simdjson::dom::element_type::INT64:
+        case simdjson::dom::element_type::UINT64: return "an integer";
+        case simdjson::dom::element_type::DOUBLE: return "a number with a fraction or exponent";
+        case simdjson::dom::element_type::STRING: return "a string";
+        case simdjson::dom::element_type::BOOL: return "a truth value";
+        case simdjson::dom::element_type::NULL_VALUE: return "null";
+    }
+    return "an unknown value";
+}
+
+bool Reader::typeMismatch(std::string_view expected, Element found) {
+    if (found.is_null()) {
+        return fail(DecodeError::Kind::valueNotFound,
+                    "Expected " + std::string(expected) + " but found null");
+    }
+    return fail(DecodeError::Kind::typeMismatch,
+                "Expected " + std::string(expected) + " but found " + std::string(jsonTypeName(found)));
+}
+
+namespace {
+
+simdjson::dom::parser& threadParser() {
+    // One parser per thread, kept for reuse: its buffers grow to the largest
+    // text the thread has read and are never shared.
+    thread_local simdjson::dom::parser parser = [] {
+        const auto& config = TallywickCoding::decoder();
+        simdjson::dom::parser p(config.maxCapacity);
+        // Should this fail, the first parse reports it as a capacity error.
+        const auto allocated = p.allocate(simdjson::SIMDJSON_PADDING, config.maxDepth);
+        (void)allocated;
+        return p;
+    }();
+    return parser;
+}
+
+}  // namespace
+
+bool parseDocument(Reader& reader, std::string_view text, Element& root) {
+    if (text.empty()) return reader.fail(DecodeError::Kind::notJson, "The text is empty");
+    auto error = threadParser().parse(text.data(), text.size()).get(root);
+    if (error != simdjson::SUCCESS) {
+        return reader.fail(DecodeError::Kind::notJson,
+                           std::string("The text is not valid JSON: ") + simdjson::error_message(error));
+    }
+    return true;
+}
+
+}  // namespace tallywick::coding

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <simdjson.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <tallywick/DecodeError.h>
+
+namespace tallywick::coding {
+
+using Element = simdjson::dom::element;
+
+// Carries the first failure of one decode. Readers return false on failure;
+// each level on the way out adds its key so the error names where it happened.
+class Reader {
+public:
+    bool fail(DecodeError::Kind kind, std::string description) {
+        error_.kind = kind;
+        error_.description = std::move(description);
+        return false;
+    }
+    bool at(std::string_view key) {
+        path_.emplace_back(key);
+        return false;
+    }
+    bool atIndex(std::size_t index) {
+        path_.push_back("[" + std::to_string(index) + "]");
+        return false;
+    }
+    DecodeError takeError();
+
+    // Wrong JSON type: names what was wanted and what was found.
+    bool typeMismatch(std::string_view expected, Element found);
+
+private:
+    DecodeError error_;
+    std::vector<std::string> path_;
+};
+
+std::string_view jsonTypeName(Element element);
+
+// Parses a whole text with this thread's parser. The element stays valid
+// until the thread's next parse.
+bool parseDocument(Reader& reader, std::string_view text, Element& root);
+
+}  // namespace tallywick::coding

@@ -1,0 +1,279 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <tuple>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include <tallywick/TallywickCoding.h>
+
+#include "model/coding/ValueCoding.h"
+
+namespace tallywick::coding {
+
+// A record is described once by its key set, a tuple of (key, member) pairs in
+// field order; reading and writing both follow it, so keys cannot drift apart.
+template <class Record, class Member>
+struct Field {
+    std::string_view key;
+    Member Record::*member;
+};
+
+template <class Record, class Member>
+constexpr Field<Record, Member> field(std::string_view key, Member Record::*member) {
+    return {key, member};
+}
+
+template <class... Fields>
+constexpr auto keySet(Fields... fields) {
+    return std::tuple<Fields...>{fields...};
+}
+
+// Specialised per record: static constexpr auto keys = keySet(...);
+template <class T>
+struct RecordKeys;
+
+template <class T>
+concept Record = requires {
+    RecordKeys<T>::keys;
+};
+
+// A one-key enumeration wraps std::variant<Cases...> in a member `value`;
+// each case is a record with a static `caseName`.
+template <class T>
+concept OneOf = requires(T t) {
+    typename T::Value;
+    t.value;
+};
+
+template <class T>
+struct IsOptional : std::false_type {};
+template <class T>
+struct IsOptional<std::optional<T>> : std::true_type {};
+
+template <class T>
+bool readValue(Reader& r, Element e, std::vector<T>& out);
+template <Record T>
+bool readValue(Reader& r, Element e, T& out);
+template <OneOf T>
+bool readValue(Reader& r, Element e, T& out);
+
+template <class T>
+void writeValue(JsonWriter& w, const std::vector<T>& values);
+template <Record T>
+void writeValue(JsonWriter& w, const T& record);
+template <OneOf T>
+void writeValue(JsonWriter& w, const T& message);
+
+template <class T>
+bool readValue(Reader& r, Element e, std::vector<T>& out) {
+    simdjson::dom::array array;
+    if (e.get(array) != simdjson::SUCCESS) return r.typeMismatch("an array", e);
+    out.clear();
+    out.reserve(array.size());
+    std::size_t index = 0;
+    for (Element item : array) {
+        if (!readValue(r, item, out.emplace_back())) return r.atIndex(index);
+        ++index;
+    }
+    return true;
+}
+
+template <class T>
+void writeValue(JsonWriter& w, const std::vector<T>& values) {
+    w.beginArray();
+    for (const auto& item : values) writeValue(w, item);
+    w.endArray();
+}
+
+template <class Keys, std::size_t... I>
+int findKey(const Keys& keys, std::string_view name, std::index_sequence<I...>) {
+    int found = -1;
+    ((std::get<I>(keys).key == name ? (found = int(I), true) : false) || ...);
+    return found;
+}
+
+template <class R, class M>
+bool readField(Reader& r, Element e, R& out, const Field<R, M>& f) {
+    auto& target = out.*(f.member);
+    if (e.is_null()) {
+        if constexpr (IsOptional<M>::value) {
+            target.reset();
+            return true;
+        } else {
+            return r.fail(DecodeError::Kind::valueNotFound, "Expected a value but found null");
+        }
+    }
+    if constexpr (IsOptional<M>::value) {
+        return readValue(r, e, target.emplace());
+    } else {
+        return readValue(r, e, target);
+    }
+}
+
+template <class R, class Keys, std::size_t... I>
+bool readFieldAt(Reader& r, Element e, R& out, const Keys& keys, int index, std::index_sequence<I...>) {
+    bool ok = true;
+    ((int(I) == index ? (ok = readField(r, e, out, std::get<I>(keys)), true) : false) || ...);
+    return ok;
+}
+
+bool failMissingKey(Reader& r, std::string_view key);
+bool failDuplicateKey(Reader& r, std::string_view key);
+
+// Reads the members of `out` from an object; `out` starts default-built.
+template <class R, class Keys>
+bool readObject(Reader& r, Element e, R& out, const Keys& keys) {
+    constexpr std::size_t count = std::tuple_size_v<Keys>;
+    static_assert(count <= 32);
+    using Indices = std::make_index_sequence<count>;
+    simdjson::dom::object object;
+    if (e.get(object) != simdjson::SUCCESS) return r.typeMismatch("an object", e);
+    if constexpr (count == 0) {
+        return true;  // a case without values: the object's contents are not looked at
+    } else {
+        std::uint32_t seen = 0;
+        for (auto [name, value] : object) {
+            const int index = findKey(keys, name, Indices{});
+            if (index < 0) continue;
+            const std::uint32_t bit = 1u << index;
+            if (seen & bit) return failDuplicateKey(r, name);
+            seen |= bit;
+            if (!readFieldAt(r, value, out, keys, index, Indices{})) return r.at(name);
+        }
+        bool ok = true;
+        [&]<std::size_t... I>(std::index_sequence<I...>) {
+            ((ok = ok && (IsOptional<std::remove_cvref_t<decltype(out.*(std::get<I>(keys).member))>>::value ||
+                          (seen & (1u << I)) || failMissingKey(r, std::get<I>(keys).key))),
+             ...);
+        }
+        (Indices{});
+        return ok;
+    }
+}
+
+template <class R, class Keys>
+void writeObject(JsonWriter& w, const R& record, const Keys& keys) {
+    w.beginObject();
+    if constexpr (std::tuple_size_v < Keys >> 0)
+        std::apply(
+            [&](const auto&... f) {
+                auto one = [&](const auto& fld) {
+                    const auto& v = record.*(fld.member);
+                    if constexpr (IsOptional<std::remove_cvref_t<decltype(v)>>::value) {
+                        if (!v) return;
+                        w.key(fld.key);
+                        writeValue(w, *v);
+                    } else {
+                        w.key(fld.key);
+                        writeValue(w, v);
+                    }
+                };
+                (one(f), ...);
+            },
+            keys);
+    w.endObject();
+}
+
+template <Record T>
+bool readValue(Reader& r, Element e, T& out) {
+    return readObject(r, e, out, RecordKeys<T>::keys);
+}
+
+template <Record T>
+void writeValue(JsonWriter& w, const T& record) {
+    writeObject(w, record, RecordKeys<T>::keys);
+}
+
+bool failCaseCount(Reader& r);
+
+// Exactly one key of the object must name a case; keys naming no case are
+// skipped, not counted. The case's own object is then read as a record.
+template <OneOf T>
+bool readValue(Reader& r, Element e, T& out) {
+    using Variant = typename T::Value;
+    constexpr std::size_t count = std::variant_size_v<Variant>;
+    simdjson::dom::object object;
+    if (e.get(object) != simdjson::SUCCESS) return r.typeMismatch("an object", e);
+    int found = -1;
+    int matches = 0;
+    std::string_view foundName;
+    Element inner;
+    for (auto [name, value] : object) {
+        int index = -1;
+        [&]<std::size_t... I>(std::index_sequence<I...>) {
+            ((std::variant_alternative_t<I, Variant>::caseName == name ? (index = int(I), true) : false) ||
+             ...);
+        }
+        (std::make_index_sequence<count>{});
+        if (index < 0) continue;
+        ++matches;
+        found = index;
+        foundName = name;
+        inner = value;
+    }
+    if (matches != 1) return failCaseCount(r);
+    bool ok = true;
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+        ((int(I) == found ? (ok = readValue(r, inner, out.value.template emplace<I>()), true) : false) ||
+         ...);
+    }
+    (std::make_index_sequence<count>{});
+    return ok || r.at(foundName);
+}
+
+template <OneOf T>
+void writeValue(JsonWriter& w, const T& message) {
+    std::visit(
+        [&](const auto& item) {
+            w.beginObject();
+            w.key(std::remove_cvref_t<decltype(item)>::caseName);
+            writeValue(w, item);
+            w.endObject();
+        },
+        message.value);
+}
+
+template <class T>
+DecodeResult<T> decodeText(std::string_view text) {
+    Reader reader;
+    Element root;
+    if (!parseDocument(reader, text, root)) return reader.takeError();
+    T value{};
+    if (!readValue(reader, root, value)) return reader.takeError();
+    return value;
+}
+
+template <class T>
+std::optional<std::string> encodeText(const T& value) {
+    JsonWriter writer;
+    writeValue(writer, value);
+    return std::move(writer).finish();
+}
+
+}  // namespace tallywick::coding
+
+namespace tallywick::TallywickCoding {
+
+template <WireCodable T>
+DecodeResult<T> decodeResult(std::string_view text) {
+    return coding::decodeText<T>(text);
+}
+
+template <WireCodable T>
+std::optional<std::string> encodeToString(const T& value) {
+    return coding::encodeText(value);
+}
+
+}  // namespace tallywick::TallywickCoding
+
+// Instantiates the public entry points for one type, in that type's own .cpp.
+#define TALLYWICK_INSTANTIATE_CODING(Type)                                                   \
+    template ::tallywick::DecodeResult<Type> tallywick::TallywickCoding::decodeResult<Type>( \
+        std::string_view);                                                                   \
+    template std::optional<std::string> tallywick::TallywickCoding::encodeToString<Type>(const Type&);

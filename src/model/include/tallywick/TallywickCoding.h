@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include <tallywick/DecodeError.h>
+#include <tallywick/WireCodable.h>
+
+namespace tallywick {
+
+// The writer's fixed configuration, shared by every encode.
+struct JsonEncoder {
+    bool escapeSolidus = true;
+    bool compact = true;
+};
+
+// The reader's fixed configuration. Every thread reuses one parser of its own
+// built from it; nothing is shared between threads after creation.
+struct JsonDecoder {
+    std::size_t maxDepth = 64;                       // our messages nest six levels deep
+    std::size_t maxCapacity = std::size_t{1} << 28;  // the link's frame limit, 256 MiB
+};
+
+namespace TallywickCoding {
+
+// The shared instances, created once on first use and never changed.
+const JsonEncoder& encoder();
+const JsonDecoder& decoder();
+
+// Reads a whole text as T, strictly: exact JSON types, required keys present,
+// null as absent for optional fields, unknown keys skipped, a key that T declares
+// appearing twice in one object rejected. Any fault fails the whole text.
+template <WireCodable T>
+DecodeResult<T> decodeResult(std::string_view text);
+
+template <WireCodable T>
+std::optional<T> decode(std::string_view text) {
+    auto result = decodeResult<T>(text);
+    if (auto* value = std::get_if<T>(&result)) return std::move(*value);
+    return std::nullopt;
+}
+
+// Compact JSON text, or none when a value cannot be written.
+template <WireCodable T>
+std::optional<std::string> encodeToString(const T& value);
+
+}  // namespace TallywickCoding
+}  // namespace tallywick

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <tallywick/Account.h>
+#include <tallywick/ApiLogEntry.h>
+#include <tallywick/LedgerEntry.h>
+#include <tallywick/LiveConnection.h>
+#include <tallywick/Settings.h>
+#include <tallywick/WireCodable.h>
+
+namespace tallywick {
+
+// The host's whole state at one moment, each list in the host's order.
+// Compared by its parts, never as a whole, so it has no equality.
+struct Snapshot {
+    std::vector<Account> accounts;
+    std::vector<LedgerEntry> entries;
+    std::vector<LiveConnection> connections;
+    Settings settings;
+    std::vector<ApiLogEntry> recentApiLog;
+    std::string hostVersion;
+};
+
+template <>
+inline constexpr bool isWireCodable<Snapshot> = true;
+
+}  // namespace tallywick
