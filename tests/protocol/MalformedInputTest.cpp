@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include <tallywick/core.h>
+
+#include "protocol/ExampleTexts.h"
+
+using namespace tallywick;
+using namespace tallywick::testing;
+using TallywickCoding::decode;
+using TallywickCoding::decodeResult;
+
+// What a hostile or broken host might send. Each must give a clear error value:
+// no crash, no partial message.
+
+TEST(MalformedInputTest, NotAJsonObject) {
+    for (std::string_view text :
+         {"", " ", "null", "[]", "[{\"ok\":{}}]", "\"ok\"", "1", "true", "{", "{\"ok\":{}", "{\"ok\":{}}}",
+          "{\"ok\":{}} {\"ok\":{}}", "{'ok':{}}", "{\"ok\":{},}", "\xef\xbb\xbf{\"ok\":{}}"}) {
+        auto result = decodeResult<ControlResponse>(text);
+        ASSERT_TRUE(std::holds_alternative<DecodeError>(result)) << text;
+        EXPECT_FALSE(std::get<DecodeError>(result).description.empty());
+    }
+    EXPECT_TRUE(decode<ControlResponse>(" \n\t{\"ok\" : {} }\r\n")) << "whitespace around tokens is JSON";
+}
+
+TEST(MalformedInputTest, EveryTruncationOfAValidTextFails) {
+    const std::string full(kFullSnapshotResponse);
+    for (std::size_t length = 0; length < full.size(); ++length) {
+        EXPECT_FALSE(decode<ControlResponse>(std::string_view(full).substr(0, length))) << length;
+    }
+}
+
+TEST(MalformedInputTest, InvalidUtf8AnywhereFails) {
+    const std::string base = R"({"failure":{"_0":"MARK"}})";
+    for (std::string_view bad : {"\xff", "\xc3(", "\xe2\x82", "\xed\xa0\x80", "\xc0\xaf",
+                                 "\xf8\x88\x80\x80\x80", "\\ud800", "\\udc00x", "\\ud800\\u0041"}) {
+        std::string text = base;
+        text.replace(text.find("MARK"), 4, bad);
+        EXPECT_FALSE(decode<ControlResponse>(text)) << text;
+    }
+    auto pair = decode<ControlResponse>(R"({"failure":{"_0":"\ud83c\udf89 \u00fc \/"}})");
+    ASSERT_TRUE(pair);
+    EXPECT_EQ(std::get<ControlResponse::Failure>(pair->value).reason, "🎉 ü /");
+}
+
+TEST(MalformedInputTest, DeepNestingIsRefusedNotRecursedInto) {
+    for (std::size_t depth : {100u, 10'000u, 1'000'000u}) {
+        std::string text = R"({"ok":{"x":)" + std::string(depth, '[') + std::string(depth, ']') + "}}";
+        EXPECT_FALSE(decode<ControlResponse>(text)) << depth;
+    }
+    std::string objects = R"({"ok":{"x":)";
+    for (int i = 0; i < 100'000; ++i) objects += R"({"a":)";
+    objects += "1" + std::string(100'000, '}') + "}}";
+    EXPECT_FALSE(decode<ControlResponse>(objects));
+}
+
+TEST(MalformedInputTest, HugeAndOddNumbers) {
+    const std::string prefix = R"({"setStartingPoints":{"_0":)";
+    for (const std::string& number :
+         std::vector<std::string>{"9223372036854775808", "-9223372036854775809", "1e400", "NaN", "Infinity",
+                                  "0x10", "01", "+1", "1.", ".5", "--1", std::string(5000, '9')}) {
+        EXPECT_FALSE(decode<ControlRequest>(prefix + number + "}}")) << number;
+    }
+}
+
+TEST(MalformedInputTest, ControlCharactersAndEmbeddedNul) {
+    EXPECT_FALSE(decode<ControlResponse>(std::string("{\"failure\":{\"_0\":\"a\nb\"}}")));
+    EXPECT_FALSE(decode<ControlResponse>(std::string("{\"failure\":{\"_0\":\"a\0b\"}}", 22)));
+    auto nul = decode<ControlResponse>(R"({"failure":{"_0":"a\u0000b"}})");
+    ASSERT_TRUE(nul);
+    EXPECT_EQ(std::get<ControlResponse::Failure>(nul->value).reason, std::string("a\0b", 3));
+    EXPECT_EQ(TallywickCoding::encodeToString(*nul), R"({"failure":{"_0":"a\u0000b"}})");
+}
+
+TEST(MalformedInputTest, LargeValidTextStillReads) {
+    std::string reason(8 << 20, 'x');
+    auto response = decode<ControlResponse>(R"({"failure":{"_0":")" + reason + "\"}}");
+    ASSERT_TRUE(response);
+    EXPECT_EQ(std::get<ControlResponse::Failure>(response->value).reason.size(), reason.size());
+}
