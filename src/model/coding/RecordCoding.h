@@ -94,7 +94,7 @@ void writeValue(JsonWriter& w, const std::vector<T>& values) {
 template <class Keys, std::size_t... I>
 int findKey(const Keys& keys, std::string_view name, std::index_sequence<I...>) {
     int found = -1;
-    ((std::get<I>(keys).key == name ? (found = int(I), true) : false) || ...);
+    (void)((std::get<I>(keys).key == name ? (found = int(I), true) : false) || ...);
     return found;
 }
 
@@ -119,7 +119,7 @@ bool readField(Reader& r, Element e, R& out, const Field<R, M>& f) {
 template <class R, class Keys, std::size_t... I>
 bool readFieldAt(Reader& r, Element e, R& out, const Keys& keys, int index, std::index_sequence<I...>) {
     bool ok = true;
-    ((int(I) == index ? (ok = readField(r, e, out, std::get<I>(keys)), true) : false) || ...);
+    (void)((int(I) == index ? (ok = readField(r, e, out, std::get<I>(keys)), true) : false) || ...);
     return ok;
 }
 
@@ -192,12 +192,27 @@ void writeValue(JsonWriter& w, const T& record) {
 
 bool failCaseCount(Reader& r);
 
+template <class Variant, std::size_t... I>
+int caseIndex(std::string_view name, std::index_sequence<I...>) {
+    int found = -1;
+    (void)((std::variant_alternative_t<I, Variant>::caseName == name ? (found = int(I), true) : false) ||
+           ...);
+    return found;
+}
+
+template <class Variant, std::size_t... I>
+bool readCase(Reader& r, Element inner, Variant& out, int index, std::index_sequence<I...>) {
+    bool ok = true;
+    (void)((int(I) == index ? (ok = readValue(r, inner, out.template emplace<I>()), true) : false) || ...);
+    return ok;
+}
+
 // Exactly one key of the object must name a case; keys naming no case are
 // skipped, not counted. The case's own object is then read as a record.
 template <OneOf T>
 bool readValue(Reader& r, Element e, T& out) {
     using Variant = typename T::Value;
-    constexpr std::size_t count = std::variant_size_v<Variant>;
+    using Cases = std::make_index_sequence<std::variant_size_v<Variant>>;
     simdjson::dom::object object;
     if (e.get(object) != simdjson::SUCCESS) return r.typeMismatch("an object", e);
     int found = -1;
@@ -205,12 +220,7 @@ bool readValue(Reader& r, Element e, T& out) {
     std::string_view foundName;
     Element inner;
     for (auto [name, value] : object) {
-        int index = -1;
-        [&]<std::size_t... I>(std::index_sequence<I...>) {
-            ((std::variant_alternative_t<I, Variant>::caseName == name ? (index = int(I), true) : false) ||
-             ...);
-        }
-        (std::make_index_sequence<count>{});
+        const int index = caseIndex<Variant>(name, Cases{});
         if (index < 0) continue;
         ++matches;
         found = index;
@@ -218,13 +228,7 @@ bool readValue(Reader& r, Element e, T& out) {
         inner = value;
     }
     if (matches != 1) return failCaseCount(r);
-    bool ok = true;
-    [&]<std::size_t... I>(std::index_sequence<I...>) {
-        ((int(I) == found ? (ok = readValue(r, inner, out.value.template emplace<I>()), true) : false) ||
-         ...);
-    }
-    (std::make_index_sequence<count>{});
-    return ok || r.at(foundName);
+    return readCase(r, inner, out.value, found, Cases{}) || r.at(foundName);
 }
 
 template <OneOf T>
