@@ -157,26 +157,23 @@ bool readObject(Reader& r, Element e, R& out, const Keys& keys) {
     }
 }
 
+template <class R, class M>
+void writeField(JsonWriter& w, const R& record, const Field<R, M>& f) {
+    const auto& value = record.*(f.member);
+    if constexpr (IsOptional<M>::value) {
+        if (!value) return;  // absent optionals are left out, never written as null
+        w.key(f.key);
+        writeValue(w, *value);
+    } else {
+        w.key(f.key);
+        writeValue(w, value);
+    }
+}
+
 template <class R, class Keys>
 void writeObject(JsonWriter& w, const R& record, const Keys& keys) {
     w.beginObject();
-    if constexpr (std::tuple_size_v < Keys >> 0)
-        std::apply(
-            [&](const auto&... f) {
-                auto one = [&](const auto& fld) {
-                    const auto& v = record.*(fld.member);
-                    if constexpr (IsOptional<std::remove_cvref_t<decltype(v)>>::value) {
-                        if (!v) return;
-                        w.key(fld.key);
-                        writeValue(w, *v);
-                    } else {
-                        w.key(fld.key);
-                        writeValue(w, v);
-                    }
-                };
-                (one(f), ...);
-            },
-            keys);
+    std::apply([&](const auto&... fields) { (writeField(w, record, fields), ...); }, keys);
     w.endObject();
 }
 
