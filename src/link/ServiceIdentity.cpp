@@ -6,7 +6,10 @@ namespace tallywick {
 namespace {
 
 std::string quoted(std::string_view text) {
-    return "\"" + std::string(text) + "\"";
+    std::string out = "\"";
+    out += text;
+    out += '"';
+    return out;
 }
 
 }  // namespace

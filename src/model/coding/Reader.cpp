@@ -42,21 +42,29 @@ bool Reader::typeMismatch(std::string_view expected, Element found) {
 
 namespace {
 
+simdjson::dom::parser makeParser() {
+    const auto& config = TallywickCoding::decoder();
+    simdjson::dom::parser parser(config.maxCapacity);
+    // Should this fail, the first parse reports it as a capacity error.
+    const auto allocated = parser.allocate(simdjson::SIMDJSON_PADDING, config.maxDepth);
+    (void)allocated;
+    return parser;
+}
+
+// One parser per thread, kept for reuse: its buffers grow to the largest
+// text the thread has read and are never shared.
 simdjson::dom::parser& threadParser() {
-    // One parser per thread, kept for reuse: its buffers grow to the largest
-    // text the thread has read and are never shared.
-    thread_local simdjson::dom::parser parser = [] {
-        const auto& config = TallywickCoding::decoder();
-        simdjson::dom::parser p(config.maxCapacity);
-        // Should this fail, the first parse reports it as a capacity error.
-        const auto allocated = p.allocate(simdjson::SIMDJSON_PADDING, config.maxDepth);
-        (void)allocated;
-        return p;
-    }();
+    thread_local simdjson::dom::parser parser = makeParser();
     return parser;
 }
 
 }  // namespace
+
+void releaseParserAfter(std::size_t textSize) {
+    // The buffers are about fifteen times the text; past this size they are
+    // given back rather than kept for the thread's next text.
+    if (textSize > TallywickCoding::decoder().retainedCapacity) threadParser() = makeParser();
+}
 
 bool parseDocument(Reader& reader, std::string_view text, Element& root) {
     if (text.empty()) return reader.fail(DecodeError::Kind::notJson, "The text is empty");

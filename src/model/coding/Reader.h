@@ -26,7 +26,10 @@ public:
         return false;
     }
     bool atIndex(std::size_t index) {
-        path_.push_back("[" + std::to_string(index) + "]");
+        std::string segment = "[";
+        segment += std::to_string(index);
+        segment += ']';
+        path_.push_back(std::move(segment));
         return false;
     }
     DecodeError takeError();
@@ -44,5 +47,8 @@ std::string_view jsonTypeName(Element element);
 // Parses a whole text with this thread's parser. The element stays valid
 // until the thread's next parse.
 bool parseDocument(Reader& reader, std::string_view text, Element& root);
+
+// Called once a text's elements are no longer used.
+void releaseParserAfter(std::size_t textSize);
 
 }  // namespace tallywick::coding

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string_view>
 #include <tuple>
@@ -91,10 +92,19 @@ void writeValue(JsonWriter& w, const std::vector<T>& values) {
     w.endArray();
 }
 
-template <class Keys, std::size_t... I>
-int findKey(const Keys& keys, std::string_view name, std::index_sequence<I...>) {
+// The key is a constant here, so each test compiles to a length check and a
+// few word compares rather than a call to memcmp; this is the decoder's
+// innermost loop.
+template <class R, std::size_t I>
+bool isKey(std::string_view name) {
+    constexpr std::string_view key = std::get<I>(RecordKeys<R>::keys).key;
+    return name.size() == key.size() && std::memcmp(name.data(), key.data(), key.size()) == 0;
+}
+
+template <class R, std::size_t... I>
+int findKey(std::string_view name, std::index_sequence<I...>) {
     int found = -1;
-    (void)((std::get<I>(keys).key == name ? (found = int(I), true) : false) || ...);
+    (void)((isKey<R, I>(name) ? (found = int(I), true) : false) || ...);
     return found;
 }
 
@@ -127,9 +137,10 @@ bool failMissingKey(Reader& r, std::string_view key);
 bool failDuplicateKey(Reader& r, std::string_view key);
 
 // Reads the members of `out` from an object; `out` starts default-built.
-template <class R, class Keys>
-bool readObject(Reader& r, Element e, R& out, const Keys& keys) {
-    constexpr std::size_t count = std::tuple_size_v<Keys>;
+template <Record R>
+bool readValue(Reader& r, Element e, R& out) {
+    constexpr auto& keys = RecordKeys<R>::keys;
+    constexpr std::size_t count = std::tuple_size_v<std::remove_cvref_t<decltype(keys)>>;
     static_assert(count <= 32);
     using Indices = std::make_index_sequence<count>;
     simdjson::dom::object object;
@@ -139,7 +150,7 @@ bool readObject(Reader& r, Element e, R& out, const Keys& keys) {
     } else {
         std::uint32_t seen = 0;
         for (auto [name, value] : object) {
-            const int index = findKey(keys, name, Indices{});
+            const int index = findKey<R>(name, Indices{});
             if (index < 0) continue;
             const std::uint32_t bit = 1u << index;
             if (seen & bit) return failDuplicateKey(r, name);
@@ -175,11 +186,6 @@ void writeObject(JsonWriter& w, const R& record, const Keys& keys) {
     w.beginObject();
     std::apply([&](const auto&... fields) { (writeField(w, record, fields), ...); }, keys);
     w.endObject();
-}
-
-template <Record T>
-bool readValue(Reader& r, Element e, T& out) {
-    return readObject(r, e, out, RecordKeys<T>::keys);
 }
 
 template <Record T>
@@ -246,7 +252,9 @@ DecodeResult<T> decodeText(std::string_view text) {
     Element root;
     if (!parseDocument(reader, text, root)) return reader.takeError();
     T value{};
-    if (!readValue(reader, root, value)) return reader.takeError();
+    const bool ok = readValue(reader, root, value);
+    releaseParserAfter(text.size());
+    if (!ok) return reader.takeError();
     return value;
 }
 

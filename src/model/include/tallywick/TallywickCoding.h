@@ -20,8 +20,9 @@ struct JsonEncoder {
 // The reader's fixed configuration. Every thread reuses one parser of its own
 // built from it; nothing is shared between threads after creation.
 struct JsonDecoder {
-    std::size_t maxDepth = 64;                       // our messages nest six levels deep
-    std::size_t maxCapacity = std::size_t{1} << 28;  // the link's frame limit, 256 MiB
+    std::size_t maxDepth = 64;                             // our messages nest six levels deep
+    std::size_t maxCapacity = std::size_t{1} << 28;        // the link's frame limit, 256 MiB
+    std::size_t retainedCapacity = std::size_t{64} << 20;  // larger texts leave no buffers behind
 };
 
 namespace TallywickCoding {

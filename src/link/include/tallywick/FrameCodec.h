@@ -1,0 +1,40 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <tallywick/Frame.h>
+
+namespace tallywick {
+
+// Why a peer's bytes cannot be a frame. Any of these closes the connection.
+enum class FrameViolation {
+    tooLong,         // longer than kMaxFrameLength
+    tooShort,        // the length does not cover kind, id and name length
+    unknownKind,
+    badName,         // longer than the frame, not ASCII, or present where none belongs
+    badId,           // a call without an id, or an id where none belongs
+    payloadNotUtf8,
+};
+
+std::string_view describe(FrameViolation violation);
+
+// What a buffer of received bytes holds: the complete frames at its start,
+// how many bytes they took, and a violation if the next frame is one.
+// Bytes after `consumed` are an incomplete frame, to be kept for the next read.
+struct FrameScan {
+    std::vector<Frame> frames;
+    std::size_t consumed = 0;
+    std::optional<FrameViolation> violation;
+};
+
+// Pure: the same bytes always give the same scan.
+FrameScan scanFrames(std::string_view bytes);
+
+// The wire form of one frame, or none when it could not be read back
+// (too long, name not ASCII or over 255 bytes, payload not UTF-8, bad id).
+std::optional<std::string> encodeFrame(const Frame& frame);
+
+}  // namespace tallywick
