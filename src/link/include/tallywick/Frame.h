@@ -7,7 +7,7 @@ namespace tallywick {
 
 enum class FrameKind : std::uint8_t {
     hello = 0,
-    call = 1,     // wants exactly one reply or failure with the same id
+    call = 1,  // wants exactly one reply or failure with the same id
     reply = 2,
     message = 3,  // one-way
     failure = 4,  // in place of a reply; the payload is the reason

@@ -11,11 +11,11 @@ namespace tallywick {
 
 // Why a peer's bytes cannot be a frame. Any of these closes the connection.
 enum class FrameViolation {
-    tooLong,         // longer than kMaxFrameLength
-    tooShort,        // the length does not cover kind, id and name length
+    tooLong,   // longer than kMaxFrameLength
+    tooShort,  // the length does not cover kind, id and name length
     unknownKind,
-    badName,         // longer than the frame, not ASCII, or present where none belongs
-    badId,           // a call without an id, or an id where none belongs
+    badName,  // longer than the frame, not ASCII, or present where none belongs
+    badId,    // a call without an id, or an id where none belongs
     payloadNotUtf8,
 };
 
