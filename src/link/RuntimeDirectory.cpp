@@ -1,0 +1,49 @@
+#include <tallywick/RuntimeDirectory.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include <tallywick/ServiceIdentity.h>
+
+namespace tallywick {
+
+std::string runtimeDirectoryPath() {
+    if (const char* own = std::getenv("TALLYWICK_RUNTIME_DIR"); own && *own) return own;
+    if (const char* xdg = std::getenv("XDG_RUNTIME_DIR"); xdg && *xdg) return std::string(xdg) + "/tallywick";
+    return "/tmp/tallywick-" + std::to_string(::geteuid());
+}
+
+RuntimeDirectory prepareRuntimeDirectory(const std::string& path) {
+    RuntimeDirectory result{path, {}};
+    if (path.empty() || path.front() != '/') {
+        result.problem = "the runtime folder must be an absolute path";
+        return result;
+    }
+    if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
+        result.problem = std::string("cannot create the runtime folder: ") + std::strerror(errno);
+        return result;
+    }
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0) {
+        result.problem = std::string("cannot inspect the runtime folder: ") + std::strerror(errno);
+    } else if (S_ISLNK(info.st_mode)) {
+        result.problem = "the runtime folder is a symbolic link";
+    } else if (!S_ISDIR(info.st_mode)) {
+        result.problem = "the runtime folder is not a folder";
+    } else if (info.st_uid != ::geteuid()) {
+        result.problem = "the runtime folder belongs to another user";
+    } else if ((info.st_mode & 077) != 0) {
+        result.problem = "the runtime folder is open to group or others";
+    }
+    return result;
+}
+
+std::string endpointPath(const std::string& runtimeDirectory) {
+    return runtimeDirectory + "/" + tallywickMachServiceName();
+}
+
+}  // namespace tallywick

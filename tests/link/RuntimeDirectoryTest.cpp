@@ -1,0 +1,88 @@
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <tallywick/RuntimeDirectory.h>
+
+using namespace tallywick;
+namespace fs = std::filesystem;
+
+namespace {
+
+class ScopedEnv {
+public:
+    ScopedEnv(const char* name, const char* value) : name_(name) {
+        if (const char* old = std::getenv(name)) old_ = old;
+        value ? ::setenv(name, value, 1) : ::unsetenv(name);
+    }
+    ~ScopedEnv() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
+
+private:
+    const char* name_;
+    std::optional<std::string> old_;
+};
+
+fs::path scratch() {
+    auto dir = fs::path(::testing::TempDir()) / ("rt-" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    return dir;
+}
+
+}  // namespace
+
+TEST(RuntimeDirectoryTest, PathFollowsTheEnvironment) {
+    {
+        ScopedEnv own("TALLYWICK_RUNTIME_DIR", "/run/custom");
+        ScopedEnv xdg("XDG_RUNTIME_DIR", "/run/user/1000");
+        EXPECT_EQ(runtimeDirectoryPath(), "/run/custom");
+    }
+    {
+        ScopedEnv own("TALLYWICK_RUNTIME_DIR", nullptr);
+        ScopedEnv xdg("XDG_RUNTIME_DIR", "/run/user/1000");
+        EXPECT_EQ(runtimeDirectoryPath(), "/run/user/1000/tallywick");
+    }
+    ScopedEnv own("TALLYWICK_RUNTIME_DIR", "");
+    ScopedEnv xdg("XDG_RUNTIME_DIR", nullptr);
+    EXPECT_EQ(runtimeDirectoryPath(), "/tmp/tallywick-" + std::to_string(::geteuid()));
+}
+
+TEST(RuntimeDirectoryTest, CreatesAPrivateFolder) {
+    const auto dir = scratch() / "tallywick";
+    const auto prepared = prepareRuntimeDirectory(dir);
+    EXPECT_TRUE(prepared.usable()) << prepared.problem;
+    struct stat info {};
+    ASSERT_EQ(::stat(dir.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0700u);
+    EXPECT_TRUE(prepareRuntimeDirectory(dir).usable()) << "an existing good folder is fine";
+    EXPECT_EQ(endpointPath("/x").rfind("/x/", 0), 0u);
+}
+
+TEST(RuntimeDirectoryTest, RefusesUnsafeFolders) {
+    const auto base = scratch();
+    fs::create_directories(base / "open");
+    ::chmod((base / "open").c_str(), 0750);
+    EXPECT_FALSE(prepareRuntimeDirectory(base / "open").usable());
+
+    fs::create_directories(base / "real");
+    ::chmod((base / "real").c_str(), 0700);
+    fs::create_directory_symlink(base / "real", base / "link");
+    EXPECT_NE(prepareRuntimeDirectory(base / "link").problem.find("link"), std::string::npos);
+
+    std::ofstream(base / "file") << "x";
+    EXPECT_FALSE(prepareRuntimeDirectory(base / "file").usable());
+    EXPECT_FALSE(prepareRuntimeDirectory("relative/path").usable());
+    EXPECT_FALSE(prepareRuntimeDirectory(base / "missing" / "deeper").usable());
+
+    if (::geteuid() == 0) {
+        fs::create_directories(base / "theirs");
+        ::chmod((base / "theirs").c_str(), 0700);
+        ASSERT_EQ(::chown((base / "theirs").c_str(), 65534, 65534), 0);
+        EXPECT_NE(prepareRuntimeDirectory(base / "theirs").problem.find("another user"), std::string::npos);
+    }
+}
