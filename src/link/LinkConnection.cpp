@@ -1,0 +1,224 @@
+#include <tallywick/LinkConnection.h>
+
+#include <asio/bind_executor.hpp>
+#include <asio/buffer.hpp>
+#include <asio/post.hpp>
+#include <asio/write.hpp>
+
+#include <tallywick/FrameCodec.h>
+#include <tallywick/PeerCheck.h>
+
+namespace tallywick {
+
+std::shared_ptr<LinkConnection> LinkConnection::connect(asio::io_context& context, std::string endpointPath,
+                                                        std::string requirementText) {
+    return std::shared_ptr<LinkConnection>(
+        new LinkConnection(Socket(context), std::move(endpointPath), std::move(requirementText), true));
+}
+
+std::shared_ptr<LinkConnection> LinkConnection::adopt(Socket socket) {
+    return std::shared_ptr<LinkConnection>(new LinkConnection(std::move(socket), {}, {}, false));
+}
+
+LinkConnection::LinkConnection(Socket socket, std::string endpointPath, std::string requirementText,
+                               bool connectFirst)
+    : socket_(std::move(socket)),
+      strand_(asio::make_strand(socket_.get_executor())),
+      endpointPath_(std::move(endpointPath)),
+      requirementText_(std::move(requirementText)),
+      connectFirst_(connectFirst) {}
+
+LinkConnection::~LinkConnection() = default;
+
+void LinkConnection::start(Handlers handlers) {
+    asio::post(strand_, [self = shared_from_this(), handlers = std::move(handlers)]() mutable {
+        self->handlers_ = std::move(handlers);
+        // Hello goes first, ahead of any call made before the socket is up.
+        const auto hello =
+            encodeFrame(Frame{FrameKind::hello, 0, std::string(kHelloName), std::string(kLinkVersion)});
+        self->writes_.push_front(*hello);
+        if (self->connectFirst_) {
+            self->beginConnect();
+        } else {
+            self->beginSession();
+        }
+    });
+}
+
+void LinkConnection::beginConnect() {
+    socket_.async_connect(
+        asio::local::stream_protocol::endpoint(endpointPath_),
+        asio::bind_executor(strand_, [self = shared_from_this()](const std::error_code& error) {
+            if (self->ended_) return;
+            if (error)
+                return self->end(LinkFailure::Kind::invalidated,
+                                 "no host at the endpoint: " + error.message());
+            // The peer is checked before a single frame is read from it.
+            const auto refusal = refusePeer(self->socket_.native_handle(), self->requirementText_);
+            if (!refusal.empty()) return self->end(LinkFailure::Kind::invalidated, refusal);
+            self->beginSession();
+        }));
+}
+
+void LinkConnection::beginSession() {
+    connected_ = true;
+    writeNext();
+    readMore();
+}
+
+void LinkConnection::call(std::string method, std::string payload, ReplyHandler onReply,
+                          ErrorHandler onError) {
+    asio::post(strand_, [self = shared_from_this(), method = std::move(method), payload = std::move(payload),
+                         onReply = std::move(onReply), onError = std::move(onError)]() mutable {
+        if (self->ended_) return onError({LinkFailure::Kind::invalidated, "the connection has ended"});
+        const std::uint64_t id = self->nextId_++;
+        auto bytes = encodeFrame(Frame{FrameKind::call, id, std::move(method), std::move(payload)});
+        if (!bytes) return onError({LinkFailure::Kind::unsendable, "the call cannot be framed"});
+        self->pending_.emplace(id, Pending{std::move(onReply), std::move(onError)});
+        self->writes_.push_back(std::move(*bytes));
+        self->writeNext();
+    });
+}
+
+void LinkConnection::send(std::string method, std::string payload) {
+    asio::post(strand_, [self = shared_from_this(), method = std::move(method),
+                         payload = std::move(payload)]() mutable {
+        self->enqueue(Frame{FrameKind::message, 0, std::move(method), std::move(payload)});
+    });
+}
+
+void LinkConnection::reply(std::uint64_t id, std::string payload) {
+    asio::post(strand_, [self = shared_from_this(), id, payload = std::move(payload)]() mutable {
+        self->enqueue(Frame{FrameKind::reply, id, {}, std::move(payload)});
+    });
+}
+
+void LinkConnection::fail(std::uint64_t id, std::string reason) {
+    asio::post(strand_, [self = shared_from_this(), id, reason = std::move(reason)]() mutable {
+        self->enqueue(Frame{FrameKind::failure, id, {}, std::move(reason)});
+    });
+}
+
+void LinkConnection::close() {
+    asio::post(strand_, [self = shared_from_this()] { self->end(LinkFailure::Kind::invalidated, "closed"); });
+}
+
+void LinkConnection::enqueue(const Frame& frame) {
+    if (ended_) return;
+    auto bytes = encodeFrame(frame);
+    if (!bytes) {
+        // A reply we cannot frame must still answer the call.
+        if (frame.kind == FrameKind::reply)
+            enqueue(Frame{FrameKind::failure, frame.id, {}, "reply cannot be framed"});
+        return;
+    }
+    writes_.push_back(std::move(*bytes));
+    writeNext();
+}
+
+void LinkConnection::writeNext() {
+    if (writing_ || writes_.empty() || !connected_ || ended_) return;
+    writing_ = true;
+    asio::async_write(
+        socket_, asio::buffer(writes_.front()),
+        asio::bind_executor(strand_, [self = shared_from_this()](const std::error_code& error, std::size_t) {
+            self->writing_ = false;
+            if (self->ended_) return;
+            if (error) {
+                return self->end(
+                    self->helloReceived_ ? LinkFailure::Kind::interrupted : LinkFailure::Kind::invalidated,
+                    "write failed: " + error.message());
+            }
+            self->writes_.pop_front();
+            self->writeNext();
+        }));
+}
+
+void LinkConnection::readMore() {
+    socket_.async_read_some(
+        asio::buffer(chunk_),
+        asio::bind_executor(
+            strand_, [self = shared_from_this()](const std::error_code& error, std::size_t count) {
+                if (self->ended_) return;
+                if (error) {
+                    // Before the greeting, a closed socket means the peer refused us.
+                    return self->end(self->helloReceived_ ? LinkFailure::Kind::interrupted
+                                                          : LinkFailure::Kind::invalidated,
+                                     self->helloReceived_ ? "the peer went away: " + error.message()
+                                                          : "the peer closed before greeting");
+                }
+                self->handleBytes(count);
+            }));
+}
+
+void LinkConnection::handleBytes(std::size_t count) {
+    readBuffer_.append(chunk_.data(), count);
+    auto scan = scanFrames(readBuffer_);
+    for (auto& frame : scan.frames) {
+        if (!handleFrame(std::move(frame))) return;
+        if (ended_) return;  // a handler closed the connection
+    }
+    if (scan.violation) return end(LinkFailure::Kind::invalidated, std::string(describe(*scan.violation)));
+    readBuffer_.erase(0, scan.consumed);
+    readMore();
+}
+
+bool LinkConnection::handleFrame(Frame frame) {
+    const auto violation = [this](const char* reason) {
+        end(LinkFailure::Kind::invalidated, reason);
+        return false;
+    };
+    if (frame.kind == FrameKind::hello) {
+        if (helloReceived_ || frame.name != kHelloName || frame.payload != kLinkVersion) {
+            return violation("wrong hello");
+        }
+        helloReceived_ = true;
+        return true;
+    }
+    if (!helloReceived_) return violation("a frame before hello");
+    switch (frame.kind) {
+        case FrameKind::call:
+            if (!handlers_.onCall || !handlers_.onCall(frame.id, frame.name, std::move(frame.payload))) {
+                enqueue(Frame{FrameKind::failure, frame.id, {}, "no such method: " + frame.name});
+            }
+            return true;
+        case FrameKind::message:
+            if (handlers_.onMessage) handlers_.onMessage(frame.name, std::move(frame.payload));
+            return true;
+        case FrameKind::reply:
+        case FrameKind::failure: {
+            auto it = pending_.find(frame.id);
+            if (it == pending_.end()) return violation("an answer to no pending call");
+            Pending pending = std::move(it->second);
+            pending_.erase(it);
+            if (frame.kind == FrameKind::reply) {
+                pending.onReply(std::move(frame.payload));
+            } else {
+                pending.onError({LinkFailure::Kind::remoteFailure, std::move(frame.payload)});
+            }
+            return true;
+        }
+        case FrameKind::hello: break;
+    }
+    return true;
+}
+
+void LinkConnection::end(LinkFailure::Kind kind, const std::string& reason) {
+    if (ended_) return;
+    ended_ = true;
+    std::error_code ignored;
+    socket_.shutdown(Socket::shutdown_both, ignored);
+    socket_.close(ignored);
+    auto pending = std::move(pending_);
+    pending_.clear();
+    writes_.clear();
+    // Handlers may hold their owner; dropping them here breaks the cycle.
+    auto handlers = std::move(handlers_);
+    handlers_ = {};
+    for (auto& [id, call] : pending) call.onError({kind, reason});
+    const auto& onEnd =
+        kind == LinkFailure::Kind::interrupted ? handlers.onInterrupted : handlers.onInvalidated;
+    if (onEnd) onEnd(reason);
+}
+
+}  // namespace tallywick

@@ -1,0 +1,62 @@
+#include <tallywick/LinkListener.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <asio/post.hpp>
+
+#include <tallywick/PeerCheck.h>
+
+namespace tallywick {
+
+std::variant<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(asio::io_context& context,
+                                                                              const std::string& path,
+                                                                              std::string requirementText,
+                                                                              OnConnection onConnection) {
+    using asio::local::stream_protocol;
+    if (path.empty() || path.size() >= sizeof(sockaddr_un::sun_path))
+        return std::string("socket path too long");
+    ::unlink(path.c_str());
+    stream_protocol::acceptor acceptor(context);
+    std::error_code error;
+    acceptor.open(stream_protocol(), error);
+    // The socket file must never exist with looser permissions, even briefly.
+    const mode_t previous = ::umask(0177);
+    if (!error) acceptor.bind(stream_protocol::endpoint(path), error);
+    ::umask(previous);
+    if (!error) acceptor.listen(asio::socket_base::max_listen_connections, error);
+    if (error) return "cannot listen on " + path + ": " + error.message();
+    auto listener = std::shared_ptr<LinkListener>(
+        new LinkListener(std::move(acceptor), std::move(requirementText), std::move(onConnection)));
+    asio::post(listener->acceptor_.get_executor(), [listener] { listener->acceptNext(); });
+    return listener;
+}
+
+LinkListener::LinkListener(asio::local::stream_protocol::acceptor acceptor, std::string requirementText,
+                           OnConnection onConnection)
+    : acceptor_(std::move(acceptor)),
+      requirementText_(std::move(requirementText)),
+      onConnection_(std::move(onConnection)) {}
+
+void LinkListener::acceptNext() {
+    acceptor_.async_accept([self = shared_from_this()](const std::error_code& error,
+                                                       asio::local::stream_protocol::socket socket) {
+        if (error == asio::error::operation_aborted || !self->acceptor_.is_open()) return;
+        if (!error) {
+            if (refusePeer(socket.native_handle(), self->requirementText_).empty()) {
+                self->onConnection_(LinkConnection::adopt(std::move(socket)));
+            }
+            // A refused socket closes as it goes out of scope, unread.
+        }
+        self->acceptNext();
+    });
+}
+
+void LinkListener::close() {
+    asio::post(acceptor_.get_executor(), [self = shared_from_this()] {
+        std::error_code ignored;
+        self->acceptor_.close(ignored);
+    });
+}
+
+}  // namespace tallywick

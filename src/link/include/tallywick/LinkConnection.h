@@ -1,0 +1,106 @@
+#pragma once
+
+#include <asio/io_context.hpp>
+#include <asio/local/stream_protocol.hpp>
+#include <asio/strand.hpp>
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include <tallywick/Frame.h>
+
+namespace tallywick {
+
+// Why a call got no reply. Interrupted: an established connection ended (the
+// peer may come back). Invalidated: the connection cannot be used or never
+// could (no endpoint, refused, a protocol violation, an explicit close).
+struct LinkFailure {
+    enum class Kind {
+        interrupted,
+        invalidated,
+        remoteFailure,  // the peer answered with a failure frame
+        unsendable,     // the call itself cannot be framed (payload not UTF-8, too long)
+    } kind;
+    std::string reason;
+};
+
+// One end of a link connection over a Unix stream socket. Every operation
+// may be called from any thread; all state lives on one strand of the I/O
+// context, and every handler runs there, one at a time, in the order frames
+// arrive. Each pending call's error handler runs exactly once when the
+// connection ends, before the interruption or invalidation handler.
+class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
+public:
+    using Socket = asio::local::stream_protocol::socket;
+    using ReplyHandler = std::function<void(std::string payload)>;
+    using ErrorHandler = std::function<void(const LinkFailure&)>;
+
+    struct Handlers {
+        // A call from the peer; answer with reply() or fail() and the same id.
+        // Return false for a method this side does not serve: the peer gets a failure.
+        std::function<bool(std::uint64_t id, const std::string& method, std::string payload)> onCall;
+        // A one-way message; unknown methods are the handler's to drop.
+        std::function<void(const std::string& method, std::string payload)> onMessage;
+        std::function<void(const std::string& reason)> onInterrupted;
+        std::function<void(const std::string& reason)> onInvalidated;
+    };
+
+    // A client end: connects to the endpoint, then checks the peer against
+    // the requirement text (empty: the uid check only) before reading anything.
+    static std::shared_ptr<LinkConnection> connect(asio::io_context& context, std::string endpointPath,
+                                                   std::string requirementText);
+    // A server end, for a socket whose peer was already checked.
+    static std::shared_ptr<LinkConnection> adopt(Socket socket);
+
+    // Begins the connection's life; handlers are fixed from here on.
+    void start(Handlers handlers);
+
+    void call(std::string method, std::string payload, ReplyHandler onReply, ErrorHandler onError);
+    void send(std::string method, std::string payload);
+    void reply(std::uint64_t id, std::string payload);
+    void fail(std::uint64_t id, std::string reason);
+    void close();
+
+    ~LinkConnection();
+
+private:
+    struct Pending {
+        ReplyHandler onReply;
+        ErrorHandler onError;
+    };
+
+    LinkConnection(Socket socket, std::string endpointPath, std::string requirementText, bool connectFirst);
+
+    void beginConnect();
+    void beginSession();
+    void enqueue(const Frame& frame);
+    void writeNext();
+    void readMore();
+    void handleBytes(std::size_t count);
+    bool handleFrame(Frame frame);
+    void end(LinkFailure::Kind kind, const std::string& reason);
+
+    Socket socket_;
+    asio::strand<asio::any_io_executor> strand_;
+    std::string endpointPath_;
+    std::string requirementText_;
+    bool connectFirst_;
+
+    Handlers handlers_;
+    std::map<std::uint64_t, Pending> pending_;  // by id, so that failures run in call order
+    std::uint64_t nextId_ = 1;
+    std::deque<std::string> writes_;
+    bool writing_ = false;
+    std::string readBuffer_;
+    std::array<char, 64 * 1024> chunk_{};
+    bool connected_ = false;
+    bool helloReceived_ = false;
+    bool ended_ = false;
+};
+
+}  // namespace tallywick

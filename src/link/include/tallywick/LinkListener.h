@@ -1,0 +1,41 @@
+#pragma once
+
+#include <asio/io_context.hpp>
+#include <asio/local/stream_protocol.hpp>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <variant>
+
+#include <tallywick/LinkConnection.h>
+
+namespace tallywick {
+
+// Accepts link connections on a Unix socket path (never the abstract
+// namespace). Each peer is checked (own uid first, then the requirement text)
+// before any of its bytes are read; a refused peer is simply closed.
+class LinkListener : public std::enable_shared_from_this<LinkListener> {
+public:
+    // Called on the I/O thread with each accepted, not yet started connection.
+    using OnConnection = std::function<void(std::shared_ptr<LinkConnection>)>;
+
+    // Binds the path (mode 0600), replacing a stale socket file left there.
+    // The caller must own the path (the host holds its single-instance lock).
+    static std::variant<std::shared_ptr<LinkListener>, std::string> listen(asio::io_context& context,
+                                                                           const std::string& path,
+                                                                           std::string requirementText,
+                                                                           OnConnection onConnection);
+    void close();
+
+private:
+    LinkListener(asio::local::stream_protocol::acceptor acceptor, std::string requirementText,
+                 OnConnection onConnection);
+    void acceptNext();
+
+    asio::local::stream_protocol::acceptor acceptor_;
+    std::string requirementText_;
+    OnConnection onConnection_;
+};
+
+}  // namespace tallywick

@@ -1,0 +1,308 @@
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+#include <tallywick/FrameCodec.h>
+#include <tallywick/LinkConnection.h>
+#include <tallywick/LinkListener.h>
+#include <tallywick/ServiceIdentity.h>
+
+#include "LinkTestSupport.h"
+
+using namespace tallywick;
+using namespace tallywick::testing;
+using namespace std::chrono_literals;
+
+namespace {
+
+// This test program's own identity, given by CMake.
+const ServiceIdentity kIds = ServiceIdentity::make("com.example.Ledger", "ABCDE12345");
+
+// An echoing server: "echo" answers with its payload, "push" also sends a message back.
+struct EchoServer {
+    explicit EchoServer(IoThread& io, const std::string& path, std::string requirement = {}) {
+        auto result = LinkListener::listen(
+            io.context(), path, std::move(requirement), [this](std::shared_ptr<LinkConnection> connection) {
+                std::weak_ptr<LinkConnection> weak = connection;
+                connection->start(
+                    {.onCall = [weak](std::uint64_t id, const std::string& method, std::string payload) {
+                        auto self = weak.lock();
+                        if (!self || method != "echo") return false;
+                        if (payload == "push") self->send("note", "pushed");
+                        self->reply(id, payload);
+                        return true;
+                    }});
+                std::lock_guard lock(mutex);
+                connections.push_back(connection);
+            });
+        listener = std::get<std::shared_ptr<LinkListener>>(result);
+    }
+    ~EchoServer() {
+        listener->close();
+        std::lock_guard lock(mutex);
+        for (auto& c : connections) c->close();
+    }
+    void dropAll() {
+        std::lock_guard lock(mutex);
+        for (auto& c : connections) c->close();
+        connections.clear();
+    }
+    std::size_t accepted() {
+        std::lock_guard lock(mutex);
+        return connections.size();
+    }
+
+    std::shared_ptr<LinkListener> listener;
+    std::mutex mutex;
+    std::vector<std::shared_ptr<LinkConnection>> connections;
+};
+
+// Records everything a client connection reports.
+struct Recorder {
+    std::mutex mutex;
+    std::vector<std::string> events;
+    std::promise<std::string> ended;
+    std::atomic<int> endings{0};
+
+    LinkConnection::Handlers handlers() {
+        return {.onMessage = [this](const std::string& m, std::string p) { add("message " + m + " " + p); },
+                .onInterrupted = [this](const std::string&) { finish("interrupted"); },
+                .onInvalidated = [this](const std::string&) { finish("invalidated"); }};
+    }
+    void add(std::string event) {
+        std::lock_guard lock(mutex);
+        events.push_back(std::move(event));
+    }
+    void finish(const std::string& how) {
+        add(how);
+        if (++endings == 1) ended.set_value(how);
+    }
+    std::vector<std::string> snapshot() {
+        std::lock_guard lock(mutex);
+        return events;
+    }
+};
+
+std::future<std::string> callFuture(LinkConnection& connection, std::string method, std::string payload,
+                                    std::atomic<int>* errorCount = nullptr) {
+    auto promise = std::make_shared<std::promise<std::string>>();
+    auto future = promise->get_future();
+    connection.call(
+        std::move(method), std::move(payload),
+        [promise](std::string reply) { promise->set_value("reply " + reply); },
+        [promise, errorCount](const LinkFailure& failure) {
+            if (errorCount) ++*errorCount;
+            const char* kinds[] = {"interrupted", "invalidated", "remoteFailure", "unsendable"};
+            promise->set_value(std::string("error ") + kinds[static_cast<int>(failure.kind)]);
+        });
+    return future;
+}
+
+// A raw server that greets, then writes the given bytes, to play a broken peer.
+int rawServer(const std::string& path) {
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+    ::unlink(path.c_str());
+    EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(::listen(fd, 4), 0);
+    return fd;
+}
+
+std::string helloBytes() {
+    return *encodeFrame(Frame{FrameKind::hello, 0, std::string(kHelloName), std::string(kLinkVersion)});
+}
+
+}  // namespace
+
+TEST(LinkConnectionTest, CallsGetTheirRepliesInOrderAndMessagesFlow) {
+    ScratchRuntime runtime;
+    IoThread io;
+    EchoServer server(io, runtime.socket(), kIds.callerRequirement);
+    Recorder recorder;
+    auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
+    // Calls made before start still go out right behind the hello.
+    std::vector<std::future<std::string>> replies;
+    client->start(recorder.handlers());
+    for (int i = 0; i < 50; ++i) replies.push_back(callFuture(*client, "echo", "n" + std::to_string(i)));
+    auto pushed = callFuture(*client, "echo", "push");
+    for (int i = 0; i < 50; ++i) EXPECT_EQ(await(replies[i]), "reply n" + std::to_string(i));
+    EXPECT_EQ(await(pushed), "reply push");
+    EXPECT_EQ(recorder.snapshot(), std::vector<std::string>{"message note pushed"});
+    auto unknown = callFuture(*client, "nope", "x");
+    EXPECT_EQ(await(unknown), "error remoteFailure");
+    auto big = callFuture(*client, "echo", std::string(3 << 20, 'b'));
+    EXPECT_EQ(await(big).size(), 6u + (3 << 20));
+    client->close();
+    EXPECT_EQ(await(recorder.ended.get_future()), "invalidated");
+}
+
+TEST(LinkConnectionTest, NoEndpointInvalidatesEveryPendingCallOnce) {
+    ScratchRuntime runtime;
+    IoThread io;
+    Recorder recorder;
+    std::atomic<int> errors{0};
+    auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
+    auto first = callFuture(*client, "echo", "a", &errors);
+    auto second = callFuture(*client, "echo", "b", &errors);
+    client->start(recorder.handlers());
+    EXPECT_EQ(await(first), "error invalidated");
+    EXPECT_EQ(await(second), "error invalidated");
+    auto late = callFuture(*client, "echo", "c", &errors);
+    EXPECT_EQ(await(late), "error invalidated");
+    EXPECT_EQ(errors.load(), 3);
+    EXPECT_EQ(recorder.endings.load(), 1);
+    EXPECT_EQ(recorder.snapshot().back(), "invalidated");
+}
+
+TEST(LinkConnectionTest, PeerGoingAwayInterrupts) {
+    ScratchRuntime runtime;
+    IoThread io;
+    auto server = std::make_unique<EchoServer>(io, runtime.socket());
+    Recorder recorder;
+    auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
+    client->start(recorder.handlers());
+    auto ok = callFuture(*client, "echo", "up");
+    EXPECT_EQ(await(ok), "reply up");
+    server->dropAll();
+    EXPECT_EQ(await(recorder.ended.get_future()), "interrupted");
+    EXPECT_EQ(recorder.endings.load(), 1);
+}
+
+TEST(LinkConnectionTest, RequirementsAreCheckedOnBothEnds) {
+    ScratchRuntime runtime;
+    IoThread io;
+    {
+        // This program is not the host, so a client demanding the host refuses it.
+        EchoServer server(io, runtime.socket());
+        Recorder recorder;
+        auto client = LinkConnection::connect(io.context(), runtime.socket(), kIds.hostRequirement);
+        client->start(recorder.handlers());
+        auto call = callFuture(*client, "echo", "x");
+        EXPECT_EQ(await(call), "error invalidated");
+        EXPECT_EQ(await(recorder.ended.get_future()), "invalidated");
+    }
+    {
+        // A server whose requirement we do not meet closes us unread.
+        EchoServer server(io, runtime.socket(), R"(identifier "com.example.Somebody")");
+        Recorder recorder;
+        auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
+        client->start(recorder.handlers());
+        auto call = callFuture(*client, "echo", "x");
+        EXPECT_EQ(await(call), "error invalidated");
+        EXPECT_EQ(await(recorder.ended.get_future()), "invalidated");
+        EXPECT_EQ(server.accepted(), 0u);
+    }
+    {
+        EchoServer server(io, runtime.socket(), "this is not a requirement");
+        Recorder recorder;
+        auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
+        client->start(recorder.handlers());
+        auto call = callFuture(*client, "echo", "x");
+        EXPECT_EQ(await(call), "error invalidated") << "a text that does not parse admits nobody";
+        EXPECT_EQ(await(recorder.ended.get_future()), "invalidated");
+    }
+}
+
+TEST(LinkConnectionTest, ProtocolViolationsInvalidate) {
+    const std::string call = *encodeFrame(Frame{FrameKind::call, 1, "echo", "x"});
+    const std::pair<const char*, std::string> peers[] = {
+        {"wrong hello name", *encodeFrame(Frame{FrameKind::hello, 0, "other-link", "1"})},
+        {"wrong hello version", *encodeFrame(Frame{FrameKind::hello, 0, std::string(kHelloName), "2"})},
+        {"frame before hello", *encodeFrame(Frame{FrameKind::message, 0, "controlEvent", "{}"})},
+        {"second hello", helloBytes() + helloBytes()},
+        {"stray reply", helloBytes() + *encodeFrame(Frame{FrameKind::reply, 99, "", "{}"})},
+        {"unknown kind",
+         helloBytes() + std::string("\x00\x00\x00\x0a\x07\x00\x00\x00\x00\x00\x00\x00\x01\x00", 14)},
+        {"oversize", helloBytes() + std::string("\x10\x00\x00\x01", 4)},
+        {"payload not UTF-8",
+         helloBytes() + std::string("\x00\x00\x00\x0d\x03\x00\x00\x00\x00\x00\x00\x00\x00\x01m\xff\xfe", 18)},
+    };
+    for (const auto& [what, bytes] : peers) {
+        ScratchRuntime runtime;
+        IoThread io;
+        const int listening = rawServer(runtime.socket());
+        Recorder recorder;
+        auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
+        client->start(recorder.handlers());
+        auto pending = callFuture(*client, "echo", "x");
+        const int peer = ::accept(listening, nullptr, nullptr);
+        ASSERT_GE(peer, 0);
+        // Dribble the bytes one at a time: framing must not depend on read sizes.
+        // The client may close as soon as it sees the fault, before the last byte.
+        for (char byte : bytes) {
+            if (::send(peer, &byte, 1, MSG_NOSIGNAL) != 1) break;
+        }
+        EXPECT_EQ(await(pending), "error invalidated") << what;
+        EXPECT_EQ(await(recorder.ended.get_future()), "invalidated") << what;
+        ::close(peer);
+        ::close(listening);
+    }
+}
+
+TEST(LinkConnectionTest, SplitAndCoalescedFramesFromARawPeer) {
+    ScratchRuntime runtime;
+    IoThread io;
+    const int listening = rawServer(runtime.socket());
+    Recorder recorder;
+    auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
+    client->start(recorder.handlers());
+    auto first = callFuture(*client, "echo", "a");
+    auto second = callFuture(*client, "echo", "b");
+    const int peer = ::accept(listening, nullptr, nullptr);
+    ASSERT_GE(peer, 0);
+    // Both replies (ids 1 and 2) and a message in one write, after a split hello.
+    const std::string hello = helloBytes();
+    ASSERT_EQ(::send(peer, hello.data(), 5, MSG_NOSIGNAL), 5);
+    std::this_thread::sleep_for(20ms);
+    const std::string rest = hello.substr(5) + *encodeFrame(Frame{FrameKind::message, 0, "m", "hi"}) +
+                             *encodeFrame(Frame{FrameKind::reply, 2, "", "B"}) +
+                             *encodeFrame(Frame{FrameKind::failure, 1, "", "nope"});
+    ASSERT_EQ(::send(peer, rest.data(), rest.size(), MSG_NOSIGNAL), static_cast<ssize_t>(rest.size()));
+    EXPECT_EQ(await(second), "reply B");
+    EXPECT_EQ(await(first), "error remoteFailure");
+    EXPECT_EQ(recorder.snapshot(), std::vector<std::string>{"message m hi"});
+    ::close(peer);
+    EXPECT_EQ(await(recorder.ended.get_future()), "interrupted");
+    ::close(listening);
+}
+
+TEST(LinkConnectionTest, PeerOfAnotherUserIsRefusedUnread) {
+    if (::geteuid() != 0) GTEST_SKIP() << "needs root to act as another user";
+    // A socket the other user can reach; the folder rules are tested elsewhere.
+    const std::string dir = "/tmp/tallywick-uid-test-" + std::to_string(::getpid());
+    std::filesystem::create_directories(dir);
+    ::chmod(dir.c_str(), 0755);
+    const std::string path = dir + "/host.sock";
+    IoThread io;
+    EchoServer server(io, path);
+    ::chmod(path.c_str(), 0666);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(10);
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+        if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) ::_exit(11);
+        const std::string hello = helloBytes();
+        (void)!::send(fd, hello.data(), hello.size(), MSG_NOSIGNAL);
+        char byte;
+        // Refused: closed (or reset) without a single byte, not even the server's hello.
+        ::_exit(::read(fd, &byte, 1) <= 0 ? 0 : 12);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(server.accepted(), 0u);
+    std::filesystem::remove_all(dir);
+}

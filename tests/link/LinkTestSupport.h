@@ -1,0 +1,48 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <future>
+#include <string>
+
+#include <tallywick/IoThread.h>
+#include <tallywick/RuntimeDirectory.h>
+
+namespace tallywick::testing {
+
+// A private runtime folder per test, removed afterwards.
+class ScratchRuntime {
+public:
+    ScratchRuntime() {
+        static int counter = 0;
+        path_ = std::filesystem::path(::testing::TempDir()) /
+                ("link-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
+        std::filesystem::remove_all(path_);
+        EXPECT_TRUE(prepareRuntimeDirectory(path_).usable());
+    }
+    ~ScratchRuntime() { std::filesystem::remove_all(path_); }
+    std::string socket() const { return (path_ / "host.sock").string(); }
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+template <class T>
+T await(std::future<T>& future, std::chrono::seconds limit = std::chrono::seconds{10}) {
+    if (future.wait_for(limit) != std::future_status::ready) {
+        ADD_FAILURE() << "timed out";
+        return T{};
+    }
+    return future.get();
+}
+
+template <class T>
+T await(std::future<T>&& future, std::chrono::seconds limit = std::chrono::seconds{10}) {
+    return await(future, limit);
+}
+
+}  // namespace tallywick::testing
