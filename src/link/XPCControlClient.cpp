@@ -1,0 +1,110 @@
+#include <tallywick/XPCControlClient.h>
+
+#include <asio/post.hpp>
+
+#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/ServiceIdentity.h>
+#include <tallywick/TallywickCoding.h>
+
+namespace tallywick {
+
+ControlEndpoint ControlEndpoint::standard() {
+    return {endpointPath(runtimeDirectoryPath()), tallywickHostRequirement()};
+}
+
+std::shared_ptr<XPCControlClient> XPCControlClient::create(std::shared_ptr<MainThreadPoster> mainThread,
+                                                           std::shared_ptr<IoThread> io,
+                                                           ControlEndpoint endpoint) {
+    return std::shared_ptr<XPCControlClient>(
+        new XPCControlClient(std::move(mainThread), std::move(io), std::move(endpoint)));
+}
+
+XPCControlClient::XPCControlClient(std::shared_ptr<MainThreadPoster> mainThread, std::shared_ptr<IoThread> io,
+                                   ControlEndpoint endpoint)
+    : mainThread_(std::move(mainThread)),
+      io_(std::move(io)),
+      endpoint_(std::move(endpoint)),
+      queueLabel_(buildIdentity().clientQueueLabel),
+      queue_(asio::make_strand(io_->context().get_executor())) {}
+
+void XPCControlClient::send(const ControlRequest& request, Completion completion) {
+    auto text = TallywickCoding::encodeToString(request);
+    if (!text) return deliver(std::nullopt, std::move(completion));  // nothing opened, nothing reported
+    asio::post(queue_,
+               [self = shared_from_this(), text = std::move(*text), completion = std::move(completion)] {
+                   auto connection = self->ensureConnection();
+                   connection->call(
+                       "control", text,
+                       [self, completion](std::string reply) {
+                           // Any answer, even an unreadable one, shows the host is there.
+                           self->deliver(TallywickCoding::decode<ControlResponse>(reply), completion);
+                           self->notifyConnection(true);
+                       },
+                       [self, completion, connection](const LinkFailure&) {
+                           asio::post(self->queue_, [self, completion, connection] {
+                               self->forget(connection);
+                               self->deliver(std::nullopt, completion);
+                               self->notifyConnection(false);
+                           });
+                       });
+               });
+}
+
+std::shared_ptr<LinkConnection> XPCControlClient::ensureConnection() {
+    if (connection_) return connection_;
+    auto connection = LinkConnection::connect(io_->context(), endpoint_.path, endpoint_.hostRequirement);
+    std::weak_ptr<LinkConnection> weak = connection;
+    // The handlers hold the client strongly, for as long as the connection lives.
+    auto self = shared_from_this();
+    auto dropped = [self, weak](const std::string&) { self->handleDrop(weak.lock()); };
+    connection->start({
+        .onCall = [](std::uint64_t, const std::string&, std::string) { return false; },
+        .onMessage =
+            [self](const std::string& method, std::string payload) {
+                if (method == "controlEvent") self->controlEvent(payload);
+                if (method == "deliverAgentNotification") self->deliverAgentNotification(payload);
+            },
+        .onInterrupted = dropped,
+        .onInvalidated = dropped,
+    });
+    connection_ = connection;
+    return connection_;
+}
+
+void XPCControlClient::handleDrop(const std::shared_ptr<LinkConnection>& dropped) {
+    asio::post(queue_, [self = shared_from_this(), dropped] { self->forget(dropped); });
+    notifyConnection(false);
+}
+
+void XPCControlClient::forget(const std::shared_ptr<LinkConnection>& dropped) {
+    // Only the connection that failed: a newer one opened meanwhile stays.
+    if (connection_ == dropped || !dropped) connection_.reset();
+}
+
+void XPCControlClient::notifyConnection(bool connected) {
+    if (auto callback = onConnectionChange) {
+        mainThread_->post([callback = std::move(callback), connected] { callback(connected); });
+    }
+}
+
+void XPCControlClient::deliver(std::optional<ControlResponse> response, Completion completion) {
+    mainThread_->post([completion = std::move(completion), response = std::move(response)]() mutable {
+        completion(std::move(response));
+    });
+}
+
+void XPCControlClient::controlEvent(std::string_view text) {
+    auto event = TallywickCoding::decode<ControlEvent>(text);
+    if (!event) return;  // dropped without a trace
+    if (auto callback = onEvent) {
+        mainThread_->post([callback = std::move(callback), event = std::move(*event)]() mutable {
+            callback(std::move(event));
+        });
+    }
+}
+
+void XPCControlClient::deliverAgentNotification(std::string_view) {
+    // Meant for agents; the application has none.
+}
+
+}  // namespace tallywick

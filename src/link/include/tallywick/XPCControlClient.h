@@ -1,0 +1,74 @@
+#pragma once
+
+#include <asio/any_io_executor.hpp>
+#include <asio/strand.hpp>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <tallywick/ControlEvent.h>
+#include <tallywick/ControlRequest.h>
+#include <tallywick/ControlResponse.h>
+#include <tallywick/IoThread.h>
+#include <tallywick/LinkConnection.h>
+#include <tallywick/MainThreadPoster.h>
+
+namespace tallywick {
+
+// Where the host listens and what it must be.
+struct ControlEndpoint {
+    std::string path;
+    std::string hostRequirement;
+
+    static ControlEndpoint standard();  // the runtime folder's socket, this build's host requirement
+};
+
+// The application's end of the control connection. Opens the connection on
+// the first request and after every drop, never retries, never times out.
+// Completions and both callbacks run on the main thread, each as its own
+// posted task; decoding happens on the I/O thread before the hop.
+class XPCControlClient : public std::enable_shared_from_this<XPCControlClient> {
+public:
+    using Completion = std::function<void(std::optional<ControlResponse>)>;
+
+    // The I/O thread must outlive the client and be destroyed off its own thread.
+    static std::shared_ptr<XPCControlClient> create(std::shared_ptr<MainThreadPoster> mainThread,
+                                                    std::shared_ptr<IoThread> io,
+                                                    ControlEndpoint endpoint = ControlEndpoint::standard());
+
+    // Set once on the main thread before the first request; read afterwards.
+    std::function<void(ControlEvent)> onEvent;
+    std::function<void(bool)> onConnectionChange;
+
+    // Call on the main thread. The completion runs exactly once: with the
+    // host's decoded answer, or none when there is no usable answer.
+    void send(const ControlRequest& request, Completion completion);
+
+    // From the host, on the I/O thread.
+    void controlEvent(std::string_view text);
+    void deliverAgentNotification(std::string_view text);
+
+    const std::string& queueLabel() const { return queueLabel_; }
+
+private:
+    XPCControlClient(std::shared_ptr<MainThreadPoster> mainThread, std::shared_ptr<IoThread> io,
+                     ControlEndpoint endpoint);
+
+    std::shared_ptr<LinkConnection> ensureConnection();
+    void handleDrop(const std::shared_ptr<LinkConnection>& dropped);
+    void forget(const std::shared_ptr<LinkConnection>& dropped);
+    void notifyConnection(bool connected);
+    void deliver(std::optional<ControlResponse> response, Completion completion);
+
+    std::shared_ptr<MainThreadPoster> mainThread_;
+    std::shared_ptr<IoThread> io_;
+    ControlEndpoint endpoint_;
+    std::string queueLabel_;
+    // The private serial queue: `connection_` is read and written only on it.
+    asio::strand<asio::any_io_executor> queue_;
+    std::shared_ptr<LinkConnection> connection_;
+};
+
+}  // namespace tallywick
