@@ -13,19 +13,17 @@ ControlEndpoint ControlEndpoint::standard() {
 }
 
 std::shared_ptr<XPCControlClient> XPCControlClient::create(std::shared_ptr<MainThreadPoster> mainThread,
-                                                           std::shared_ptr<IoThread> io,
-                                                           ControlEndpoint endpoint) {
-    return std::shared_ptr<XPCControlClient>(
-        new XPCControlClient(std::move(mainThread), std::move(io), std::move(endpoint)));
+                                                           IoThread& io, ControlEndpoint endpoint) {
+    return std::shared_ptr<XPCControlClient>(new XPCControlClient(std::move(mainThread), io, std::move(endpoint)));
 }
 
-XPCControlClient::XPCControlClient(std::shared_ptr<MainThreadPoster> mainThread, std::shared_ptr<IoThread> io,
+XPCControlClient::XPCControlClient(std::shared_ptr<MainThreadPoster> mainThread, IoThread& io,
                                    ControlEndpoint endpoint)
     : mainThread_(std::move(mainThread)),
-      io_(std::move(io)),
+      io_(io),
       endpoint_(std::move(endpoint)),
       queueLabel_(buildIdentity().clientQueueLabel),
-      queue_(asio::make_strand(io_->context().get_executor())) {}
+      queue_(asio::make_strand(io_.context().get_executor())) {}
 
 void XPCControlClient::send(const ControlRequest& request, Completion completion) {
     auto text = TallywickCoding::encodeToString(request);
@@ -52,7 +50,7 @@ void XPCControlClient::send(const ControlRequest& request, Completion completion
 
 std::shared_ptr<LinkConnection> XPCControlClient::ensureConnection() {
     if (connection_) return connection_;
-    auto connection = LinkConnection::connect(io_->context(), endpoint_.path, endpoint_.hostRequirement);
+    auto connection = LinkConnection::connect(io_.context(), endpoint_.path, endpoint_.hostRequirement);
     std::weak_ptr<LinkConnection> weak = connection;
     // The handlers hold the client strongly, for as long as the connection lives.
     auto self = shared_from_this();

@@ -56,8 +56,14 @@ std::optional<Date> parseDate(std::string_view text) {
                                           std::chrono::month{static_cast<unsigned>(month)},
                                           std::chrono::day{static_cast<unsigned>(day)}};
     if (!ymd.ok()) return std::nullopt;
-    return Date{std::chrono::sys_days{ymd}} + std::chrono::hours{hour} + std::chrono::minutes{minute} +
-           std::chrono::seconds{second - offsetSeconds};
+    const Date instant = Date{std::chrono::sys_days{ymd}} + std::chrono::hours{hour} +
+                         std::chrono::minutes{minute} + std::chrono::seconds{second - offsetSeconds};
+    // An offset can carry the instant out of the years we can write back;
+    // a date that reads must always write.
+    constexpr Date earliest{std::chrono::sys_days{std::chrono::year{0} / 1 / 1}};
+    constexpr Date latest{std::chrono::sys_days{std::chrono::year{10000} / 1 / 1} - std::chrono::seconds{1}};
+    if (instant < earliest || instant > latest) return std::nullopt;
+    return instant;
 }
 
 std::optional<std::string> formatDate(Date date) {

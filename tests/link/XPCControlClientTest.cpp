@@ -1,6 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+
 #include <atomic>
+#include <filesystem>
+#include <fstream>
 #include <mutex>
 #include <thread>
 
@@ -16,90 +24,63 @@ using namespace tallywick;
 using namespace tallywick::testing;
 using namespace std::chrono_literals;
 
+extern char** environ;
+
 namespace {
 
-// A host stand-in on a real socket. `answer` maps a request text to the reply
-// text; an empty optional holds the call until release() (to reorder replies).
-class TestHost {
+const ServiceIdentity kIds = ServiceIdentity::make("com.example.Ledger", "ABCDE12345");
+
+bool accepts(const std::string& path) {
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+    const bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    ::close(fd);
+    return ok;
+}
+
+// The scripted host as a process of its own, with the host identity.
+class HostProcess {
 public:
-    using Answer = std::function<std::optional<std::string>(const std::string& request)>;
-
-    TestHost(IoThread& io, std::string path, Answer answer) : answer_(std::move(answer)) {
-        auto result = LinkListener::listen(io.context(), path, "", [this](std::shared_ptr<LinkConnection> c) {
-            std::weak_ptr<LinkConnection> weak = c;
-            c->start(
-                {.onCall = [this, weak](std::uint64_t id, const std::string& method, std::string payload) {
-                    if (method != "control") return false;
-                    auto self = weak.lock();
-                    std::lock_guard lock(mutex_);
-                    ++calls_;
-                    if (auto reply = answer_(payload)) {
-                        self->reply(id, *reply);
-                    } else {
-                        held_.push_back({self, id, payload});
-                    }
-                    return true;
-                }});
-            std::lock_guard lock(mutex_);
-            connections_.push_back(c);
-        });
-        listener_ = std::get<std::shared_ptr<LinkListener>>(result);
-    }
-    ~TestHost() { stop(); }
-
-    void push(const std::string& eventText) {
-        std::lock_guard lock(mutex_);
-        for (auto& c : connections_) c->send("controlEvent", eventText);
-    }
-    // Answers the held calls last first, each with a failure naming its request.
-    void releaseHeldInReverse() {
-        std::lock_guard lock(mutex_);
-        for (auto it = held_.rbegin(); it != held_.rend(); ++it) {
-            it->connection->reply(it->id,
-                                  *TallywickCoding::encodeToString(ControlResponse::failure(it->request)));
+    HostProcess(const ScratchRuntime& runtime, const std::string& script) : socket_(runtime.socket()) {
+        const std::string scriptPath = (runtime.path() / "host.script").string();
+        std::ofstream(scriptPath) << script;
+        const std::string program = std::string(TALLYWICK_TEST_PEER_DIR) + "/scripted_host";
+        char* const args[] = {const_cast<char*>(program.c_str()), const_cast<char*>(socket_.c_str()),
+                              const_cast<char*>(scriptPath.c_str()), nullptr};
+        std::filesystem::remove(socket_);
+        EXPECT_EQ(::posix_spawn(&pid_, program.c_str(), nullptr, nullptr, args, environ), 0);
+        // The file appears at bind, before listen; wait until it accepts.
+        bool up = false;
+        for (int i = 0; i < 500 && !up; ++i) {
+            up = accepts(socket_);
+            if (!up) std::this_thread::sleep_for(10ms);
         }
-        held_.clear();
+        EXPECT_TRUE(up) << "the scripted host did not start";
     }
-    void stop() {
-        if (!listener_) return;
-        listener_->close();
-        listener_.reset();
-        std::lock_guard lock(mutex_);
-        for (auto& c : connections_) c->close();
-        connections_.clear();
-    }
-    int calls() {
-        std::lock_guard lock(mutex_);
-        return calls_;
-    }
-    std::size_t connections() {
-        std::lock_guard lock(mutex_);
-        return connections_.size();
+    ~HostProcess() { kill(); }
+    // SIGKILL: the host gets no chance to say goodbye.
+    void kill() {
+        if (pid_ <= 0) return;
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, nullptr, 0);
+        pid_ = 0;
     }
 
 private:
-    Answer answer_;
-    std::shared_ptr<LinkListener> listener_;
-    std::mutex mutex_;
-    std::vector<std::shared_ptr<LinkConnection>> connections_;
-    struct Held {
-        std::shared_ptr<LinkConnection> connection;
-        std::uint64_t id;
-        std::string request;
-    };
-    std::vector<Held> held_;
-    int calls_ = 0;
+    std::string socket_;
+    pid_t pid_ = 0;
 };
 
 const std::string kOk = R"({"ok":{}})";
 
 // One client with a main-thread loop run by the test's own thread.
 struct ClientFixture {
-    explicit ClientFixture(const ScratchRuntime& runtime,
-                           std::string requirement = R"(identifier "com.example.Ledger")")
+    explicit ClientFixture(const ScratchRuntime& runtime, std::string requirement = kIds.hostRequirement)
         : loop(std::make_shared<EventLoop>()),
           io(std::make_shared<IoThread>()),
-          client(XPCControlClient::create(loop, io, {runtime.socket(), std::move(requirement)})) {
+          client(XPCControlClient::create(loop, *io, {runtime.socket(), std::move(requirement)})) {
         client->onConnectionChange = [this](bool up) {
             EXPECT_EQ(std::this_thread::get_id(), mainThread);
             states.push_back(up);
@@ -111,7 +92,7 @@ struct ClientFixture {
     }
     ~ClientFixture() {
         client.reset();
-        loop->runUntil([] { return false; }, 50ms);  // let posted tasks drain before the I/O thread goes
+        io.reset();  // stops the I/O thread here, on the main thread, ending the connection
     }
 
     // Sends and waits on the main loop for the completion.
@@ -151,7 +132,7 @@ TEST(XPCControlClientTest, NoHostMeansNoResponseAndOfflineEveryTime) {
     for (bool state : f.states) EXPECT_FALSE(state);
 
     // The next request after the host appears connects anew.
-    TestHost host(*f.io, runtime.socket(), [](const std::string&) { return kOk; });
+    HostProcess host(runtime, "");
     auto result = f.request(ControlRequest::deleteAccount("A1"));
     ASSERT_TRUE(result && *result);
     EXPECT_EQ((*result)->caseName(), "ok");
@@ -161,104 +142,103 @@ TEST(XPCControlClientTest, NoHostMeansNoResponseAndOfflineEveryTime) {
 
 TEST(XPCControlClientTest, AnswersPassThroughAndUnreadableOnesStillMeanOnline) {
     ScratchRuntime runtime;
+    HostProcess host(runtime,
+                     "deleteEntry => reply {\"failure\":{\"_0\":\"No such entry\"}}\n"
+                     "renameAccount => reply this is not a response\n"
+                     "snapshot => reply {\"dataChanged\":{}}\n");
     ClientFixture f(runtime);
-    TestHost host(*f.io, runtime.socket(), [](const std::string& request) -> std::optional<std::string> {
-        if (request.find("deleteEntry") != std::string::npos) return R"({"failure":{"_0":"No such entry"}})";
-        if (request.find("renameAccount") != std::string::npos) return "this is not a response";
-        return R"({"dataChanged":{}})";  // an event's text is no response either
-    });
     auto failure = f.request(ControlRequest::deleteEntry("E1"));
     ASSERT_TRUE(failure && *failure);
     EXPECT_EQ(std::get<ControlResponse::Failure>((*failure)->value).reason, "No such entry");
     for (const auto& request : {ControlRequest::renameAccount("A1", "x"), ControlRequest::snapshot()}) {
         auto unreadable = f.request(request);
         ASSERT_TRUE(unreadable);
-        EXPECT_FALSE(*unreadable);
+        EXPECT_FALSE(*unreadable) << "an event's text is no response either";
     }
     f.settle();
     EXPECT_EQ(f.states, (std::vector<bool>{true, true, true}));
-    EXPECT_EQ(host.connections(), 1u) << "one connection carries every request";
 }
 
 TEST(XPCControlClientTest, UnwritableRequestOpensNothingAndReportsNothing) {
     ScratchRuntime runtime;
+    HostProcess host(runtime, "");
     ClientFixture f(runtime);
-    TestHost host(*f.io, runtime.socket(), [](const std::string&) { return kOk; });
     auto result = f.request(ControlRequest::renameAccount("A1", "bad \xff name"));
     ASSERT_TRUE(result);
     EXPECT_FALSE(*result);
     f.settle();
     EXPECT_TRUE(f.states.empty());
-    EXPECT_EQ(host.connections(), 0u);
 }
 
 TEST(XPCControlClientTest, CompletionsFollowTheOrderOfReplies) {
     ScratchRuntime runtime;
+    HostProcess host(runtime,
+                     "\"first\" => hold\n"
+                     "\"second\" => release {\"ok\":{}}\n");
     ClientFixture f(runtime);
-    TestHost host(*f.io, runtime.socket(), [](const std::string&) { return std::nullopt; });
     std::vector<std::string> order;
     for (const char* id : {"first", "second"}) {
-        f.client->send(ControlRequest::deleteEntry(id), [&order](std::optional<ControlResponse> r) {
-            order.push_back(r ? std::get<ControlResponse::Failure>(r->value).reason : "none");
+        f.client->send(ControlRequest::deleteEntry(id), [&order, id](std::optional<ControlResponse> r) {
+            order.push_back(std::string(id) + (r ? " ok" : " none"));
         });
     }
-    // The host counts on the I/O thread, which posts nothing to this loop.
-    for (int i = 0; i < 1000 && host.calls() < 2; ++i) std::this_thread::sleep_for(10ms);
-    ASSERT_EQ(host.calls(), 2);
-    host.releaseHeldInReverse();
     ASSERT_TRUE(f.loop->runUntil([&] { return order.size() == 2; }, 10s));
-    EXPECT_EQ(order, (std::vector<std::string>{R"({"deleteEntry":{"id":"second"}})",
-                                               R"({"deleteEntry":{"id":"first"}})"}));
+    EXPECT_EQ(order, (std::vector<std::string>{"second ok", "first ok"}));
+    f.settle();
+    EXPECT_EQ(f.states, (std::vector<bool>{true, true})) << "both on one connection, no drop between";
 }
 
 TEST(XPCControlClientTest, EventsArriveOnTheMainThreadUnreadableOnesVanish) {
     ScratchRuntime runtime;
+    HostProcess host(
+        runtime,
+        "\"A1\" => push {\"apiCall\":{\"_0\":{\"id\":\"L1\",\"connectionId\":\"C1\",\"direction\":\"reply\","
+        "\"payload\":\"\",\"timestamp\":\"2025-03-04T05:06:08Z\"}}}\n"
+        "\"A2\" => push not json at all\n"
+        "\"A3\" => push "
+        "{\"apiCall\":{\"_0\":{\"id\":\"L1\",\"connectionId\":\"C1\",\"direction\":\"request\","
+        "\"payload\":\"{}\",\"timestamp\":\"2025-03-04T05:06:08Z\"}}}\n"
+        "snapshot => push {\"connectionsChanged\":{}}\n");
     ClientFixture silent(runtime);
     silent.client->onEvent = nullptr;  // never set: events are read, then discarded
     ClientFixture f(runtime);
-    TestHost host(*f.io, runtime.socket(), [](const std::string&) { return kOk; });
     ASSERT_TRUE(silent.request(ControlRequest::snapshot()));
-    ASSERT_TRUE(f.request(ControlRequest::snapshot()));
-    host.push(R"({"connectionsChanged":{}})");
-    host.push(
-        R"({"apiCall":{"_0":{"id":"L1","connectionId":"C1","direction":"reply","payload":"","timestamp":"2025-03-04T05:06:08Z"}}})");
-    host.push("not json at all");
-    host.push(
-        R"({"apiCall":{"_0":{"id":"L1","connectionId":"C1","direction":"request","payload":"{}","timestamp":"2025-03-04T05:06:08Z"}}})");
+    for (const auto& request : {ControlRequest::snapshot(), ControlRequest::deleteAccount("A1"),
+                                ControlRequest::deleteAccount("A2"), ControlRequest::deleteAccount("A3")}) {
+        ASSERT_TRUE(f.request(request));
+    }
     f.loop->runUntil([&] { return f.events.size() == 2; }, 10s);
     f.settle();
     silent.settle();
     EXPECT_EQ(f.events, (std::vector<std::string>{"connectionsChanged", "apiCall"}));
-    EXPECT_EQ(f.states, (std::vector<bool>{true})) << "events do not report the connection state";
+    EXPECT_EQ(f.states, (std::vector<bool>(4, true))) << "events do not report the connection state";
     EXPECT_TRUE(silent.events.empty());
 }
 
-TEST(XPCControlClientTest, HostRestartDropsThenReconnectsOnTheNextRequest) {
+TEST(XPCControlClientTest, HostKilledThenRestartedReconnectsOnTheNextRequest) {
     ScratchRuntime runtime;
+    auto host = std::make_unique<HostProcess>(runtime, "");
     ClientFixture f(runtime);
-    auto host = std::make_unique<TestHost>(*f.io, runtime.socket(), [](const std::string&) { return kOk; });
     ASSERT_TRUE(f.request(ControlRequest::snapshot()).value());
-    host.reset();
+    host->kill();
     ASSERT_TRUE(f.loop->runUntil([&] { return f.states.size() == 2; }, 10s));
     EXPECT_EQ(f.states, (std::vector<bool>{true, false}));
-    host = std::make_unique<TestHost>(*f.io, runtime.socket(), [](const std::string&) { return kOk; });
+    host = std::make_unique<HostProcess>(runtime, "");
     auto again = f.request(ControlRequest::snapshot());
     ASSERT_TRUE(again);
     EXPECT_TRUE(*again);
     f.settle();
     EXPECT_EQ(f.states.back(), true);
-    EXPECT_EQ(host->connections(), 1u);
 }
 
-TEST(XPCControlClientTest, HostThatFailsTheRequirementIsOffline) {
+TEST(XPCControlClientTest, HostOfAnotherTeamIsOffline) {
     ScratchRuntime runtime;
-    ClientFixture f(runtime, R"(identifier "com.example.Ledger.host")");
-    TestHost host(*f.io, runtime.socket(), [](const std::string&) { return kOk; });
+    HostProcess host(runtime, "");
+    ClientFixture f(runtime, ServiceIdentity::make("com.example.Ledger", "ZZZZZ99999").hostRequirement);
     auto result = f.request(ControlRequest::snapshot());
     ASSERT_TRUE(result);
     EXPECT_FALSE(*result);
     f.settle();
     ASSERT_FALSE(f.states.empty());
     EXPECT_FALSE(f.states.back());
-    EXPECT_EQ(host.calls(), 0);
 }

@@ -51,6 +51,15 @@ TEST(DateTest, RejectsAnythingElse) {
     }
 }
 
+TEST(DateTest, EveryDateThatReadsWritesBack) {
+    // Offsets that carry an instant past either end of the four-digit years.
+    EXPECT_EQ(parseDate("0000-01-01T00:00:00+00:01"), std::nullopt);
+    EXPECT_EQ(parseDate("9999-12-31T23:59:59-00:01"), std::nullopt);
+    EXPECT_EQ(formatDate(*parseDate("0000-01-01T00:01:00+00:01")), "0000-01-01T00:00:00Z");
+    EXPECT_EQ(formatDate(*parseDate("9999-12-31T23:58:59-00:01")), "9999-12-31T23:59:59Z");
+    EXPECT_EQ(formatDate(*parseDate("0000-01-01T00:00:00Z")), "0000-01-01T00:00:00Z");
+}
+
 TEST(DateTest, WritingCoversFourDigitYearsOnly) {
     EXPECT_EQ(formatDate(at(9999, 12, 31, 23, 59, 59)), "9999-12-31T23:59:59Z");
     EXPECT_EQ(formatDate(at(0, 1, 1, 0, 0, 0)), "0000-01-01T00:00:00Z");

@@ -33,9 +33,10 @@ class XPCControlClient : public std::enable_shared_from_this<XPCControlClient> {
 public:
     using Completion = std::function<void(std::optional<ControlResponse>)>;
 
-    // The I/O thread must outlive the client and be destroyed off its own thread.
+    // The client borrows the I/O thread: its owner keeps it for longer and
+    // destroys it on the main thread, which also ends the client's connection.
     static std::shared_ptr<XPCControlClient> create(std::shared_ptr<MainThreadPoster> mainThread,
-                                                    std::shared_ptr<IoThread> io,
+                                                    IoThread& io,
                                                     ControlEndpoint endpoint = ControlEndpoint::standard());
 
     // Set once on the main thread before the first request; read afterwards.
@@ -53,8 +54,7 @@ public:
     const std::string& queueLabel() const { return queueLabel_; }
 
 private:
-    XPCControlClient(std::shared_ptr<MainThreadPoster> mainThread, std::shared_ptr<IoThread> io,
-                     ControlEndpoint endpoint);
+    XPCControlClient(std::shared_ptr<MainThreadPoster> mainThread, IoThread& io, ControlEndpoint endpoint);
 
     std::shared_ptr<LinkConnection> ensureConnection();
     void handleDrop(const std::shared_ptr<LinkConnection>& dropped);
@@ -63,7 +63,7 @@ private:
     void deliver(std::optional<ControlResponse> response, Completion completion);
 
     std::shared_ptr<MainThreadPoster> mainThread_;
-    std::shared_ptr<IoThread> io_;
+    IoThread& io_;
     ControlEndpoint endpoint_;
     std::string queueLabel_;
     // The private serial queue: `connection_` is read and written only on it.

@@ -1,0 +1,5 @@
+#include "RoundTrip.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    return tallywick::fuzz::checkRoundTrip<tallywick::ControlEvent>(data, size);
+}
