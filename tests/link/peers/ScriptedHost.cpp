@@ -48,6 +48,12 @@ int main(int argc, char** argv) {
         std::cerr << "usage: scripted_host SOCKET SCRIPT\n";
         return 2;
     }
+    // Blocked before any thread starts, so that only sigwait below receives them.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
     const auto rules = readScript(argv[2]);
     std::mutex mutex;
     std::vector<std::pair<std::shared_ptr<LinkConnection>, std::uint64_t>> held;
@@ -88,11 +94,6 @@ int main(int argc, char** argv) {
         return 1;
     }
     // Runs until killed; the tests kill it to play a host that goes away.
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
     int received = 0;
     sigwait(&signals, &received);
     return 0;
