@@ -18,6 +18,25 @@ bool digits(std::string_view text, std::size_t pos, std::size_t width, int& out)
     return true;
 }
 
+// Days since 1970-01-01 of a valid civil date (the proleptic Gregorian
+// calendar's usual era arithmetic); every snapshot entry carries two dates,
+// so this stays plain integer work.
+long long daysFromCivil(int year, unsigned month, unsigned day) {
+    year -= month <= 2;
+    const int era = (year >= 0 ? year : year - 399) / 400;
+    const unsigned yearOfEra = static_cast<unsigned>(year - era * 400);
+    const unsigned dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    const unsigned dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return static_cast<long long>(era) * 146097 + static_cast<long long>(dayOfEra) - 719468;
+}
+
+bool validDay(int year, int month, int day) {
+    static constexpr int lengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    if (month < 1 || month > 12 || day < 1) return false;
+    const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+    return day <= lengths[month - 1] + (month == 2 && leap ? 1 : 0);
+}
+
 }  // namespace
 
 std::optional<Date> parseDate(std::string_view text) {
@@ -52,12 +71,11 @@ std::optional<Date> parseDate(std::string_view text) {
     }
     if (pos != text.size()) return std::nullopt;
 
-    const std::chrono::year_month_day ymd{std::chrono::year{year},
-                                          std::chrono::month{static_cast<unsigned>(month)},
-                                          std::chrono::day{static_cast<unsigned>(day)}};
-    if (!ymd.ok()) return std::nullopt;
-    const Date instant = Date{std::chrono::sys_days{ymd}} + std::chrono::hours{hour} +
-                         std::chrono::minutes{minute} + std::chrono::seconds{second - offsetSeconds};
+    if (!validDay(year, month, day)) return std::nullopt;
+    const long long seconds =
+        daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) * 86400 + hour * 3600 +
+        minute * 60 + second - offsetSeconds;
+    const Date instant{std::chrono::seconds{seconds}};
     // An offset can carry the instant out of the years we can write back;
     // a date that reads must always write.
     constexpr Date earliest{std::chrono::sys_days{std::chrono::year{0} / 1 / 1}};
