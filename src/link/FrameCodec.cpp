@@ -86,19 +86,30 @@ FrameScan scanFrames(std::string_view bytes) {
     return scan;
 }
 
+std::optional<std::string> encodeFrameHead(FrameKind kind, std::uint64_t id, std::string_view name,
+                                           std::string_view payload) {
+    const std::size_t length = kFrameHeaderSize - 4 + name.size() + payload.size();
+    if (name.size() > 255 || length > kMaxFrameLength) return std::nullopt;
+    if (check(kind, id, name, payload)) return std::nullopt;
+    std::string head;
+    head.reserve(kFrameHeaderSize + name.size());
+    appendBigEndian(head, length, 4);
+    head += static_cast<char>(kind);
+    appendBigEndian(head, id, 8);
+    head += static_cast<char>(name.size());
+    head += name;
+    return head;
+}
+
 std::optional<std::string> encodeFrame(const Frame& frame) {
-    const std::size_t length = kFrameHeaderSize - 4 + frame.name.size() + frame.payload.size();
-    if (frame.name.size() > 255 || length > kMaxFrameLength) return std::nullopt;
-    if (check(frame.kind, frame.id, frame.name, frame.payload)) return std::nullopt;
-    std::string out;
-    out.reserve(4 + length);
-    appendBigEndian(out, length, 4);
-    out += static_cast<char>(frame.kind);
-    appendBigEndian(out, frame.id, 8);
-    out += static_cast<char>(frame.name.size());
-    out += frame.name;
-    out += frame.payload;
-    return out;
+    auto head = encodeFrameHead(frame.kind, frame.id, frame.name, frame.payload);
+    if (!head) return std::nullopt;
+    return *head + frame.payload;
+}
+
+std::optional<std::uint32_t> announcedLength(std::string_view bytes) {
+    if (bytes.size() < 4) return std::nullopt;
+    return static_cast<std::uint32_t>(readBigEndian(bytes, 0, 4));
 }
 
 }  // namespace tallywick

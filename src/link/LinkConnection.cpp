@@ -5,6 +5,10 @@
 #include <asio/post.hpp>
 #include <asio/write.hpp>
 
+#include <algorithm>
+#include <array>
+#include <cstring>
+
 #include <tallywick/FrameCodec.h>
 #include <tallywick/PeerCheck.h>
 
@@ -34,9 +38,8 @@ void LinkConnection::start(Handlers handlers) {
     asio::post(strand_, [self = shared_from_this(), handlers = std::move(handlers)]() mutable {
         self->handlers_ = std::move(handlers);
         // Hello goes first, ahead of any call made before the socket is up.
-        const auto hello =
-            encodeFrame(Frame{FrameKind::hello, 0, std::string(kHelloName), std::string(kLinkVersion)});
-        self->writes_.push_front(*hello);
+        auto hello = encodeFrameHead(FrameKind::hello, 0, kHelloName, kLinkVersion);
+        self->writes_.push_front({std::move(*hello), std::string(kLinkVersion)});
         if (self->connectFirst_) {
             self->beginConnect();
         } else {
@@ -72,10 +75,10 @@ void LinkConnection::call(std::string method, std::string payload, ReplyHandler 
                          onReply = std::move(onReply), onError = std::move(onError)]() mutable {
         if (self->ended_) return onError({LinkFailure::Kind::invalidated, "the connection has ended"});
         const std::uint64_t id = self->nextId_++;
-        auto bytes = encodeFrame(Frame{FrameKind::call, id, std::move(method), std::move(payload)});
-        if (!bytes) return onError({LinkFailure::Kind::unsendable, "the call cannot be framed"});
+        auto head = encodeFrameHead(FrameKind::call, id, method, payload);
+        if (!head) return onError({LinkFailure::Kind::unsendable, "the call cannot be framed"});
         self->pending_.emplace(id, Pending{std::move(onReply), std::move(onError)});
-        self->writes_.push_back(std::move(*bytes));
+        self->writes_.push_back({std::move(*head), std::move(payload)});
         self->writeNext();
     });
 }
@@ -83,19 +86,19 @@ void LinkConnection::call(std::string method, std::string payload, ReplyHandler 
 void LinkConnection::send(std::string method, std::string payload) {
     asio::post(strand_, [self = shared_from_this(), method = std::move(method),
                          payload = std::move(payload)]() mutable {
-        self->enqueue(Frame{FrameKind::message, 0, std::move(method), std::move(payload)});
+        self->enqueue(FrameKind::message, 0, std::move(method), std::move(payload));
     });
 }
 
 void LinkConnection::reply(std::uint64_t id, std::string payload) {
     asio::post(strand_, [self = shared_from_this(), id, payload = std::move(payload)]() mutable {
-        self->enqueue(Frame{FrameKind::reply, id, {}, std::move(payload)});
+        self->enqueue(FrameKind::reply, id, {}, std::move(payload));
     });
 }
 
 void LinkConnection::fail(std::uint64_t id, std::string reason) {
     asio::post(strand_, [self = shared_from_this(), id, reason = std::move(reason)]() mutable {
-        self->enqueue(Frame{FrameKind::failure, id, {}, std::move(reason)});
+        self->enqueue(FrameKind::failure, id, {}, std::move(reason));
     });
 }
 
@@ -103,16 +106,15 @@ void LinkConnection::close() {
     asio::post(strand_, [self = shared_from_this()] { self->end(LinkFailure::Kind::invalidated, "closed"); });
 }
 
-void LinkConnection::enqueue(const Frame& frame) {
+void LinkConnection::enqueue(FrameKind kind, std::uint64_t id, std::string name, std::string payload) {
     if (ended_) return;
-    auto bytes = encodeFrame(frame);
-    if (!bytes) {
+    auto head = encodeFrameHead(kind, id, name, payload);
+    if (!head) {
         // A reply we cannot frame must still answer the call.
-        if (frame.kind == FrameKind::reply)
-            enqueue(Frame{FrameKind::failure, frame.id, {}, "reply cannot be framed"});
+        if (kind == FrameKind::reply) enqueue(FrameKind::failure, id, {}, "reply cannot be framed");
         return;
     }
-    writes_.push_back(std::move(*bytes));
+    writes_.push_back({std::move(*head), std::move(payload)});
     writeNext();
 }
 
@@ -120,7 +122,7 @@ void LinkConnection::writeNext() {
     if (writing_ || writes_.empty() || !connected_ || ended_) return;
     writing_ = true;
     asio::async_write(
-        socket_, asio::buffer(writes_.front()),
+        socket_, std::array{asio::buffer(writes_.front().head), asio::buffer(writes_.front().payload)},
         asio::bind_executor(strand_, [self = shared_from_this()](const std::error_code& error, std::size_t) {
             self->writing_ = false;
             if (self->ended_) return;
@@ -135,8 +137,20 @@ void LinkConnection::writeNext() {
 }
 
 void LinkConnection::readMore() {
+    // Room for at least one ordinary read, or for the rest of a frame whose
+    // length is already known (oversize is refused before it gets this far).
+    std::size_t wanted = filled_ + 64 * 1024;
+    if (auto length = announcedLength({readBuffer_.get(), filled_}); length && *length <= kMaxFrameLength) {
+        wanted = std::max<std::size_t>(wanted, 4 + std::size_t{*length});
+    }
+    if (wanted > readCapacity_) {
+        auto bigger = std::make_unique_for_overwrite<char[]>(wanted);
+        if (filled_ > 0) std::memcpy(bigger.get(), readBuffer_.get(), filled_);
+        readBuffer_ = std::move(bigger);
+        readCapacity_ = wanted;
+    }
     socket_.async_read_some(
-        asio::buffer(chunk_),
+        asio::buffer(readBuffer_.get() + filled_, readCapacity_ - filled_),
         asio::bind_executor(
             strand_, [self = shared_from_this()](const std::error_code& error, std::size_t count) {
                 if (self->ended_) return;
@@ -152,14 +166,22 @@ void LinkConnection::readMore() {
 }
 
 void LinkConnection::handleBytes(std::size_t count) {
-    readBuffer_.append(chunk_.data(), count);
-    auto scan = scanFrames(readBuffer_);
+    filled_ += count;
+    auto scan = scanFrames({readBuffer_.get(), filled_});
     for (auto& frame : scan.frames) {
         if (!handleFrame(std::move(frame))) return;
         if (ended_) return;  // a handler closed the connection
     }
     if (scan.violation) return end(LinkFailure::Kind::invalidated, std::string(describe(*scan.violation)));
-    readBuffer_.erase(0, scan.consumed);
+    filled_ -= scan.consumed;
+    if (filled_ > 0) std::memmove(readBuffer_.get(), readBuffer_.get() + scan.consumed, filled_);
+    // A buffer grown for one large frame is given back once it is done with.
+    if (readCapacity_ > 1024 * 1024 && filled_ < 64 * 1024) {
+        auto smaller = std::make_unique_for_overwrite<char[]>(64 * 1024);
+        if (filled_ > 0) std::memcpy(smaller.get(), readBuffer_.get(), filled_);
+        readBuffer_ = std::move(smaller);
+        readCapacity_ = 64 * 1024;
+    }
     readMore();
 }
 
@@ -179,7 +201,7 @@ bool LinkConnection::handleFrame(Frame frame) {
     switch (frame.kind) {
         case FrameKind::call:
             if (!handlers_.onCall || !handlers_.onCall(frame.id, frame.name, std::move(frame.payload))) {
-                enqueue(Frame{FrameKind::failure, frame.id, {}, "no such method: " + frame.name});
+                enqueue(FrameKind::failure, frame.id, {}, "no such method: " + frame.name);
             }
             return true;
         case FrameKind::message:

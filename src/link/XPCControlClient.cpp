@@ -14,7 +14,8 @@ ControlEndpoint ControlEndpoint::standard() {
 
 std::shared_ptr<XPCControlClient> XPCControlClient::create(std::shared_ptr<MainThreadPoster> mainThread,
                                                            IoThread& io, ControlEndpoint endpoint) {
-    return std::shared_ptr<XPCControlClient>(new XPCControlClient(std::move(mainThread), io, std::move(endpoint)));
+    return std::shared_ptr<XPCControlClient>(
+        new XPCControlClient(std::move(mainThread), io, std::move(endpoint)));
 }
 
 XPCControlClient::XPCControlClient(std::shared_ptr<MainThreadPoster> mainThread, IoThread& io,

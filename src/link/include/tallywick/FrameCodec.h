@@ -37,4 +37,13 @@ FrameScan scanFrames(std::string_view bytes);
 // (too long, name not ASCII or over 255 bytes, payload not UTF-8, bad id).
 std::optional<std::string> encodeFrame(const Frame& frame);
 
+// Everything of that wire form before the payload, after the same checks;
+// the payload then follows as it is, so a large one is never copied.
+std::optional<std::string> encodeFrameHead(FrameKind kind, std::uint64_t id, std::string_view name,
+                                           std::string_view payload);
+
+// The length a buffer's first frame announces (what follows its length
+// field), or none while fewer than four bytes are there.
+std::optional<std::uint32_t> announcedLength(std::string_view bytes);
+
 }  // namespace tallywick

@@ -78,7 +78,12 @@ private:
 
     void beginConnect();
     void beginSession();
-    void enqueue(const Frame& frame);
+    // A frame to send: its head, then its payload, written as one gather.
+    struct Outgoing {
+        std::string head;
+        std::string payload;
+    };
+    void enqueue(FrameKind kind, std::uint64_t id, std::string name, std::string payload);
     void writeNext();
     void readMore();
     void handleBytes(std::size_t count);
@@ -94,10 +99,13 @@ private:
     Handlers handlers_;
     std::map<std::uint64_t, Pending> pending_;  // by id, so that failures run in call order
     std::uint64_t nextId_ = 1;
-    std::deque<std::string> writes_;
+    std::deque<Outgoing> writes_;
     bool writing_ = false;
-    std::string readBuffer_;
-    std::array<char, 64 * 1024> chunk_{};
+    // Received bytes not yet taken as frames; grown to hold a whole frame
+    // once its length is known, so a large one arrives in a few big reads.
+    std::unique_ptr<char[]> readBuffer_;
+    std::size_t readCapacity_ = 0;
+    std::size_t filled_ = 0;
     bool connected_ = false;
     bool helloReceived_ = false;
     bool ended_ = false;
