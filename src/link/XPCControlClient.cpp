@@ -26,6 +26,11 @@ XPCControlClient::XPCControlClient(std::shared_ptr<MainThreadPoster> mainThread,
       queueLabel_(buildIdentity().clientQueueLabel),
       queue_(asio::make_strand(io_.context().get_executor())) {}
 
+XPCControlClient::~XPCControlClient() {
+    // Its owner let go: the connection ends with it.
+    if (connection_) connection_->close();
+}
+
 void XPCControlClient::send(const ControlRequest& request, Completion completion) {
     auto text = TallywickCoding::encodeToString(request);
     if (!text) return deliver(std::nullopt, std::move(completion));  // nothing opened, nothing reported
@@ -52,14 +57,19 @@ void XPCControlClient::send(const ControlRequest& request, Completion completion
 std::shared_ptr<LinkConnection> XPCControlClient::ensureConnection() {
     if (connection_) return connection_;
     auto connection = LinkConnection::connect(io_.context(), endpoint_.path, endpoint_.hostRequirement);
-    std::weak_ptr<LinkConnection> weak = connection;
-    // The handlers hold the client strongly, for as long as the connection lives.
-    auto self = shared_from_this();
-    auto dropped = [self, weak](const std::string&) { self->handleDrop(weak.lock()); };
+    std::weak_ptr<LinkConnection> weakConnection = connection;
+    // The client owns the connection, so its handlers must not own the client:
+    // a cycle would outlive the client's owner. Calls in flight hold it instead.
+    std::weak_ptr<XPCControlClient> weakSelf = shared_from_this();
+    auto dropped = [weakSelf, weakConnection](const std::string&) {
+        if (auto self = weakSelf.lock()) self->handleDrop(weakConnection.lock());
+    };
     connection->start({
         .onCall = [](std::uint64_t, const std::string&, std::string) { return false; },
         .onMessage =
-            [self](const std::string& method, std::string payload) {
+            [weakSelf](const std::string& method, std::string payload) {
+                auto self = weakSelf.lock();
+                if (!self) return;
                 if (method == "controlEvent") self->controlEvent(payload);
                 if (method == "deliverAgentNotification") self->deliverAgentNotification(payload);
             },

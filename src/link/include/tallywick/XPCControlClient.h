@@ -53,6 +53,8 @@ public:
 
     const std::string& queueLabel() const { return queueLabel_; }
 
+    ~XPCControlClient();
+
 private:
     XPCControlClient(std::shared_ptr<MainThreadPoster> mainThread, IoThread& io, ControlEndpoint endpoint);
 
