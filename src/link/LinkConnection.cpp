@@ -175,8 +175,10 @@ void LinkConnection::handleBytes(std::size_t count) {
     if (scan.violation) return end(LinkFailure::Kind::invalidated, std::string(describe(*scan.violation)));
     filled_ -= scan.consumed;
     if (filled_ > 0) std::memmove(readBuffer_.get(), readBuffer_.get() + scan.consumed, filled_);
-    // A buffer grown for one large frame is given back once it is done with.
-    if (readCapacity_ > 1024 * 1024 && filled_ < 64 * 1024) {
+    // A buffer grown for a huge frame is given back once it is done with;
+    // up to 32 MiB it is kept, as refaulting its pages for every large reply
+    // would cost more than the reply itself.
+    if (readCapacity_ > 32 * 1024 * 1024 && filled_ < 64 * 1024) {
         auto smaller = std::make_unique_for_overwrite<char[]>(64 * 1024);
         if (filled_ > 0) std::memcpy(smaller.get(), readBuffer_.get(), filled_);
         readBuffer_ = std::move(smaller);
