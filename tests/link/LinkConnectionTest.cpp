@@ -108,11 +108,9 @@ std::future<std::string> callFuture(LinkConnection& connection, std::string meth
 // A raw server that greets, then writes the given bytes, to play a broken peer.
 int rawServer(const std::string& path) {
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+    const sockaddr_un address = unixAddress(path);
     ::unlink(path.c_str());
-    EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     EXPECT_EQ(::listen(fd, 4), 0);
     return fd;
 }
@@ -288,11 +286,8 @@ TEST(LinkConnectionTest, PeerOfAnotherUserIsRefusedUnread) {
     const pid_t child = ::fork();
     if (child == 0) {
         if (::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(10);
-        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
-        if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) ::_exit(11);
+        const int fd = connectUnix(path);
+        if (fd < 0) ::_exit(11);
         const std::string hello = helloBytes();
         (void)!::send(fd, hello.data(), hello.size(), MSG_NOSIGNAL);
         char byte;

@@ -1,7 +1,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
+
+#include <cstdio>
 
 #include <chrono>
 #include <filesystem>
@@ -30,6 +34,24 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+inline sockaddr_un unixAddress(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+    return address;
+}
+
+// A plain blocking client socket, or -1 when nothing accepts at the path.
+inline int connectUnix(const std::string& path) {
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_un address = unixAddress(path);
+    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
 
 template <class T>
 T await(std::future<T>& future, std::chrono::seconds limit = std::chrono::seconds{10}) {

@@ -31,13 +31,9 @@ namespace {
 const ServiceIdentity kIds = ServiceIdentity::make("com.example.Ledger", "ABCDE12345");
 
 bool accepts(const std::string& path) {
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
-    const bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-    ::close(fd);
-    return ok;
+    const int fd = connectUnix(path);
+    if (fd >= 0) ::close(fd);
+    return fd >= 0;
 }
 
 // The scripted host as a process of its own, with the host identity.
