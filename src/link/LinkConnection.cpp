@@ -2,6 +2,7 @@
 
 #include <asio/bind_executor.hpp>
 #include <asio/buffer.hpp>
+#include <asio/dispatch.hpp>
 #include <asio/post.hpp>
 #include <asio/write.hpp>
 
@@ -83,21 +84,23 @@ void LinkConnection::call(std::string method, std::string payload, ReplyHandler 
     });
 }
 
+// Answers and messages are usually made from inside a handler, already on the
+// strand: dispatch frames and writes them at once instead of queueing a turn.
 void LinkConnection::send(std::string method, std::string payload) {
-    asio::post(strand_, [self = shared_from_this(), method = std::move(method),
-                         payload = std::move(payload)]() mutable {
+    asio::dispatch(strand_, [self = shared_from_this(), method = std::move(method),
+                             payload = std::move(payload)]() mutable {
         self->enqueue(FrameKind::message, 0, std::move(method), std::move(payload));
     });
 }
 
 void LinkConnection::reply(std::uint64_t id, std::string payload) {
-    asio::post(strand_, [self = shared_from_this(), id, payload = std::move(payload)]() mutable {
+    asio::dispatch(strand_, [self = shared_from_this(), id, payload = std::move(payload)]() mutable {
         self->enqueue(FrameKind::reply, id, {}, std::move(payload));
     });
 }
 
 void LinkConnection::fail(std::uint64_t id, std::string reason) {
-    asio::post(strand_, [self = shared_from_this(), id, reason = std::move(reason)]() mutable {
+    asio::dispatch(strand_, [self = shared_from_this(), id, reason = std::move(reason)]() mutable {
         self->enqueue(FrameKind::failure, id, {}, std::move(reason));
     });
 }
