@@ -7,14 +7,14 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <iostream>
 #include <thread>
 
+#include <tallywick/ControlResponse.h>
 #include <tallywick/IoThread.h>
 #include <tallywick/LinkListener.h>
+#include <tallywick/StopSignals.h>
 #include <tallywick/TallywickCoding.h>
-#include <tallywick/ControlResponse.h>
 
 #include "LinkBenchSizes.h"
 
@@ -46,7 +46,8 @@ void serveRaw(const std::string& path) {
     address.sun_family = AF_UNIX;
     std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
     ::unlink(path.c_str());
-    if (::bind(listening, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || ::listen(listening, 4) != 0) {
+    if (::bind(listening, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(listening, 4) != 0) {
         std::perror("raw socket");
         std::exit(1);
     }
@@ -72,13 +73,9 @@ int main(int argc, char** argv) {
         std::cerr << "usage: tallywick_link_bench_peer LINK_SOCKET RAW_SOCKET\n";
         return 2;
     }
-    // Blocked before any thread starts, so that only sigwait below receives them.
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
-    const std::string small = *TallywickCoding::encodeToString(ControlResponse::failure(std::string(80, 's')));
+    const StopSignals stop;  // before any thread starts
+    const std::string small =
+        *TallywickCoding::encodeToString(ControlResponse::failure(std::string(80, 's')));
     const std::string large =
         *TallywickCoding::encodeToString(ControlResponse::failure(std::string(bench::kLargeBytes - 16, 'l')));
 
@@ -100,7 +97,6 @@ int main(int argc, char** argv) {
     }
     std::thread(serveRaw, std::string(argv[2])).detach();
 
-    int received = 0;
-    sigwait(&signals, &received);
+    stop.wait();
     return 0;
 }

@@ -7,7 +7,6 @@
 //                                        newest first, each with <text>
 //   <substring> => push <event>          send <event> as a controlEvent, then {"ok":{}}
 // Requests matching no rule get {"ok":{}}. Usage: scripted_host SOCKET SCRIPT
-#include <csignal>
 #include <fstream>
 #include <iostream>
 #include <mutex>
@@ -15,6 +14,7 @@
 
 #include <tallywick/IoThread.h>
 #include <tallywick/LinkListener.h>
+#include <tallywick/StopSignals.h>
 
 using namespace tallywick;
 
@@ -48,12 +48,7 @@ int main(int argc, char** argv) {
         std::cerr << "usage: scripted_host SOCKET SCRIPT\n";
         return 2;
     }
-    // Blocked before any thread starts, so that only sigwait below receives them.
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    const StopSignals stop;  // before any thread starts
     const auto rules = readScript(argv[2]);
     std::mutex mutex;
     std::vector<std::pair<std::shared_ptr<LinkConnection>, std::uint64_t>> held;
@@ -94,7 +89,6 @@ int main(int argc, char** argv) {
         return 1;
     }
     // Runs until killed; the tests kill it to play a host that goes away.
-    int received = 0;
-    sigwait(&signals, &received);
+    stop.wait();
     return 0;
 }
