@@ -119,6 +119,30 @@ std::string helloBytes() {
     return *encodeFrame(Frame{FrameKind::hello, 0, std::string(kHelloName), std::string(kLinkVersion)});
 }
 
+// A client connected to a raw socket that the test writes by hand.
+struct RawPeerSession {
+    RawPeerSession() : listening(rawServer(runtime.socket())) {
+        client = LinkConnection::connect(io.context(), runtime.socket(), "");
+        client->start(recorder.handlers());
+    }
+    ~RawPeerSession() {
+        if (peer >= 0) ::close(peer);
+        ::close(listening);
+    }
+    // Takes the client's connection; call after the client has something pending.
+    bool accept() {
+        peer = ::accept(listening, nullptr, nullptr);
+        return peer >= 0;
+    }
+
+    ScratchRuntime runtime;
+    IoThread io;
+    int listening;
+    int peer = -1;
+    Recorder recorder;
+    std::shared_ptr<LinkConnection> client;
+};
+
 }  // namespace
 
 TEST(LinkConnectionTest, CallsGetTheirRepliesInOrderAndMessagesFlow) {
@@ -225,52 +249,39 @@ TEST(LinkConnectionTest, ProtocolViolationsInvalidate) {
          helloBytes() + std::string("\x00\x00\x00\x0d\x03\x00\x00\x00\x00\x00\x00\x00\x00\x01m\xff\xfe", 18)},
     };
     for (const auto& [what, bytes] : peers) {
-        ScratchRuntime runtime;
-        IoThread io;
-        const int listening = rawServer(runtime.socket());
-        Recorder recorder;
-        auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
-        client->start(recorder.handlers());
-        auto pending = callFuture(*client, "echo", "x");
-        const int peer = ::accept(listening, nullptr, nullptr);
-        ASSERT_GE(peer, 0);
+        RawPeerSession session;
+        auto pending = callFuture(*session.client, "echo", "x");
+        ASSERT_TRUE(session.accept());
         // Dribble the bytes one at a time: framing must not depend on read sizes.
         // The client may close as soon as it sees the fault, before the last byte.
         for (char byte : bytes) {
-            if (::send(peer, &byte, 1, MSG_NOSIGNAL) != 1) break;
+            if (::send(session.peer, &byte, 1, MSG_NOSIGNAL) != 1) break;
         }
         EXPECT_EQ(await(pending), "error invalidated") << what;
-        EXPECT_EQ(await(recorder.ended.get_future()), "invalidated") << what;
-        ::close(peer);
-        ::close(listening);
+        EXPECT_EQ(await(session.recorder.ended.get_future()), "invalidated") << what;
     }
 }
 
 TEST(LinkConnectionTest, SplitAndCoalescedFramesFromARawPeer) {
-    ScratchRuntime runtime;
-    IoThread io;
-    const int listening = rawServer(runtime.socket());
-    Recorder recorder;
-    auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
-    client->start(recorder.handlers());
-    auto first = callFuture(*client, "echo", "a");
-    auto second = callFuture(*client, "echo", "b");
-    const int peer = ::accept(listening, nullptr, nullptr);
-    ASSERT_GE(peer, 0);
+    RawPeerSession session;
+    auto first = callFuture(*session.client, "echo", "a");
+    auto second = callFuture(*session.client, "echo", "b");
+    ASSERT_TRUE(session.accept());
     // Both replies (ids 1 and 2) and a message in one write, after a split hello.
     const std::string hello = helloBytes();
-    ASSERT_EQ(::send(peer, hello.data(), 5, MSG_NOSIGNAL), 5);
+    ASSERT_EQ(::send(session.peer, hello.data(), 5, MSG_NOSIGNAL), 5);
     std::this_thread::sleep_for(20ms);
     const std::string rest = hello.substr(5) + *encodeFrame(Frame{FrameKind::message, 0, "m", "hi"}) +
                              *encodeFrame(Frame{FrameKind::reply, 2, "", "B"}) +
                              *encodeFrame(Frame{FrameKind::failure, 1, "", "nope"});
-    ASSERT_EQ(::send(peer, rest.data(), rest.size(), MSG_NOSIGNAL), static_cast<ssize_t>(rest.size()));
+    ASSERT_EQ(::send(session.peer, rest.data(), rest.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(rest.size()));
     EXPECT_EQ(await(second), "reply B");
     EXPECT_EQ(await(first), "error remoteFailure");
-    EXPECT_EQ(recorder.snapshot(), std::vector<std::string>{"message m hi"});
-    ::close(peer);
-    EXPECT_EQ(await(recorder.ended.get_future()), "interrupted");
-    ::close(listening);
+    EXPECT_EQ(session.recorder.snapshot(), std::vector<std::string>{"message m hi"});
+    ::close(session.peer);
+    session.peer = -1;
+    EXPECT_EQ(await(session.recorder.ended.get_future()), "interrupted");
 }
 
 TEST(LinkConnectionTest, PeerOfAnotherUserIsRefusedUnread) {
