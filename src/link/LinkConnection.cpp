@@ -109,6 +109,13 @@ void LinkConnection::close() {
     asio::post(strand_, [self = shared_from_this()] { self->end(LinkFailure::Kind::invalidated, "closed"); });
 }
 
+void LinkConnection::finish() {
+    asio::post(strand_, [self = shared_from_this()] {
+        self->finishing_ = true;
+        if (!self->writing_) self->end(LinkFailure::Kind::invalidated, "closed");
+    });
+}
+
 void LinkConnection::enqueue(FrameKind kind, std::uint64_t id, std::string name, std::string payload) {
     if (ended_) return;
     auto head = encodeFrameHead(kind, id, name, payload);
@@ -135,6 +142,8 @@ void LinkConnection::writeNext() {
                     "write failed: " + error.message());
             }
             self->writes_.pop_front();
+            if (self->finishing_ && self->writes_.empty())
+                return self->end(LinkFailure::Kind::invalidated, "closed");
             self->writeNext();
         }));
 }

@@ -65,6 +65,9 @@ public:
     void reply(std::uint64_t id, std::string payload);
     void fail(std::uint64_t id, std::string reason);
     void close();
+    // Closes once the frames already queued are written, so that answers
+    // given just before a shutdown still reach the peer.
+    void finish();
 
     ~LinkConnection();
 
@@ -109,6 +112,7 @@ private:
     bool connected_ = false;
     bool helloReceived_ = false;
     bool ended_ = false;
+    bool finishing_ = false;
 };
 
 }  // namespace tallywick

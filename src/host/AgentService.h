@@ -1,0 +1,51 @@
+#pragma once
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <tallywick/core.h>
+
+#include "AgentSession.h"
+
+namespace tallywick {
+
+class KeyHasher;
+class LedgerStore;
+
+// The Model Context Protocol server of one host: takes one JSON-RPC line an
+// agent sent over a bridge and says what follows from it. Never throws; a line
+// that is not valid JSON-RPC gets the JSON-RPC error it deserves.
+// Used from the host's one thread only.
+class AgentService {
+public:
+    AgentService(LedgerStore& store, const KeyHasher& hasher);
+
+    // What the host does after one agent line.
+    struct Effects {
+        // The line that answers a request (compact JSON, no line terminator);
+        // none for a notification or a response.
+        std::optional<std::string> reply;
+        // How the incoming line is logged.
+        Direction direction = Direction::request;
+        std::optional<std::string> method;
+        // A committed change created an account or changed stored data.
+        bool dataChanged = false;
+        // The session's client information, binding or authentication changed.
+        bool connectionsChanged = false;
+        // Accounts whose ledgers changed; their subscribers are told.
+        std::vector<std::string> changedAccounts;
+    };
+
+    Effects handle(AgentSession& session, std::string_view line, Date now);
+
+    // The history resource of an account, and the notification that it changed.
+    static std::string historyUri(const std::string& accountId);
+    static std::string resourceUpdatedLine(const std::string& uri);
+
+private:
+    LedgerStore& store_;
+    const KeyHasher& hasher_;
+};
+
+}  // namespace tallywick

@@ -1,0 +1,73 @@
+#include "ControlService.h"
+
+#include "LedgerStore.h"
+
+namespace tallywick {
+
+namespace {
+
+std::string encodeResponse(const ControlResponse& response) {
+    if (auto text = TallywickCoding::encodeToString(response)) return std::move(*text);
+    // Only a record holding text that cannot be written gets here; say so
+    // rather than leave the caller without an answer.
+    return *TallywickCoding::encodeToString(ControlResponse::failure("The answer could not be encoded"));
+}
+
+template <class T>
+ControlService::Result answer(const Outcome<T>& outcome) {
+    if (const auto* failure = std::get_if<Failure>(&outcome))
+        return {.reply = encodeResponse(ControlResponse::failure(failure->reason))};
+    return {.reply = encodeResponse(ControlResponse::ok()), .dataChanged = true};
+}
+
+}  // namespace
+
+ControlService::ControlService(LedgerStore& store, SnapshotSource snapshot)
+    : store_(store), snapshot_(std::move(snapshot)) {}
+
+ControlService::Result ControlService::handle(std::string_view requestText, Date now) {
+    auto request = TallywickCoding::decode<ControlRequest>(requestText);
+    if (!request) return {.reply = encodeResponse(ControlResponse::failure("Malformed request"))};
+    return execute(*request, now);
+}
+
+ControlService::Result ControlService::execute(const ControlRequest& request, Date now) {
+    using R = ControlRequest;
+    return std::visit(
+        [&](const auto& c) -> Result {
+            using Case = std::decay_t<decltype(c)>;
+            if constexpr (std::is_same_v<Case, R::Snapshot>) {
+                return {.reply = encodeResponse(ControlResponse::snapshot(snapshot_()))};
+            } else if constexpr (std::is_same_v<Case, R::CreateEntry>) {
+                auto result = answer(store_.createEntry(c.entry, now));
+                if (result.dataChanged) result.changedLedgers.push_back(c.entry.accountId);
+                return result;
+            } else if constexpr (std::is_same_v<Case, R::UpdateEntry>) {
+                const auto outcome = store_.updateEntry(c.entry, now);
+                auto result = answer(outcome);
+                if (const auto* entry = std::get_if<LedgerEntry>(&outcome))
+                    result.changedLedgers.push_back(entry->accountId);
+                return result;
+            } else if constexpr (std::is_same_v<Case, R::DeleteEntry>) {
+                const auto outcome = store_.deleteEntry(c.id);
+                auto result = answer(outcome);
+                if (const auto* account = std::get_if<std::string>(&outcome))
+                    result.changedLedgers.push_back(*account);
+                return result;
+            } else if constexpr (std::is_same_v<Case, R::RenameAccount>) {
+                return answer(store_.renameAccount(c.id, c.displayName));
+            } else if constexpr (std::is_same_v<Case, R::DeleteAccount>) {
+                auto result = answer(store_.deleteAccount(c.id));
+                if (result.dataChanged) result.deletedAccount = c.id;
+                return result;
+            } else if constexpr (std::is_same_v<Case, R::SetAllowUnauthenticated>) {
+                return answer(store_.setAllowUnauthenticated(c.value));
+            } else {
+                static_assert(std::is_same_v<Case, R::SetStartingPoints>);
+                return answer(store_.setStartingPoints(c.value));
+            }
+        },
+        request.value);
+}
+
+}  // namespace tallywick

@@ -1,0 +1,39 @@
+#pragma once
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <tallywick/core.h>
+
+namespace tallywick {
+
+class LedgerStore;
+
+// Answers the desktop manager's control requests: one text in, one response
+// text out, and what the rest of the host must be told. Used from the host's
+// one thread only.
+class ControlService {
+public:
+    // Gives the whole current state for a snapshot answer.
+    using SnapshotSource = std::function<Snapshot()>;
+
+    ControlService(LedgerStore& store, SnapshotSource snapshot);
+
+    struct Result {
+        std::string reply;
+        bool dataChanged = false;                   // a change was committed
+        std::vector<std::string> changedLedgers;    // accounts whose entries changed
+        std::optional<std::string> deletedAccount;  // its agents lose their binding
+    };
+
+    Result handle(std::string_view requestText, Date now);
+    Result execute(const ControlRequest& request, Date now);
+
+private:
+    LedgerStore& store_;
+    SnapshotSource snapshot_;
+};
+
+}  // namespace tallywick

@@ -1,0 +1,85 @@
+#include "HostOptions.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <optional>
+
+#include <tallywick/RuntimeDirectory.h>
+
+namespace tallywick {
+
+namespace {
+
+std::string nonEmptyEnv(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? std::string(value) : std::string();
+}
+
+std::string homeDirectory() {
+    if (auto home = nonEmptyEnv("HOME"); !home.empty()) return home;
+    if (const passwd* entry = getpwuid(geteuid()); entry && entry->pw_dir) return entry->pw_dir;
+    return "/";
+}
+
+}  // namespace
+
+std::string HostOptions::defaultDatabasePath() {
+    if (auto dir = nonEmptyEnv("TALLYWICK_DATA_DIR"); !dir.empty()) return dir + "/ledger.sqlite3";
+    // Relative XDG paths are invalid and must be ignored.
+    if (auto dir = nonEmptyEnv("XDG_DATA_HOME"); !dir.empty() && dir.front() == '/')
+        return dir + "/tallywick/ledger.sqlite3";
+    return homeDirectory() + "/.local/share/tallywick/ledger.sqlite3";
+}
+
+const char* HostOptions::usage() {
+    return "Usage: tallywick-host [--database PATH] [--runtime-dir DIR]\n"
+           "       tallywick-host --version | --help\n"
+           "\n"
+           "The per-user Tallywick host: keeps the agents' ledger and serves the\n"
+           "desktop manager, tallywickctl and tallywick-bridge.\n"
+           "\n"
+           "  --database PATH    the ledger database (default: $TALLYWICK_DATA_DIR/ledger.sqlite3,\n"
+           "                     else $XDG_DATA_HOME/tallywick/ledger.sqlite3)\n"
+           "  --runtime-dir DIR  the folder for the socket and lock (default: $TALLYWICK_RUNTIME_DIR,\n"
+           "                     else $XDG_RUNTIME_DIR/tallywick)\n"
+           "  --version          print the version and exit\n"
+           "  --help             print this text and exit\n";
+}
+
+std::variant<HostOptions, std::string> HostOptions::parse(const std::vector<std::string>& arguments) {
+    HostOptions options;
+    std::optional<std::string> database, runtime;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        if (argument == "--help" || argument == "-h") {
+            options.action = Action::help;
+            return options;
+        }
+        if (argument == "--version") {
+            options.action = Action::version;
+            return options;
+        }
+        std::optional<std::string>* target = nullptr;
+        std::string name = argument, value;
+        if (const auto eq = argument.find('='); eq != std::string::npos) {
+            name = argument.substr(0, eq);
+            value = argument.substr(eq + 1);
+        }
+        if (name == "--database") target = &database;
+        else if (name == "--runtime-dir") target = &runtime;
+        else return "unknown option '" + argument + "'";
+        if (name == argument) {
+            if (i + 1 >= arguments.size()) return "option '" + name + "' needs a value";
+            value = arguments[++i];
+        }
+        if (value.empty()) return "option '" + name + "' needs a value";
+        *target = value;
+    }
+    options.databasePath = database ? *database : defaultDatabasePath();
+    options.runtimeDirectory = runtime ? *runtime : runtimeDirectoryPath();
+    return options;
+}
+
+}  // namespace tallywick

@@ -1,0 +1,26 @@
+#pragma once
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace tallywick {
+
+// What the host was asked to do on its command line.
+struct HostOptions {
+    enum class Action { serve, version, help };
+    Action action = Action::serve;
+    std::string databasePath;      // resolved: flag, else the data folder
+    std::string runtimeDirectory;  // resolved: flag, else the runtime folder
+
+    friend bool operator==(const HostOptions&, const HostOptions&) = default;
+
+    // Reads the arguments after the program name; gives a usage error as text.
+    static std::variant<HostOptions, std::string> parse(const std::vector<std::string>& arguments);
+
+    // $TALLYWICK_DATA_DIR/ledger.sqlite3, else $XDG_DATA_HOME/tallywick/...,
+    // else ~/.local/share/tallywick/...
+    static std::string defaultDatabasePath();
+    static const char* usage();
+};
+
+}  // namespace tallywick

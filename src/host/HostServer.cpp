@@ -1,0 +1,251 @@
+#include "HostServer.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <future>
+#include <set>
+
+#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/TallywickVersion.h>
+
+#include "LogRedaction.h"
+
+namespace tallywick {
+
+namespace {
+
+Date now() {
+    return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+}
+
+constexpr std::size_t recentLogSize = 200;
+// How long a stopping host waits for answers already given to be written.
+constexpr auto drainLimit = std::chrono::seconds(2);
+
+}  // namespace
+
+std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::start(const Config& config) {
+    const auto runtime = prepareRuntimeDirectory(config.runtimeDirectory);
+    if (!runtime.usable()) return StartFailure{.message = runtime.problem};
+
+    const std::string lockPath = runtime.path + "/host.lock";
+    const int lockFd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (lockFd < 0) return StartFailure{.message = "cannot open " + lockPath + ": " + std::strerror(errno)};
+    if (::flock(lockFd, LOCK_EX | LOCK_NB) != 0) {
+        const int error = errno;
+        ::close(lockFd);
+        if (error == EWOULDBLOCK)
+            return StartFailure{.alreadyRunning = true, .message = "another host is already running for this user"};
+        return StartFailure{.message = "cannot lock " + lockPath + ": " + std::strerror(error)};
+    }
+
+    auto opened = LedgerStore::open(config.databasePath);
+    if (auto* problem = std::get_if<std::string>(&opened)) {
+        ::close(lockFd);
+        return StartFailure{.message = *problem};
+    }
+    std::unique_ptr<HostServer> server(new HostServer(
+        lockFd, std::move(std::get<std::unique_ptr<LedgerStore>>(opened)), endpointPath(runtime.path)));
+    if (auto problem = server->listen(config.callerRequirement)) return StartFailure{.message = *problem};
+    server->run(std::max(1, config.ioThreads));
+    return server;
+}
+
+HostServer::HostServer(int lockFd, std::unique_ptr<LedgerStore> store, std::string endpoint)
+    : lockFd_(lockFd),
+      endpoint_(std::move(endpoint)),
+      store_(std::move(store)),
+      log_(store_->runNumber()),
+      control_(*store_, [this] { return snapshot(); }),
+      agents_(*store_, hasher_),
+      strand_(asio::make_strand(context_)),
+      work_(asio::make_work_guard(context_)) {}
+
+std::optional<std::string> HostServer::listen(const std::string& callerRequirement) {
+    auto listening = LinkListener::listen(context_, endpoint_, callerRequirement,
+                                          [this](std::shared_ptr<LinkConnection> link) {
+                                              asio::post(strand_, [this, link] { adopt(link); });
+                                          });
+    if (auto* problem = std::get_if<std::string>(&listening)) return *problem;
+    listener_ = std::get<std::shared_ptr<LinkListener>>(listening);
+    return std::nullopt;
+}
+
+void HostServer::run(int threads) {
+    for (int i = 0; i < threads; ++i) threads_.emplace_back([this] { context_.run(); });
+}
+
+HostServer::~HostServer() {
+    if (!threads_.empty()) {
+        std::promise<void> closed;
+        asio::post(strand_, [this, &closed] {
+            shutdown();
+            closed.set_value();
+        });
+        closed.get_future().wait();
+        {
+            std::unique_lock lock(openMutex_);
+            openChanged_.wait_for(lock, drainLimit, [this] { return openLinks_ == 0; });
+        }
+        work_.reset();
+        context_.stop();
+        for (auto& thread : threads_) thread.join();
+    }
+    peers_.clear();
+    listener_.reset();
+    ::close(lockFd_);  // releases the lock only after the last answer went out
+}
+
+void HostServer::shutdown() {
+    stopping_ = true;
+    if (listener_) listener_->close();
+    for (auto& [key, peer] : peers_) peer.link->finish();
+    peers_.clear();
+}
+
+void HostServer::adopt(std::shared_ptr<LinkConnection> link) {
+    if (stopping_) return link->close();
+    const std::uint64_t key = nextPeerKey_++;
+    {
+        std::lock_guard lock(openMutex_);
+        ++openLinks_;
+    }
+    auto ended = [this, key](const std::string&) {
+        asio::post(strand_, [this, key] { drop(key); });
+        std::lock_guard lock(openMutex_);
+        --openLinks_;
+        openChanged_.notify_all();
+    };
+    peers_[key].link = link;
+    link->start({
+        .onCall =
+            [this, key](std::uint64_t id, const std::string& method, std::string payload) {
+                if (method != "control" && method != "handleAgentMessage") return false;
+                asio::post(strand_, [this, key, id, method, payload = std::move(payload)]() mutable {
+                    handleCall(key, id, method, std::move(payload));
+                });
+                return true;
+            },
+        .onMessage = [](const std::string&, std::string) {},  // we serve no one-way methods
+        .onInterrupted = ended,
+        .onInvalidated = ended,
+    });
+}
+
+void HostServer::handleCall(std::uint64_t peerKey, std::uint64_t callId, const std::string& method,
+                            std::string payload) {
+    const auto found = peers_.find(peerKey);
+    if (found == peers_.end()) return;  // gone while the call waited
+    if (method == "control") handleControl(found->second, callId, payload);
+    else handleAgent(found->second, callId, payload);
+}
+
+void HostServer::handleControl(Peer& peer, std::uint64_t callId, const std::string& payload) {
+    peer.control = true;
+    auto result = control_.handle(payload, now());
+    peer.link->reply(callId, std::move(result.reply));
+    if (result.deletedAccount) unbindAccount(*result.deletedAccount);
+    if (result.dataChanged) broadcast(ControlEvent::dataChanged());
+    for (const auto& account : result.changedLedgers) notifySubscribers(account);
+}
+
+void HostServer::handleAgent(Peer& peer, std::uint64_t callId, const std::string& payload) {
+    bool connectionsChanged = false;
+    if (!peer.session) {
+        peer.session = AgentSession{
+            .id = "C" + std::to_string(store_->runNumber()) + "-" + std::to_string(nextConnection_++),
+            .connectedAt = now(),
+        };
+        connectionsChanged = true;
+    }
+    // The request is logged as the connection stood when it arrived.
+    const AgentSession before = *peer.session;
+    auto effects = agents_.handle(*peer.session, payload, now());
+    const auto redacted = redactedForLog(payload);
+    log(before, effects.direction, effects.method, redacted ? std::string_view(*redacted) : payload);
+    if (effects.reply) log(*peer.session, Direction::response, std::nullopt, *effects.reply);
+    peer.link->reply(callId, effects.reply ? std::move(*effects.reply) : std::string());
+
+    if (effects.dataChanged) broadcast(ControlEvent::dataChanged());
+    if (connectionsChanged || effects.connectionsChanged) broadcast(ControlEvent::connectionsChanged());
+    for (const auto& account : effects.changedAccounts) notifySubscribers(account);
+}
+
+void HostServer::drop(std::uint64_t peerKey) {
+    const auto found = peers_.find(peerKey);
+    if (found == peers_.end()) return;
+    const bool wasAgent = found->second.session.has_value();
+    peers_.erase(found);
+    if (wasAgent) broadcast(ControlEvent::connectionsChanged());
+}
+
+void HostServer::notifySubscribers(const std::string& accountId) {
+    const std::string uri = AgentService::historyUri(accountId);
+    std::string line;
+    for (auto& [key, peer] : peers_) {
+        auto& session = peer.session;
+        if (!session || session->accountId != accountId || !session->subscriptions.contains(uri)) continue;
+        if (line.empty()) line = AgentService::resourceUpdatedLine(uri);
+        log(*session, Direction::notification, "notifications/resources/updated", line);
+        peer.link->send("deliverAgentNotification", line);
+    }
+}
+
+void HostServer::unbindAccount(const std::string& accountId) {
+    bool changed = false;
+    for (auto& [key, peer] : peers_) {
+        auto& session = peer.session;
+        if (!session || session->accountId != accountId) continue;
+        session->accountId.reset();
+        session->authenticated = false;
+        session->subscriptions.clear();
+        changed = true;
+    }
+    if (changed) broadcast(ControlEvent::connectionsChanged());
+}
+
+void HostServer::log(const AgentSession& session, Direction direction, std::optional<std::string> method,
+                     std::string_view payload) {
+    std::optional<std::string> label;
+    if (session.clientInfo) label = session.clientInfo->displayLabel();
+    const ApiLogEntry& entry = log_.record({.connectionId = session.id,
+                                            .accountId = session.accountId,
+                                            .clientLabel = std::move(label),
+                                            .direction = direction,
+                                            .method = std::move(method),
+                                            .payload = payload},
+                                           now());
+    broadcast(ControlEvent::apiCall(entry));
+}
+
+void HostServer::broadcast(const ControlEvent& event) {
+    auto text = TallywickCoding::encodeToString(event);
+    if (!text) return;
+    for (auto& [key, peer] : peers_)
+        if (peer.control) peer.link->send("controlEvent", *text);
+}
+
+Snapshot HostServer::snapshot() const {
+    Snapshot state{
+        .accounts = store_->accounts(),
+        .entries = store_->entries(),
+        .settings = store_->settings(),
+        .recentApiLog = log_.recent(recentLogSize),
+        .hostVersion = std::string(TallywickVersion::displayString),
+    };
+    std::set<std::string> bound;
+    for (const auto& [key, peer] : peers_) {
+        if (!peer.session) continue;
+        state.connections.push_back(peer.session->live());
+        if (peer.session->accountId) bound.insert(*peer.session->accountId);
+    }
+    for (auto& account : state.accounts) account.isConnected = bound.contains(account.id);
+    return state;
+}
+
+}  // namespace tallywick

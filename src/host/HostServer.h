@@ -1,0 +1,101 @@
+#pragma once
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <variant>
+#include <vector>
+
+#include <asio.hpp>
+
+#include <tallywick/LinkConnection.h>
+#include <tallywick/LinkListener.h>
+
+#include "AgentService.h"
+#include "ApiLog.h"
+#include "ControlService.h"
+#include "KeyHasher.h"
+#include "LedgerStore.h"
+
+namespace tallywick {
+
+// The running host: the single-instance lock, the store, the listener and
+// every connection. Sockets are served on a small pool of I/O threads; all
+// host state (store, sessions, log) lives on one strand, the host's serial
+// queue, so requests are carried out one at a time in arrival order.
+class HostServer {
+public:
+    struct Config {
+        std::string databasePath;
+        std::string runtimeDirectory;
+        std::string callerRequirement;  // what every peer must satisfy
+        int ioThreads = 2;
+    };
+    struct StartFailure {
+        bool alreadyRunning = false;  // another host holds the lock
+        std::string message;
+    };
+
+    static std::variant<std::unique_ptr<HostServer>, StartFailure> start(const Config& config);
+
+    // Finishes the request in hand, lets answers already given reach their
+    // peers, then closes every connection and releases the lock.
+    ~HostServer();
+
+    const std::string& endpoint() const { return endpoint_; }
+
+private:
+    struct Peer {
+        std::shared_ptr<LinkConnection> link;
+        bool control = false;                // has sent control requests: gets events
+        std::optional<AgentSession> session; // has sent agent lines
+    };
+
+    HostServer(int lockFd, std::unique_ptr<LedgerStore> store, std::string endpoint);
+    std::optional<std::string> listen(const std::string& callerRequirement);
+    void run(int threads);
+
+    // All below run on the host's strand.
+    void adopt(std::shared_ptr<LinkConnection> link);
+    void handleCall(std::uint64_t peerKey, std::uint64_t callId, const std::string& method, std::string payload);
+    void handleControl(Peer& peer, std::uint64_t callId, const std::string& payload);
+    void handleAgent(Peer& peer, std::uint64_t callId, const std::string& payload);
+    void drop(std::uint64_t peerKey);
+    void notifySubscribers(const std::string& accountId);
+    void unbindAccount(const std::string& accountId);
+    void log(const AgentSession& session, Direction direction, std::optional<std::string> method,
+             std::string_view payload);
+    void broadcast(const ControlEvent& event);
+    Snapshot snapshot() const;
+    void shutdown();
+
+    int lockFd_;
+    std::string endpoint_;
+    std::unique_ptr<LedgerStore> store_;
+    KeyHasher hasher_;
+    ApiLog log_;
+    ControlService control_;
+    AgentService agents_;
+    std::uint64_t nextPeerKey_ = 1;
+    std::uint64_t nextConnection_ = 1;
+    bool stopping_ = false;
+
+    asio::io_context context_;
+    asio::strand<asio::io_context::executor_type> strand_;
+    std::optional<asio::executor_work_guard<asio::io_context::executor_type>> work_;
+    std::shared_ptr<LinkListener> listener_;
+    std::map<std::uint64_t, Peer> peers_;  // in connection order
+    std::vector<std::thread> threads_;
+
+    // Connections not yet ended, so shutdown can wait for answers to drain.
+    std::mutex openMutex_;
+    std::condition_variable openChanged_;
+    int openLinks_ = 0;
+};
+
+}  // namespace tallywick

@@ -1,0 +1,49 @@
+// tallywick-host: the per-user daemon that owns the ledger.
+#include <cstdio>
+#include <iostream>
+
+#include <tallywick/ServiceIdentity.h>
+#include <tallywick/StopSignals.h>
+#include <tallywick/TallywickVersion.h>
+
+#include "HostOptions.h"
+#include "HostServer.h"
+
+using namespace tallywick;
+
+int main(int argc, char** argv) {
+    const StopSignals stop;  // before any thread starts
+
+    auto parsed = HostOptions::parse({argv + 1, argv + argc});
+    if (auto* problem = std::get_if<std::string>(&parsed)) {
+        std::cerr << "tallywick-host: " << *problem << "\n" << HostOptions::usage();
+        return 2;
+    }
+    const auto& options = std::get<HostOptions>(parsed);
+    switch (options.action) {
+        case HostOptions::Action::help: std::cout << HostOptions::usage(); return 0;
+        case HostOptions::Action::version:
+            std::cout << "tallywick-host " << TallywickVersion::displayString << "\n";
+            return 0;
+        case HostOptions::Action::serve: break;
+    }
+
+    auto started = HostServer::start({
+        .databasePath = options.databasePath,
+        .runtimeDirectory = options.runtimeDirectory,
+        .callerRequirement = tallywickCallerRequirement(),
+    });
+    if (auto* failure = std::get_if<HostServer::StartFailure>(&started)) {
+        std::cerr << "tallywick-host: " << failure->message << "\n";
+        // A second host is not an error: the first one serves.
+        return failure->alreadyRunning ? 0 : 1;
+    }
+    auto& server = std::get<std::unique_ptr<HostServer>>(started);
+    std::cerr << "tallywick-host " << TallywickVersion::displayString << ": serving " << options.databasePath
+              << " on " << server->endpoint() << "\n";
+
+    const int signal = stop.wait();
+    std::cerr << "tallywick-host: stopping on signal " << signal << "\n";
+    server.reset();
+    return 0;
+}

@@ -1,0 +1,247 @@
+// The host as a process: control requests, events and agent traffic over
+// real sockets, and how it starts and stops.
+#include <simdjson.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+
+#include "HostTestSupport.h"
+
+namespace tallywick::testing {
+namespace {
+
+std::string atPointer(const std::string& json, std::string_view pointer) {
+    simdjson::dom::parser parser;
+    simdjson::dom::element root;
+    if (parser.parse(json).get(root)) return "<unparsable>";
+    std::string_view value;
+    if (root.at_pointer(pointer).get(value)) return "<missing>";
+    return std::string(value);
+}
+
+template <class Case>
+std::size_t countOf(const std::vector<ControlEvent>& events) {
+    return std::count_if(events.begin(), events.end(),
+                         [](const ControlEvent& e) { return std::holds_alternative<Case>(e.value); });
+}
+
+NewLedgerEntry credit(const std::string& account, std::int64_t amount, std::string memo = "work") {
+    return {.accountId = account, .kind = TransactionKind::credit, .amount = amount, .memo = std::move(memo)};
+}
+
+using HostServer = HostFixture;
+
+TEST_F(HostServer, EmptyHostAnswersWithDefaultsAndRefusesBadRequests) {
+    auto app = control();
+    auto state = app->snapshot();
+    ASSERT_TRUE(state);
+    EXPECT_TRUE(state->accounts.empty());
+    EXPECT_TRUE(state->entries.empty());
+    EXPECT_TRUE(state->connections.empty());
+    EXPECT_TRUE(state->recentApiLog.empty());
+    EXPECT_EQ(state->settings, (Settings{.allowUnauthenticated = true, .startingPoints = 50000}));
+    EXPECT_FALSE(state->hostVersion.empty());
+
+    EXPECT_EQ(app->change(ControlRequest::createEntry(credit("A404", 5))), "No such account");
+    EXPECT_EQ(app->change(ControlRequest::deleteEntry("E404")), "No such entry");
+    EXPECT_EQ(app->change(ControlRequest::renameAccount("A404", "x")), "No such account");
+    EXPECT_EQ(app->change(ControlRequest::deleteAccount("A404")), "No such account");
+    EXPECT_EQ(app->change(ControlRequest::setStartingPoints(-1)), "Starting points must not be negative");
+    EXPECT_EQ(app->change(ControlRequest::setStartingPoints(7)), "ok");
+    EXPECT_EQ(app->change(ControlRequest::setAllowUnauthenticated(false)), "ok");
+    EXPECT_EQ(app->snapshot()->settings, (Settings{.allowUnauthenticated = false, .startingPoints = 7}));
+
+    // A request that does not decode is answered, not dropped, and the host keeps serving.
+    AgentLink raw(host_->socketPath());
+    EXPECT_EQ(raw.call("control", R"({"deleteEntry":{"entryId":"E1"}})"), R"({"failure":{"_0":"Malformed request"}})");
+    EXPECT_EQ(raw.call("control", "not json"), R"({"failure":{"_0":"Malformed request"}})");
+    EXPECT_FALSE(raw.call("noSuchMethod", "{}"));
+    EXPECT_TRUE(app->snapshot());
+}
+
+TEST_F(HostServer, ChangesFromTheDeskAreOrderedNumberedAndAnnouncedToEveryApplication) {
+    auto first = control();
+    auto second = control();
+    ASSERT_EQ(first->change(ControlRequest::setStartingPoints(100)), "ok");
+    ASSERT_TRUE(second->snapshot());  // the second application is connected and listening
+
+    auto scout = agent();
+    ASSERT_TRUE(scout->send(initializeLine("scout")));  // unauthenticated agents are allowed: bound at once
+    auto state = first->snapshot();
+    ASSERT_EQ(state->accounts.size(), 1u);
+    const Account account = state->accounts[0];
+    EXPECT_EQ(account.displayName, "scout");
+    EXPECT_EQ(account.identityMode, IdentityMode::clientInfo);
+    EXPECT_EQ(account.balance, 100);
+    EXPECT_TRUE(account.isConnected);
+    ASSERT_EQ(state->entries.size(), 1u);
+    EXPECT_EQ(state->entries[0].memo, "Opening balance");
+    EXPECT_EQ(state->entries[0].sequence, 1);
+    ASSERT_EQ(state->connections.size(), 1u);
+    EXPECT_EQ(state->connections[0].accountId, account.id);
+    EXPECT_FALSE(state->connections[0].authenticated);
+
+    ASSERT_EQ(first->change(ControlRequest::createEntry(credit(account.id, 40, "first"))), "ok");
+    ASSERT_EQ(first->change(ControlRequest::createEntry(
+                  {.accountId = account.id, .kind = TransactionKind::debit, .amount = 15, .memo = "second"})),
+              "ok");
+    EXPECT_EQ(first->change(ControlRequest::createEntry(credit(account.id, -1))), "Amount must not be negative");
+    state = first->snapshot();
+    ASSERT_EQ(state->entries.size(), 3u);
+    EXPECT_EQ(state->entries[0].memo, "second");  // newest first
+    EXPECT_EQ(state->entries[0].sequence, 3);
+    EXPECT_EQ(state->entries[2].memo, "Opening balance");
+    EXPECT_EQ(state->accounts[0].balance, 125);
+
+    // An update keeps account, creation and sequence whatever the request says.
+    LedgerEntry edited = state->entries[1];
+    edited.amount = 60;
+    edited.sequence = 99;
+    edited.accountId = "A999";
+    edited.memo = "first, corrected";
+    ASSERT_EQ(first->change(ControlRequest::updateEntry(edited)), "ok");
+    state = first->snapshot();
+    EXPECT_EQ(state->entries[1].memo, "first, corrected");
+    EXPECT_EQ(state->entries[1].sequence, 2);
+    EXPECT_EQ(state->entries[1].accountId, account.id);
+    EXPECT_EQ(state->entries[1].createdAt, edited.createdAt);
+    EXPECT_EQ(state->accounts[0].balance, 145);
+
+    // A deleted sequence number is never handed out again.
+    ASSERT_EQ(first->change(ControlRequest::deleteEntry(state->entries[0].id)), "ok");
+    ASSERT_EQ(first->change(ControlRequest::createEntry(credit(account.id, 1, "third"))), "ok");
+    EXPECT_EQ(first->snapshot()->entries[0].sequence, 4);
+
+    ASSERT_EQ(first->change(ControlRequest::renameAccount(account.id, "Scout 100%")), "ok");
+    EXPECT_EQ(first->snapshot()->accounts[0].displayName, "Scout 100%");
+
+    // Both applications heard of every committed change, and of the agent's traffic.
+    const auto& events = second->waitForEvents(40);
+    EXPECT_EQ(countOf<ControlEvent::DataChanged>(events), 7u);
+    EXPECT_GE(countOf<ControlEvent::ConnectionsChanged>(events), 1u);
+    EXPECT_EQ(countOf<ControlEvent::ApiCall>(events), 2u);  // initialize and its reply
+    EXPECT_EQ(countOf<ControlEvent::DataChanged>(first->events()), 7u);
+
+    // Deleting the account takes its ledger and unbinds its agent.
+    ASSERT_EQ(first->change(ControlRequest::deleteAccount(account.id)), "ok");
+    state = first->snapshot();
+    EXPECT_TRUE(state->accounts.empty());
+    EXPECT_TRUE(state->entries.empty());
+    ASSERT_EQ(state->connections.size(), 1u);
+    EXPECT_FALSE(state->connections[0].accountId);
+
+    // An agent that goes away leaves the connection list.
+    const auto before = countOf<ControlEvent::ConnectionsChanged>(second->events());
+    scout.reset();
+    second->waitForEvents(second->events().size() + 1);
+    EXPECT_GT(countOf<ControlEvent::ConnectionsChanged>(second->events()), before);
+    EXPECT_TRUE(first->snapshot()->connections.empty());
+}
+
+TEST_F(HostServer, AgentTrafficIsLoggedAndSubscribersHearOfDeskChanges) {
+    auto app = control();
+    ASSERT_EQ(app->change(ControlRequest::setAllowUnauthenticated(false)), "ok");
+    auto bot = agent();
+    ASSERT_TRUE(bot->send(initializeLine("bot")));
+    EXPECT_EQ(bot->send(R"({"jsonrpc":"2.0","method":"notifications/initialized"})"), "");
+
+    const std::string key = "correct horse battery";
+    auto signedUp = bot->send(toolLine(2, "signUp", R"({"key":")" + key + R"(","displayName":"Bot"})"));
+    ASSERT_TRUE(signedUp);
+    const std::string accountId = atPointer(*signedUp, "/result/structuredContent/accountId");
+    ASSERT_EQ(atPointer(*signedUp, "/result/structuredContent/displayName"), "Bot");
+
+    const std::string uri = "tallywick://account/" + accountId + "/history";
+    auto subscribed = bot->send(R"({"jsonrpc":"2.0","id":3,"method":"resources/subscribe","params":{"uri":")" +
+                                uri + R"("}})");
+    ASSERT_TRUE(subscribed);
+    EXPECT_EQ(subscribed->find("error"), std::string::npos) << *subscribed;
+
+    ASSERT_EQ(app->change(ControlRequest::createEntry(credit(accountId, 5))), "ok");
+    for (int i = 0; i < 200 && bot->notifications().empty(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    ASSERT_EQ(bot->notifications().size(), 1u);
+    EXPECT_EQ(atPointer(bot->notifications()[0], "/method"), "notifications/resources/updated");
+    EXPECT_EQ(atPointer(bot->notifications()[0], "/params/uri"), uri);
+
+    auto state = app->snapshot();
+    ASSERT_EQ(state->connections.size(), 1u);
+    EXPECT_TRUE(state->connections[0].authenticated);
+    ASSERT_TRUE(state->connections[0].clientInfo);
+    EXPECT_EQ(state->connections[0].clientInfo->name, "bot");
+    // Newest first: the pushed notification, then the subscription's reply and request, ...
+    ASSERT_GE(state->recentApiLog.size(), 7u);
+    EXPECT_EQ(state->recentApiLog[0].direction, Direction::notification);
+    EXPECT_EQ(state->recentApiLog[1].direction, Direction::response);
+    EXPECT_FALSE(state->recentApiLog[1].method);
+    EXPECT_EQ(state->recentApiLog[2].method, "resources/subscribe");
+    EXPECT_EQ(state->recentApiLog[2].accountId, accountId);
+    EXPECT_EQ(state->recentApiLog[2].clientLabel, "bot");
+    for (const auto& record : state->recentApiLog) EXPECT_EQ(record.payload.find(key), std::string::npos);
+    EXPECT_TRUE(std::any_of(state->recentApiLog.begin(), state->recentApiLog.end(), [](const ApiLogEntry& r) {
+        return r.payload.find("[redacted]") != std::string::npos;
+    }));
+
+    // The key is never written in clear: not to the database, not to stderr.
+    app.reset();
+    bot.reset();
+    host_->stop();
+    for (const auto& file : std::filesystem::directory_iterator(folder_ / "data")) {
+        std::ifstream in(file.path(), std::ios::binary);
+        const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        EXPECT_EQ(bytes.find(key), std::string::npos) << file.path();
+    }
+    EXPECT_EQ(host_->stderrText().find(key), std::string::npos);
+}
+
+TEST_F(HostServer, HostileAgentLinesAreAnsweredAndEveryoneElseIsStillServed) {
+    auto app = control();
+    auto bad = agent();
+    auto good = agent();
+    ASSERT_TRUE(good->send(initializeLine("good")));
+    const std::string huge = "{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"" + std::string(8 << 20, 'x') + "\"}";
+    for (const std::string& line : {std::string("not json"), std::string("[1,2]"), std::string("{}"),
+                                    std::string(R"({"jsonrpc":"2.0","id":7,"method":"no/such"})"),
+                                    std::string(R"({"jsonrpc":"2.0","id":8,"method":"tools/call","params":7})"),
+                                    huge}) {
+        auto reply = bad->send(line);
+        ASSERT_TRUE(reply) << line.substr(0, 40);
+        EXPECT_NE(atPointer(*reply, "/error/message"), "<missing>") << *reply;
+    }
+    auto balance = good->send(toolLine(2, "getBalance", "{}"));
+    ASSERT_TRUE(balance);
+    EXPECT_EQ(atPointer(*balance, "/result/structuredContent/displayName"), "good");
+    ASSERT_TRUE(app->snapshot());
+    // The logged copy of the huge line is cut, so snapshots stay small.
+    for (const auto& record : app->snapshot()->recentApiLog) EXPECT_LE(record.payload.size(), 64u * 1024);
+}
+
+TEST_F(HostServer, OneHostPerUserAndACleanStopOnSignal) {
+    HostProcess second(folder_, TALLYWICK_HOST_PATH);
+    const int status = HostProcess::runToEnd(
+        {TALLYWICK_HOST_PATH, "--database", host_->databasePath(), "--runtime-dir", host_->runtimeDirectory()},
+        (folder_ / "second.stderr").string());
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    std::ifstream in(folder_ / "second.stderr");
+    std::string line, extra;
+    std::getline(in, line);
+    EXPECT_NE(line.find("already running"), std::string::npos);
+    EXPECT_FALSE(std::getline(in, extra));
+
+    auto app = control();
+    ASSERT_TRUE(app->snapshot());
+    const int stopped = host_->kill(SIGTERM);
+    ASSERT_TRUE(WIFEXITED(stopped));
+    EXPECT_EQ(WEXITSTATUS(stopped), 0);
+    EXPECT_FALSE(app->snapshot());
+    ASSERT_TRUE(host_->start());
+    EXPECT_TRUE(app->snapshot());  // the next request reconnects
+
+    const int usage = HostProcess::runToEnd({TALLYWICK_HOST_PATH, "--no-such-flag"},
+                                            (folder_ / "usage.stderr").string());
+    EXPECT_EQ(WEXITSTATUS(usage), 2);
+}
+
+}  // namespace
+}  // namespace tallywick::testing
