@@ -9,9 +9,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <filesystem>
 
 #include <tallywick/FrameCodec.h>
 #include <tallywick/PeerCheck.h>
+#include <tallywick/RuntimeDirectory.h>
 
 namespace tallywick {
 
@@ -50,6 +52,10 @@ void LinkConnection::start(Handlers handlers) {
 }
 
 void LinkConnection::beginConnect() {
+    // A socket in a folder that someone else could have prepared is not ours to trust.
+    const auto folder = std::filesystem::path(endpointPath_).parent_path().string();
+    if (const auto checked = checkRuntimeDirectory(folder); !checked.usable())
+        return end(LinkFailure::Kind::invalidated, checked.problem);
     socket_.async_connect(
         asio::local::stream_protocol::endpoint(endpointPath_),
         asio::bind_executor(strand_, [self = shared_from_this()](const std::error_code& error) {

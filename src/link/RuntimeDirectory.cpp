@@ -27,6 +27,11 @@ RuntimeDirectory prepareRuntimeDirectory(const std::string& path) {
         result.problem = std::string("cannot create the runtime folder: ") + std::strerror(errno);
         return result;
     }
+    return checkRuntimeDirectory(path);
+}
+
+RuntimeDirectory checkRuntimeDirectory(const std::string& path) {
+    RuntimeDirectory result{path, {}};
     struct stat info {};
     if (::lstat(path.c_str(), &info) != 0) {
         result.problem = std::string("cannot inspect the runtime folder: ") + std::strerror(errno);

@@ -63,6 +63,11 @@ public:
         loop_->runUntil([&] { return events_.size() >= count; }, limit);
         return events_;
     }
+    // Runs the loop until the events so far satisfy `done`; says whether they did.
+    template <class Done>
+    bool waitUntil(Done done, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+        return loop_->runUntil([&] { return done(events_); }, limit) || done(events_);
+    }
     std::vector<ControlEvent>& events() { return events_; }
 
 private:

@@ -23,6 +23,10 @@ struct RuntimeDirectory {
 // connects there.
 RuntimeDirectory prepareRuntimeDirectory(const std::string& path = runtimeDirectoryPath());
 
+// The same verification of an existing folder, creating nothing: what a
+// client does before it connects.
+RuntimeDirectory checkRuntimeDirectory(const std::string& path);
+
 // The host's socket inside it, named after the service.
 std::string endpointPath(const std::string& runtimeDirectory);
 

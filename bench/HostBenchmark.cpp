@@ -1,0 +1,169 @@
+// The host under load, each figure beside its baseline from the same run:
+//   snapshot: a snapshot request answered by a real host holding 100 accounts
+//             and 100,000 entries (build, encode, send), against decoding the
+//             same answer text in the application (target: at most 2 times);
+//   commits:  createEntry requests answered one after another through the
+//             whole path (client, host, commit, reply), against bare SQLite
+//             committing the same rows one transaction each with the same
+//             settings (target: at least half the rate).
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <tallywick/TallywickCoding.h>
+
+#include "LedgerStore.h"
+#include "support/HostClients.h"
+#include "support/HostProcess.h"
+
+using namespace tallywick;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr int accountCount = 100;
+constexpr int entryCount = 100'000;
+constexpr int commitCount = 300;
+constexpr int rounds = 7;
+
+double millisecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+bool exec(sqlite3* db, const char* sql) {
+    char* error = nullptr;
+    if (sqlite3_exec(db, sql, nullptr, nullptr, &error) == SQLITE_OK) return true;
+    std::fprintf(stderr, "sqlite: %s\n", error ? error : "?");
+    sqlite3_free(error);
+    return false;
+}
+
+// 100 accounts through the store itself, then the entries in one bulk
+// transaction (one commit each would take minutes and measures nothing here).
+bool populate(const std::string& path) {
+    {
+        auto opened = LedgerStore::open(path);
+        if (!std::holds_alternative<std::unique_ptr<LedgerStore>>(opened)) return false;
+        auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
+        const Date now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+        for (int i = 0; i < accountCount; ++i)
+            if (!succeeded(store.createCredentialAccount("Agent " + std::to_string(i), "unused", now))) return false;
+    }
+    sqlite3* db = nullptr;
+    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) return false;
+    bool ok = exec(db, "BEGIN");
+    sqlite3_stmt* insert = nullptr;
+    sqlite3_prepare_v2(db,
+                       "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
+                       " VALUES (?1, ?2, 'none', ?3, ?4, 1750000000 + ?5, 1750000000 + ?5, ?6)",
+                       -1, &insert, nullptr);
+    for (int i = 0; ok && i < entryCount; ++i) {
+        const int account = 1 + i % accountCount;
+        const std::string memo = "Answer " + std::to_string(i) + " / reviewed";
+        sqlite3_bind_int(insert, 1, account);
+        sqlite3_bind_text(insert, 2, i % 7 == 0 ? "debit" : "credit", -1, SQLITE_STATIC);
+        sqlite3_bind_int64(insert, 3, 1 + i % 500);
+        sqlite3_bind_text(insert, 4, memo.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_int(insert, 5, i);
+        sqlite3_bind_int(insert, 6, 2 + i / accountCount);  // 1 is each account's opening credit
+        ok = sqlite3_step(insert) == SQLITE_DONE;
+        sqlite3_reset(insert);
+    }
+    sqlite3_finalize(insert);
+    ok = ok && exec(db, "UPDATE accounts SET next_sequence = 2 + (SELECT count(*) FROM entries e WHERE e.account_id = accounts.id)") &&
+         exec(db, "COMMIT");
+    sqlite3_close(db);
+    return ok;
+}
+
+// The floor for commits: the same rows, one transaction each, same pragmas.
+double bareCommitsPerSecond(const std::string& path) {
+    sqlite3* db = nullptr;
+    sqlite3_open(path.c_str(), &db);
+    exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;"
+             "CREATE TABLE rows (id INTEGER PRIMARY KEY AUTOINCREMENT, account_id INTEGER, kind TEXT, flag TEXT,"
+             " amount INTEGER, memo TEXT, created_at INTEGER, updated_at INTEGER, sequence INTEGER)");
+    sqlite3_stmt* insert = nullptr;
+    sqlite3_prepare_v2(db, "INSERT INTO rows (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
+                           " VALUES (1, 'credit', 'none', ?1, 'bench', 1750000000, 1750000000, ?1)",
+                       -1, &insert, nullptr);
+    const auto start = Clock::now();
+    for (int i = 0; i < commitCount; ++i) {
+        exec(db, "BEGIN IMMEDIATE");
+        sqlite3_bind_int(insert, 1, i + 1);
+        sqlite3_step(insert);
+        sqlite3_reset(insert);
+        exec(db, "COMMIT");
+    }
+    const double seconds = millisecondsSince(start) / 1000;
+    sqlite3_finalize(insert);
+    sqlite3_close(db);
+    return commitCount / seconds;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("tallywick-host-bench-" + std::to_string(::getpid()));
+    std::filesystem::remove_all(folder);
+    testing::HostProcess host(folder, argc > 1 ? argv[1] : TALLYWICK_HOST_PATH);
+    std::printf("Populating %d accounts and %d entries...\n", accountCount, entryCount);
+    if (!populate(host.databasePath())) return 1;
+    if (!host.start()) {
+        std::fprintf(stderr, "host did not start: %s\n", host.stderrText().c_str());
+        return 1;
+    }
+
+    testing::AgentLink link(host.socketPath());  // a raw link client: the answer's bytes, not the app's decode
+    std::vector<double> answer, decode;
+    std::size_t bytes = 0;
+    for (int round = 0; round < rounds; ++round) {
+        auto start = Clock::now();
+        auto text = link.call("control", R"({"snapshot":{}})");
+        answer.push_back(millisecondsSince(start));
+        if (!text) return 1;
+        bytes = text->size();
+        start = Clock::now();
+        auto decoded = TallywickCoding::decode<ControlResponse>(*text);
+        decode.push_back(millisecondsSince(start));
+        if (!decoded) return 1;
+    }
+
+    std::vector<double> commitRates, bareRates;
+    auto state = testing::ControlSession(host.socketPath()).snapshot();
+    const std::string account = state->accounts.front().id;
+    for (int round = 0; round < 3; ++round) {
+        const auto start = Clock::now();
+        for (int i = 0; i < commitCount; ++i) {
+            const std::string request = R"({"createEntry":{"_0":{"accountId":")" + account +
+                                        R"(","kind":"credit","flag":"none","amount":)" + std::to_string(i + 1) +
+                                        R"(,"memo":"bench"}}})";
+            if (link.call("control", request) != R"({"ok":{}})") return 1;
+        }
+        commitRates.push_back(commitCount / (millisecondsSince(start) / 1000));
+        bareRates.push_back(bareCommitsPerSecond((folder / ("bare" + std::to_string(round) + ".sqlite3")).string()));
+    }
+    host.stop();
+    std::filesystem::remove_all(folder);
+
+    const double answerMs = median(answer), decodeMs = median(decode);
+    const double commits = median(commitRates), bare = median(bareRates);
+    std::printf("snapshot answer (%zu bytes)   %9.2f ms   decode in the app %9.2f ms   ratio %.2f  (target <= 2.0: %s)\n",
+                bytes, answerMs, decodeMs, answerMs / decodeMs, answerMs / decodeMs <= 2.0 ? "met" : "NOT MET");
+    std::printf("createEntry commits           %9.1f /s   bare SQLite       %9.1f /s   ratio %.2f  (target >= 0.5: %s)\n",
+                commits, bare, commits / bare, commits / bare >= 0.5 ? "met" : "NOT MET");
+    return 0;
+}

@@ -1,0 +1,250 @@
+#include "CtlCommand.h"
+
+#include <charconv>
+#include <map>
+
+namespace tallywick {
+
+namespace {
+
+using Kind = CtlCommand::Kind;
+
+std::optional<std::int64_t> wholeNumber(const std::string& text) {
+    std::int64_t value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
+    return value;
+}
+
+// The options a subcommand takes, after its positional arguments.
+struct Arguments {
+    std::vector<std::string> positional;
+    std::map<std::string, std::string> options;
+};
+
+std::variant<Arguments, std::string> split(const std::vector<std::string>& words,
+                                           const std::vector<std::string>& allowed) {
+    Arguments out;
+    bool onlyPositional = false;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::string& word = words[i];
+        if (onlyPositional || word.size() < 3 || word.rfind("--", 0) != 0) {
+            if (word == "--") onlyPositional = true;
+            else out.positional.push_back(word);
+            continue;
+        }
+        std::string name = word.substr(2), value;
+        bool inline_ = false;
+        if (const auto eq = name.find('='); eq != std::string::npos) {
+            value = name.substr(eq + 1);
+            name.resize(eq);
+            inline_ = true;
+        }
+        if (std::find(allowed.begin(), allowed.end(), name) == allowed.end())
+            return "unknown option '--" + name + "'";
+        if (!inline_) {
+            if (i + 1 >= words.size()) return "option '--" + name + "' needs a value";
+            value = words[++i];
+        }
+        out.options[name] = value;
+    }
+    return out;
+}
+
+template <class E>
+std::variant<E, std::string> enumValue(const std::string& text, const char* what) {
+    if (auto value = fromRawValue<E>(text)) return *value;
+    std::string choices;
+    for (E value : allCases<E>()) choices += (choices.empty() ? "" : ", ") + std::string(rawValue(value));
+    return std::string(what) + " must be one of " + choices + ", not '" + text + "'";
+}
+
+std::string expectCount(const Arguments& a, std::size_t count, const std::string& usage) {
+    if (a.positional.size() != count) return "usage: tallywickctl " + usage;
+    return {};
+}
+
+}  // namespace
+
+std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>& arguments) {
+    CtlCommand command;
+    std::vector<std::string> rest;
+    bool wantsHelp = false;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& word = arguments[i];
+        if (word == "--") {
+            rest.insert(rest.end(), arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
+            break;
+        }
+        if (word == "--json") command.json = true;
+        else if (word == "--help" || word == "-h") wantsHelp = true;
+        else if (word == "--version") command.kind = Kind::version;
+        else if (word == "--runtime-dir" || word.rfind("--runtime-dir=", 0) == 0) {
+            if (word.size() > 13) command.runtimeDirectory = word.substr(14);
+            else if (i + 1 < arguments.size()) command.runtimeDirectory = arguments[++i];
+            if (!command.runtimeDirectory || command.runtimeDirectory->empty())
+                return std::string("option '--runtime-dir' needs a value");
+        } else rest.push_back(word);
+    }
+    if (command.kind == Kind::version) return command;
+
+    // The subcommand's name: one word, or two for the grouped ones.
+    std::string topic;
+    std::size_t used = 0;
+    if (!rest.empty()) {
+        topic = rest[0];
+        used = 1;
+        if ((topic == "entry" || topic == "account" || topic == "settings") && rest.size() > 1) {
+            topic += " " + rest[1];
+            used = 2;
+        }
+    }
+    if (topic == "help") {
+        command.kind = Kind::help;
+        for (std::size_t i = 1; i < rest.size(); ++i) command.helpTopic += (i > 1 ? " " : "") + rest[i];
+        return command;
+    }
+    if (wantsHelp || topic.empty()) {
+        command.kind = Kind::help;
+        command.helpTopic = topic;
+        return command;
+    }
+    const std::vector<std::string> words(rest.begin() + static_cast<std::ptrdiff_t>(used), rest.end());
+
+    auto parsed = split(words, topic == "entry add"    ? std::vector<std::string>{"flag", "memo"}
+                               : topic == "entry edit" ? std::vector<std::string>{"kind", "flag", "amount", "memo"}
+                                                       : std::vector<std::string>{});
+    if (auto* problem = std::get_if<std::string>(&parsed)) return *problem;
+    const Arguments& a = std::get<Arguments>(parsed);
+
+    if (topic == "snapshot" || topic == "events") {
+        command.kind = topic == "snapshot" ? Kind::snapshot : Kind::events;
+        if (auto problem = expectCount(a, 0, topic); !problem.empty()) return problem;
+    } else if (topic == "entry add") {
+        command.kind = Kind::addEntry;
+        if (auto problem = expectCount(a, 3, "entry add ACCOUNT KIND AMOUNT [--flag FLAG] [--memo TEXT]");
+            !problem.empty())
+            return problem;
+        command.newEntry.accountId = a.positional[0];
+        auto kind = enumValue<TransactionKind>(a.positional[1], "KIND");
+        if (auto* problem = std::get_if<std::string>(&kind)) return *problem;
+        command.newEntry.kind = std::get<TransactionKind>(kind);
+        auto amount = wholeNumber(a.positional[2]);
+        if (!amount) return "AMOUNT must be a whole number, not '" + a.positional[2] + "'";
+        command.newEntry.amount = *amount;
+        if (a.options.contains("flag")) {
+            auto flag = enumValue<LedgerFlag>(a.options.at("flag"), "FLAG");
+            if (auto* problem = std::get_if<std::string>(&flag)) return *problem;
+            command.newEntry.flag = std::get<LedgerFlag>(flag);
+        }
+        if (a.options.contains("memo")) command.newEntry.memo = a.options.at("memo");
+    } else if (topic == "entry edit") {
+        command.kind = Kind::editEntry;
+        if (auto problem = expectCount(a, 1, "entry edit ENTRY [--kind KIND] [--flag FLAG] [--amount N] [--memo TEXT]");
+            !problem.empty())
+            return problem;
+        if (a.options.empty()) return std::string("entry edit needs at least one of --kind, --flag, --amount, --memo");
+        command.id = a.positional[0];
+        if (a.options.contains("kind")) {
+            auto kind = enumValue<TransactionKind>(a.options.at("kind"), "KIND");
+            if (auto* problem = std::get_if<std::string>(&kind)) return *problem;
+            command.edit.kind = std::get<TransactionKind>(kind);
+        }
+        if (a.options.contains("flag")) {
+            auto flag = enumValue<LedgerFlag>(a.options.at("flag"), "FLAG");
+            if (auto* problem = std::get_if<std::string>(&flag)) return *problem;
+            command.edit.flag = std::get<LedgerFlag>(flag);
+        }
+        if (a.options.contains("amount")) {
+            command.edit.amount = wholeNumber(a.options.at("amount"));
+            if (!command.edit.amount) return "--amount must be a whole number, not '" + a.options.at("amount") + "'";
+        }
+        if (a.options.contains("memo")) command.edit.memo = a.options.at("memo");
+    } else if (topic == "entry delete" || topic == "account delete") {
+        command.kind = topic == "entry delete" ? Kind::deleteEntry : Kind::deleteAccount;
+        if (auto problem = expectCount(a, 1, topic + (topic == "entry delete" ? " ENTRY" : " ACCOUNT"));
+            !problem.empty())
+            return problem;
+        command.id = a.positional[0];
+    } else if (topic == "account rename") {
+        command.kind = Kind::renameAccount;
+        if (auto problem = expectCount(a, 2, "account rename ACCOUNT NAME"); !problem.empty()) return problem;
+        command.id = a.positional[0];
+        command.displayName = a.positional[1];
+    } else if (topic == "settings allow-unauthenticated") {
+        command.kind = Kind::setAllowUnauthenticated;
+        if (auto problem = expectCount(a, 1, "settings allow-unauthenticated on|off"); !problem.empty())
+            return problem;
+        const std::string& value = a.positional[0];
+        if (value == "on" || value == "true" || value == "yes") command.allow = true;
+        else if (value == "off" || value == "false" || value == "no") command.allow = false;
+        else return "expected on or off, not '" + value + "'";
+    } else if (topic == "settings starting-points") {
+        command.kind = Kind::setStartingPoints;
+        if (auto problem = expectCount(a, 1, "settings starting-points N"); !problem.empty()) return problem;
+        auto points = wholeNumber(a.positional[0]);
+        if (!points) return "N must be a whole number, not '" + a.positional[0] + "'";
+        command.points = *points;
+    } else {
+        return "unknown command '" + topic + "' (see tallywickctl --help)";
+    }
+    return command;
+}
+
+std::string CtlCommand::helpText(const std::string& topic) {
+    static const std::map<std::string, std::string> texts{
+        {"snapshot",
+         "usage: tallywickctl [--json] snapshot\n\n"
+         "Shows the host's whole state: accounts, ledger entries (newest first),\n"
+         "agent connections, settings and the most recent API traffic.\n"},
+        {"entry add",
+         "usage: tallywickctl [--json] entry add ACCOUNT KIND AMOUNT [--flag FLAG] [--memo TEXT]\n\n"
+         "Adds a ledger entry to ACCOUNT. KIND is credit, debit or note; AMOUNT a\n"
+         "whole number of points, not negative; FLAG none (default), bonus or penalty.\n"},
+        {"entry edit",
+         "usage: tallywickctl [--json] entry edit ENTRY [--kind KIND] [--flag FLAG] [--amount N] [--memo TEXT]\n\n"
+         "Changes the given fields of ENTRY and keeps the others.\n"},
+        {"entry delete", "usage: tallywickctl [--json] entry delete ENTRY\n\nDeletes one ledger entry.\n"},
+        {"account rename",
+         "usage: tallywickctl [--json] account rename ACCOUNT NAME\n\nGives ACCOUNT a new display name.\n"},
+        {"account delete",
+         "usage: tallywickctl [--json] account delete ACCOUNT\n\nDeletes ACCOUNT and its whole ledger.\n"},
+        {"settings allow-unauthenticated",
+         "usage: tallywickctl [--json] settings allow-unauthenticated on|off\n\n"
+         "Whether agents are recognised by their client information without signing up.\n"},
+        {"settings starting-points",
+         "usage: tallywickctl [--json] settings starting-points N\n\n"
+         "The opening credit of every new account (existing accounts keep theirs).\n"},
+        {"events",
+         "usage: tallywickctl events\n\n"
+         "Follows the host's events, one JSON line each, until interrupted.\n"},
+    };
+    if (auto found = texts.find(topic); found != texts.end()) return found->second;
+    return "usage: tallywickctl [--json] [--runtime-dir DIR] COMMAND [ARGUMENTS]\n"
+           "\n"
+           "Drives the Tallywick host from scripts.\n"
+           "\n"
+           "Commands:\n"
+           "  snapshot                                   the host's whole state\n"
+           "  entry add ACCOUNT KIND AMOUNT [options]    add a ledger entry\n"
+           "  entry edit ENTRY [options]                 change a ledger entry\n"
+           "  entry delete ENTRY                         delete a ledger entry\n"
+           "  account rename ACCOUNT NAME                rename an account\n"
+           "  account delete ACCOUNT                     delete an account and its ledger\n"
+           "  settings allow-unauthenticated on|off      identify agents by client information\n"
+           "  settings starting-points N                 opening credit of new accounts\n"
+           "  events                                     follow the host's events\n"
+           "  help [COMMAND]                             this text, or a command's\n"
+           "\n"
+           "Options:\n"
+           "  --json             print the host's JSON instead of tables\n"
+           "  --runtime-dir DIR  where the host's socket is (default: $TALLYWICK_RUNTIME_DIR,\n"
+           "                     else $XDG_RUNTIME_DIR/tallywick)\n"
+           "  --version          print the version\n"
+           "\n"
+           "Exit status: 0 done, 1 the host refused (its reason on stderr), 2 usage error,\n"
+           "3 the host cannot be reached.\n";
+}
+
+}  // namespace tallywick

@@ -1,0 +1,54 @@
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include <tallywick/core.h>
+
+namespace tallywick {
+
+// One tallywickctl invocation, read from its arguments.
+struct CtlCommand {
+    enum class Kind {
+        snapshot,
+        addEntry,
+        editEntry,
+        deleteEntry,
+        renameAccount,
+        deleteAccount,
+        setAllowUnauthenticated,
+        setStartingPoints,
+        events,
+        help,
+        version,
+    };
+    // Fields an edit changes; the rest are kept as the host has them.
+    struct EntryEdit {
+        std::optional<TransactionKind> kind;
+        std::optional<LedgerFlag> flag;
+        std::optional<std::int64_t> amount;
+        std::optional<std::string> memo;
+
+        friend bool operator==(const EntryEdit&, const EntryEdit&) = default;
+    };
+
+    Kind kind = Kind::help;
+    bool json = false;
+    std::optional<std::string> runtimeDirectory;
+    std::string id;  // of the entry or account
+    NewLedgerEntry newEntry;
+    EntryEdit edit;
+    std::string displayName;
+    bool allow = false;
+    std::int64_t points = 0;
+    std::string helpTopic;  // the subcommand whose help was asked for; empty for the overview
+
+    // A usage error as text, or the command.
+    static std::variant<CtlCommand, std::string> parse(const std::vector<std::string>& arguments);
+    // The overview, or one subcommand's help.
+    static std::string helpText(const std::string& topic);
+};
+
+}  // namespace tallywick

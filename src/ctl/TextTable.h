@@ -1,0 +1,19 @@
+#pragma once
+#include <string>
+#include <vector>
+
+namespace tallywick {
+
+// Columns aligned for a terminal: each cell padded to its column's widest
+// cell, counted in characters rather than bytes so names in any script line up.
+class TextTable {
+public:
+    explicit TextTable(std::vector<std::string> header) : rows_{std::move(header)} {}
+    void add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
+    std::string render() const;
+
+private:
+    std::vector<std::vector<std::string>> rows_;
+};
+
+}  // namespace tallywick

@@ -1,0 +1,170 @@
+// tallywickctl: the host's control requests for scripts and terminals.
+#include <cstdio>
+#include <iostream>
+#include <thread>
+
+#include <tallywick/EventLoop.h>
+#include <tallywick/IoThread.h>
+#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/ServiceIdentity.h>
+#include <tallywick/StopSignals.h>
+#include <tallywick/TallywickVersion.h>
+#include <tallywick/XPCControlClient.h>
+
+#include "CtlCommand.h"
+#include "SnapshotTables.h"
+
+using namespace tallywick;
+
+namespace {
+
+enum Status { done = 0, refused = 1, usageError = 2, unreachable = 3 };
+
+class Session {
+public:
+    explicit Session(ControlEndpoint endpoint)
+        : loop_(std::make_shared<EventLoop>()), client_(XPCControlClient::create(loop_, io_, std::move(endpoint))) {}
+    ~Session() { client_.reset(); }
+
+    XPCControlClient& client() { return *client_; }
+    EventLoop& loop() { return *loop_; }
+
+    std::optional<ControlResponse> send(const ControlRequest& request) {
+        bool answered = false;
+        std::optional<ControlResponse> answer;
+        client_->send(request, [&](std::optional<ControlResponse> response) {
+            answer = std::move(response);
+            answered = true;
+        });
+        loop_->runUntil([&] { return answered; }, std::chrono::hours(24));
+        return answer;
+    }
+
+private:
+    IoThread io_;
+    std::shared_ptr<EventLoop> loop_;
+    std::shared_ptr<XPCControlClient> client_;
+};
+
+int hostUnreachable() {
+    std::cerr << "tallywickctl: the Tallywick host cannot be reached (is tallywick-host running?)\n";
+    return unreachable;
+}
+
+// Prints the answer to a change; gives the exit status.
+int report(const std::optional<ControlResponse>& answer, bool json, const std::string& confirmation) {
+    if (!answer) return hostUnreachable();
+    if (auto* failure = std::get_if<ControlResponse::Failure>(&answer->value)) {
+        if (json) std::cout << *TallywickCoding::encodeToString(*answer) << "\n";
+        std::cerr << "tallywickctl: " << failure->reason << "\n";
+        return refused;
+    }
+    if (json) std::cout << TallywickCoding::encodeToString(*answer).value_or("") << "\n";
+    else std::cout << confirmation << "\n";
+    return done;
+}
+
+int followEvents(Session& session, const StopSignals& stop) {
+    int status = done;
+    session.client().onEvent = [](ControlEvent event) {
+        if (auto text = TallywickCoding::encodeToString(event)) std::cout << *text << std::endl;
+    };
+    session.client().onConnectionChange = [&](bool connected) {
+        if (connected) return;
+        std::cerr << "tallywickctl: the host went away\n";
+        status = unreachable;
+        session.loop().stop();
+    };
+    // The first request opens the connection that the events arrive on.
+    if (!session.send(ControlRequest::snapshot())) return hostUnreachable();
+    std::thread([&stop, loop = &session.loop()] {
+        stop.wait();
+        loop->stop();
+    }).detach();
+    session.loop().run();
+    return status;
+}
+
+int run(const CtlCommand& command, const StopSignals& stop) {
+    ControlEndpoint endpoint = ControlEndpoint::standard();
+    if (command.runtimeDirectory) endpoint.path = endpointPath(*command.runtimeDirectory);
+    Session session(endpoint);
+    session.client().onEvent = [](ControlEvent) {};
+    session.client().onConnectionChange = [](bool) {};
+
+    using Kind = CtlCommand::Kind;
+    switch (command.kind) {
+        case Kind::snapshot: {
+            auto answer = session.send(ControlRequest::snapshot());
+            if (!answer) return hostUnreachable();
+            if (command.json) {
+                std::cout << TallywickCoding::encodeToString(*answer).value_or("") << "\n";
+                return std::holds_alternative<ControlResponse::Snapshot>(answer->value) ? done : refused;
+            }
+            if (auto* state = std::get_if<ControlResponse::Snapshot>(&answer->value)) {
+                std::cout << renderSnapshot(state->snapshot);
+                return done;
+            }
+            return report(answer, false, "");
+        }
+        case Kind::addEntry:
+            return report(session.send(ControlRequest::createEntry(command.newEntry)), command.json, "Entry added.");
+        case Kind::editEntry: {
+            // The host replaces a whole entry, so the edit starts from its stored form.
+            auto answer = session.send(ControlRequest::snapshot());
+            if (!answer) return hostUnreachable();
+            auto* state = std::get_if<ControlResponse::Snapshot>(&answer->value);
+            if (!state) return report(answer, command.json, "");
+            for (LedgerEntry entry : state->snapshot.entries) {
+                if (entry.id != command.id) continue;
+                if (command.edit.kind) entry.kind = *command.edit.kind;
+                if (command.edit.flag) entry.flag = *command.edit.flag;
+                if (command.edit.amount) entry.amount = *command.edit.amount;
+                if (command.edit.memo) entry.memo = *command.edit.memo;
+                return report(session.send(ControlRequest::updateEntry(entry)), command.json, "Entry changed.");
+            }
+            return report(ControlResponse::failure("No such entry"), command.json, "");
+        }
+        case Kind::deleteEntry:
+            return report(session.send(ControlRequest::deleteEntry(command.id)), command.json, "Entry deleted.");
+        case Kind::renameAccount:
+            return report(session.send(ControlRequest::renameAccount(command.id, command.displayName)), command.json,
+                          "Account renamed.");
+        case Kind::deleteAccount:
+            return report(session.send(ControlRequest::deleteAccount(command.id)), command.json, "Account deleted.");
+        case Kind::setAllowUnauthenticated:
+            return report(session.send(ControlRequest::setAllowUnauthenticated(command.allow)), command.json,
+                          command.allow ? "Agents are identified by their client information."
+                                        : "Agents must sign up or log in.");
+        case Kind::setStartingPoints:
+            return report(session.send(ControlRequest::setStartingPoints(command.points)), command.json,
+                          "New accounts start with " + std::to_string(command.points) + " points.");
+        case Kind::events: return followEvents(session, stop);
+        case Kind::help:
+        case Kind::version: break;
+    }
+    return done;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const StopSignals stop;  // before any thread starts, so only `events` sees them
+    auto parsed = CtlCommand::parse({argv + 1, argv + argc});
+    if (auto* problem = std::get_if<std::string>(&parsed)) {
+        std::cerr << "tallywickctl: " << *problem << "\n";
+        return usageError;
+    }
+    const auto& command = std::get<CtlCommand>(parsed);
+    if (command.kind == CtlCommand::Kind::version) {
+        std::cout << "tallywickctl " << TallywickVersion::displayString << "\n";
+        return done;
+    }
+    if (command.kind == CtlCommand::Kind::help) {
+        std::cout << CtlCommand::helpText(command.helpTopic);
+        return done;
+    }
+    const int status = run(command, stop);
+    std::cout.flush();
+    return status;
+}

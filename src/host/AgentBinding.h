@@ -1,0 +1,39 @@
+#pragma once
+#include <optional>
+#include <string>
+
+#include <tallywick/core.h>
+
+#include "AgentService.h"
+#include "AgentSession.h"
+
+namespace tallywick {
+
+class LedgerStore;
+
+// Which account a connection speaks for, and the effects of changing that.
+class AgentBinding {
+public:
+    explicit AgentBinding(LedgerStore& store) : store_(store) {}
+
+    // The account the session may read now. Binds it to its client's account
+    // when the host allows unauthenticated agents; unbinds it when its account
+    // was deleted or when its binding by client name is no longer allowed.
+    std::optional<Account> readableAccount(AgentSession& session, Date now, AgentService::Effects& effects);
+
+    // Binds to the account of the session's client name, created on first sight.
+    std::optional<Account> bindByClientInfo(AgentSession& session, Date now, AgentService::Effects& effects);
+
+    // Keeps the session's client information with the account when it differs.
+    void recordClientInfo(const AgentSession& session, const Account& account,
+                          AgentService::Effects& effects);
+
+    static void bind(AgentSession& session, const std::string& accountId, bool authenticated,
+                     AgentService::Effects& effects);
+    static void unbind(AgentSession& session, AgentService::Effects& effects);
+
+private:
+    LedgerStore& store_;
+};
+
+}  // namespace tallywick

@@ -1,0 +1,277 @@
+#include "AgentService.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <variant>
+
+#include "AgentBinding.h"
+#include "AgentTools.h"
+#include "LedgerStore.h"
+#include "McpCatalog.h"
+#include "McpFields.h"
+#include "McpMessage.h"
+
+namespace tallywick {
+
+namespace {
+
+using Answer = std::variant<std::string, McpError>;  // the result's JSON, or the error
+
+constexpr std::string_view emptyResult = "{}";
+constexpr std::size_t maximumInfoLength = 200;    // name, version, title of a client
+constexpr std::size_t maximumFieldCount = 32;     // further client details kept
+constexpr std::size_t maximumFieldLength = 1000;  // a detail's value
+
+constexpr std::array<std::string_view, 8> logLevels{"debug", "info",     "notice", "warning",
+                                                    "error", "critical", "alert",  "emergency"};
+
+struct Turn {
+    LedgerStore& store;
+    const KeyHasher& hasher;
+    AgentSession& session;
+    Date now;
+    AgentService::Effects& effects;
+};
+
+std::optional<std::string> detailText(simdjson::dom::element value) {
+    switch (value.type()) {
+        case simdjson::dom::element_type::STRING: return std::string(value.get_string().value_unsafe());
+        case simdjson::dom::element_type::BOOL: return value.get_bool().value_unsafe() ? "true" : "false";
+        case simdjson::dom::element_type::INT64:
+        case simdjson::dom::element_type::UINT64:
+        case simdjson::dom::element_type::DOUBLE: return simdjson::to_string(value);
+        default: return std::nullopt;  // nested values are not details a person reads
+    }
+}
+
+// What the client says about itself beyond name, version and title, plus the
+// negotiated revision, ordered by key so that the same handshake stores the same list.
+std::vector<ClientInfoField> clientDetails(simdjson::dom::object info, std::string_view revision) {
+    std::map<std::string, std::string, std::less<>> details;
+    for (auto [key, value] : info) {
+        if (key == "name" || key == "version" || key == "title" || details.contains(key)) continue;
+        if (details.size() >= maximumFieldCount || codePointCount(key) > maximumInfoLength) continue;
+        auto text = detailText(value);
+        if (text && codePointCount(*text) <= maximumFieldLength) details.emplace(key, std::move(*text));
+    }
+    details["protocolVersion"] = std::string(revision);
+    std::vector<ClientInfoField> fields;
+    for (auto& [key, value] : details) fields.push_back({.key = key, .value = std::move(value)});
+    return fields;
+}
+
+Answer initialize(Turn& turn, McpFields& params) {
+    const auto requested = params.string("protocolVersion", true);
+    const auto infoObject = params.object("clientInfo", true);
+    if (!params.ok()) return McpError::params(*params.problem());
+    McpFields info(*infoObject);
+    const auto name = info.string("name", true);
+    const auto version = info.string("version");
+    const auto title = info.string("title");
+    if (!info.ok()) return McpError::params("clientInfo." + *info.problem());
+    if (name->empty()) return McpError::params("clientInfo.name must not be empty");
+    for (const auto& [field, text] : {std::pair{"name", name}, {"version", version}, {"title", title}}) {
+        if (text && codePointCount(*text) > maximumInfoLength) {
+            return McpError::params("clientInfo." + std::string(field) + " is too long");
+        }
+    }
+
+    const auto revision = McpCatalog::negotiate(*requested);
+    AgentSession& session = turn.session;
+    session.clientInfo = ClientInfo{.name = std::string(*name),
+                                    .version = version ? std::optional<std::string>(*version) : std::nullopt,
+                                    .title = title ? std::optional<std::string>(*title) : std::nullopt};
+    session.clientInfoFields = clientDetails(*infoObject, revision);
+    session.protocolVersion = std::string(revision);
+    session.initialized = true;
+    turn.effects.connectionsChanged = true;
+
+    // A handshake repeated after a login keeps the login; otherwise the
+    // connection speaks for its client's account when the host allows that.
+    AgentBinding binding(turn.store);
+    if (session.authenticated) {
+        if (auto account = binding.readableAccount(session, turn.now, turn.effects)) {
+            binding.recordClientInfo(session, *account, turn.effects);
+        }
+    } else if (turn.store.settings().allowUnauthenticated) {
+        binding.bindByClientInfo(session, turn.now, turn.effects);
+    } else {
+        AgentBinding::unbind(session, turn.effects);
+    }
+    return McpCatalog::initializeResult(revision);
+}
+
+Answer setLogLevel(Turn& turn, McpFields& params) {
+    const auto level = params.string("level", true);
+    if (!params.ok()) return McpError::params(*params.problem());
+    if (std::find(logLevels.begin(), logLevels.end(), *level) == logLevels.end()) {
+        return McpError::params(
+            "level must be one of debug, info, notice, warning, error, critical, alert, "
+            "emergency");
+    }
+    turn.session.logLevel = std::string(*level);
+    return std::string(emptyResult);
+}
+
+// Every list fits on one page, so no cursor of ours exists to be passed back.
+std::optional<McpError> refuseCursor(McpFields& params) {
+    const auto cursor = params.string("cursor");
+    if (!params.ok()) return McpError::params(*params.problem());
+    if (cursor) return McpError::params("cursor is not one this host gave");
+    return std::nullopt;
+}
+
+Answer callTool(Turn& turn, McpFields& params) {
+    const auto name = params.string("name", true);
+    const auto arguments = params.object("arguments");
+    if (!params.ok()) return McpError::params(*params.problem());
+    McpFields argumentFields = arguments ? McpFields(*arguments) : McpFields();
+    AgentTools tools(turn.store, turn.hasher);
+    const auto result = tools.call(*name, argumentFields, turn.session, turn.now, turn.effects);
+    if (!result) return McpError{McpError::invalidParams, "Unknown tool: " + std::string(*name)};
+    return AgentTools::callResult(*result);
+}
+
+McpError resourceNotFound(std::string_view uri) {
+    JsonWriter data;
+    data.beginObject();
+    data.key("uri");
+    data.string(uri);
+    data.endObject();
+    return {McpError::resourceNotFound, "Resource not found", data.text()};
+}
+
+// The one resource a connection may use is its own account's history. An
+// unbound connection has none (its resource list is empty), so it is told
+// "not found" like a connection asking for someone else's.
+std::variant<Account, McpError> ownResource(Turn& turn, McpFields& params, std::string_view& uri) {
+    const auto requested = params.string("uri", true);
+    if (!params.ok()) return McpError::params(*params.problem());
+    uri = *requested;
+    auto account = AgentBinding(turn.store).readableAccount(turn.session, turn.now, turn.effects);
+    if (!account || uri != AgentService::historyUri(account->id)) return resourceNotFound(uri);
+    return std::move(*account);
+}
+
+Answer readResource(Turn& turn, McpFields& params) {
+    std::string_view uri;
+    auto resource = ownResource(turn, params, uri);
+    if (auto* error = std::get_if<McpError>(&resource)) return std::move(*error);
+    auto text = AgentTools(turn.store, turn.hasher).history(std::get<Account>(resource), 100, std::nullopt);
+    if (auto* failed = std::get_if<Failure>(&text)) return McpError{McpError::internalError, failed->reason};
+    JsonWriter writer;
+    writer.beginObject();
+    writer.key("contents");
+    writer.beginArray();
+    writer.beginObject();
+    writer.key("uri");
+    writer.string(uri);
+    writer.key("mimeType");
+    writer.string("application/json");
+    writer.key("text");
+    writer.string(std::get<std::string>(text));
+    writer.endObject();
+    writer.endArray();
+    writer.endObject();
+    return writer.text();
+}
+
+Answer subscribe(Turn& turn, McpFields& params, bool on) {
+    std::string_view uri;
+    auto resource = ownResource(turn, params, uri);
+    if (auto* error = std::get_if<McpError>(&resource)) return std::move(*error);
+    if (on)
+        turn.session.subscriptions.insert(std::string(uri));
+    else
+        turn.session.subscriptions.erase(std::string(uri));
+    return std::string(emptyResult);
+}
+
+// Requests other than the handshake are answered before it as well: a bridge
+// that reconnected replays its handshake, but an agent's client may still be
+// mid-way, and refusing it would gain nothing.
+Answer respond(Turn& turn, std::string_view method, McpFields& params) {
+    if (method == "initialize") return initialize(turn, params);
+    if (method == "ping") return std::string(emptyResult);
+    if (method == "logging/setLevel") return setLogLevel(turn, params);
+    if (method == "tools/list") {
+        if (auto error = refuseCursor(params)) return std::move(*error);
+        return McpCatalog::toolsListResult();
+    }
+    if (method == "tools/call") return callTool(turn, params);
+    if (method == "resources/list") {
+        if (auto error = refuseCursor(params)) return std::move(*error);
+        auto account = AgentBinding(turn.store).readableAccount(turn.session, turn.now, turn.effects);
+        return McpCatalog::resourcesListResult(account ? std::optional(account->id) : std::nullopt);
+    }
+    if (method == "resources/templates/list") {
+        if (auto error = refuseCursor(params)) return std::move(*error);
+        return McpCatalog::resourceTemplatesResult();
+    }
+    if (method == "resources/read") return readResource(turn, params);
+    if (method == "resources/subscribe") return subscribe(turn, params, true);
+    if (method == "resources/unsubscribe") return subscribe(turn, params, false);
+    return McpError{McpError::methodNotFound, "Method not found"};
+}
+
+}  // namespace
+
+AgentService::AgentService(LedgerStore& store, const KeyHasher& hasher) : store_(store), hasher_(hasher) {}
+
+AgentService::Effects AgentService::handle(AgentSession& session, std::string_view line, Date now) {
+    Effects effects;
+    std::string id = "null";
+    try {
+        const simdjson::padded_string padded(line);
+        simdjson::dom::parser parser;
+        McpMessage message = readMcpMessage(parser, padded);
+        effects.method = message.method;
+        id = message.id;
+        switch (message.kind) {
+            case McpMessage::Kind::response: effects.direction = Direction::response; return effects;
+            // Nothing the client can notify us of needs an action: replies are
+            // given at once, so there is nothing to cancel.
+            case McpMessage::Kind::notification: effects.direction = Direction::notification; return effects;
+            case McpMessage::Kind::invalid:
+                effects.reply = mcpErrorLine(message.id, *message.error);
+                return effects;
+            case McpMessage::Kind::request: break;
+        }
+        Turn turn{store_, hasher_, session, now, effects};
+        McpFields params(message.params);
+        auto answer = respond(turn, *message.method, params);
+        if (auto* result = std::get_if<std::string>(&answer))
+            effects.reply = mcpResultLine(message.id, *result);
+        else
+            effects.reply = mcpErrorLine(message.id, std::get<McpError>(answer));
+    } catch (const std::exception&) {
+        // Only running out of memory gets here; a request is still answered.
+        if (effects.direction == Direction::request) {
+            effects.reply = mcpErrorLine(id, {McpError::internalError, "Internal error"});
+        }
+    }
+    return effects;
+}
+
+std::string AgentService::historyUri(const std::string& accountId) {
+    return "tallywick://account/" + accountId + "/history";
+}
+
+std::string AgentService::resourceUpdatedLine(const std::string& uri) {
+    JsonWriter writer;
+    writer.beginObject();
+    writer.key("jsonrpc");
+    writer.string("2.0");
+    writer.key("method");
+    writer.string("notifications/resources/updated");
+    writer.key("params");
+    writer.beginObject();
+    writer.key("uri");
+    writer.string(uri);
+    writer.endObject();
+    writer.endObject();
+    return writer.text();
+}
+
+}  // namespace tallywick

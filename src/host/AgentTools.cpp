@@ -1,0 +1,217 @@
+#include "AgentTools.h"
+
+#include <random>
+
+#include "AgentBinding.h"
+#include "KeyHasher.h"
+#include "LedgerStore.h"
+
+namespace tallywick {
+
+namespace {
+
+constexpr std::string_view notSignedInMessage =
+    "This connection is not signed in to an account: call signUp or login first";
+
+AgentTools::Result accountResult(const Account& account) {
+    JsonWriter writer;
+    writer.beginObject();
+    writer.key("accountId");
+    writer.string(account.id);
+    writer.key("displayName");
+    writer.string(account.displayName);
+    writer.key("balance");
+    writer.integer(account.balance);
+    writer.endObject();
+    if (auto text = std::move(writer).finish()) return {std::move(*text), false};
+    return AgentTools::failure("internalError", "The account could not be written");
+}
+
+AgentTools::Result invalidArguments(const McpFields& arguments) {
+    return AgentTools::failure("invalidArguments", *arguments.problem());
+}
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view space = " \t\r\n";
+    const auto first = text.find_first_not_of(space);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(space) - first + 1);
+}
+
+// Names need not be unique, but a list full of plain "Agent" tells no one apart.
+std::string defaultDisplayName() {
+    static constexpr char hex[] = "0123456789ABCDEF";
+    std::random_device random;
+    std::string name = "Agent ";
+    for (unsigned bits = random(), i = 0; i < 4; ++i, bits >>= 4) name += hex[bits & 0xF];
+    return name;
+}
+
+}  // namespace
+
+std::optional<AgentTools::Result> AgentTools::call(std::string_view name, McpFields& arguments,
+                                                   AgentSession& session, Date now,
+                                                   AgentService::Effects& effects) {
+    if (name == "signUp") return signUp(arguments, session, now, effects);
+    if (name == "login") return login(arguments, session, effects);
+    if (name == "getBalance") return getBalance(arguments, session, now, effects);
+    if (name == "getHistory") return getHistory(arguments, session, now, effects);
+    return std::nullopt;
+}
+
+AgentTools::Result AgentTools::signUp(McpFields& arguments, AgentSession& session, Date now,
+                                      AgentService::Effects& effects) {
+    arguments.allowOnly({"key", "displayName"});
+    const auto key = arguments.string("key", true);
+    const auto requestedName = arguments.string("displayName");
+    if (!arguments.ok()) return invalidArguments(arguments);
+    const auto keyLength = codePointCount(*key);
+    if (keyLength < minimumKeyLength || keyLength > maximumKeyLength) {
+        return failure("invalidKey", "The key must be 8 to 1024 characters long");
+    }
+    std::string displayName(trimmed(requestedName.value_or("")));
+    if (codePointCount(displayName) > maximumNameLength) {
+        return failure("invalidArguments", "displayName must be at most 100 characters long");
+    }
+    if (displayName.empty()) displayName = defaultDisplayName();
+
+    const auto hash = hasher_.hash(*key);
+    if (!hash) return failure("internalError", "The key could not be hashed; try again");
+    auto outcome = store_.createCredentialAccount(displayName, *hash, now);
+    if (auto* failed = std::get_if<Failure>(&outcome)) return failure("internalError", failed->reason);
+    const auto& account = std::get<Account>(outcome);
+    effects.dataChanged = true;
+    effects.changedAccounts.push_back(account.id);
+    AgentBinding::bind(session, account.id, true, effects);
+    AgentBinding(store_).recordClientInfo(session, account, effects);
+    return accountResult(account);
+}
+
+AgentTools::Result AgentTools::login(McpFields& arguments, AgentSession& session,
+                                     AgentService::Effects& effects) {
+    arguments.allowOnly({"accountId", "key"});
+    const auto accountId = arguments.string("accountId", true);
+    const auto key = arguments.string("key", true);
+    if (!arguments.ok()) return invalidArguments(arguments);
+
+    const auto account = store_.account(std::string(*accountId));
+    const auto hash = account ? store_.keyHash(account->id) : std::nullopt;
+    bool valid = false;
+    if (hash) {
+        valid = hasher_.verify(*hash, *key);
+    } else {
+        // The same work as for a real account, so the time taken does not
+        // tell which identifiers exist.
+        static const std::string decoy = hasher_.hash("tallywick decoy key").value_or("");
+        hasher_.verify(decoy, *key);
+    }
+    if (!valid) return failure("invalidCredentials", "Unknown accountId or wrong key");
+    AgentBinding::bind(session, account->id, true, effects);
+    AgentBinding(store_).recordClientInfo(session, *account, effects);
+    return accountResult(*account);
+}
+
+AgentTools::Result AgentTools::getBalance(McpFields& arguments, AgentSession& session, Date now,
+                                          AgentService::Effects& effects) {
+    arguments.allowOnly({});
+    if (!arguments.ok()) return invalidArguments(arguments);
+    const auto account = AgentBinding(store_).readableAccount(session, now, effects);
+    if (!account) return failure("notSignedIn", notSignedInMessage);
+    return accountResult(*account);
+}
+
+AgentTools::Result AgentTools::getHistory(McpFields& arguments, AgentSession& session, Date now,
+                                          AgentService::Effects& effects) {
+    arguments.allowOnly({"limit", "before"});
+    const auto limit = arguments.integer("limit").value_or(20);
+    const auto before = arguments.string("before");
+    if (!arguments.ok()) return invalidArguments(arguments);
+    if (limit < 1 || limit > 100) return failure("invalidArguments", "limit must be from 1 to 100");
+    const auto account = AgentBinding(store_).readableAccount(session, now, effects);
+    if (!account) return failure("notSignedIn", notSignedInMessage);
+    auto page = history(*account, static_cast<int>(limit),
+                        before ? std::optional<std::string>(*before) : std::nullopt);
+    if (auto* failed = std::get_if<Failure>(&page)) return failure("invalidArguments", failed->reason);
+    return {std::move(std::get<std::string>(page)), false};
+}
+
+Outcome<std::string> AgentTools::history(const Account& account, int limit,
+                                         const std::optional<std::string>& before) const {
+    auto outcome = store_.history(account.id, limit, before);
+    if (auto* failed = std::get_if<Failure>(&outcome)) return *failed;
+    const auto& page = std::get<LedgerStore::HistoryPage>(outcome);
+    JsonWriter writer(256 + page.entries.size() * 256);
+    writer.beginObject();
+    writer.key("accountId");
+    writer.string(account.id);
+    writer.key("balance");
+    writer.integer(account.balance);
+    writer.key("entries");
+    writer.beginArray();
+    for (const auto& entry : page.entries) {
+        writer.beginObject();
+        writer.key("id");
+        writer.string(entry.id);
+        writer.key("kind");
+        writer.string(rawValue(entry.kind));
+        writer.key("flag");
+        writer.string(rawValue(entry.flag));
+        writer.key("amount");
+        writer.integer(entry.amount);
+        writer.key("signedAmount");
+        writer.integer(entry.signedAmount());
+        writer.key("memo");
+        writer.string(entry.memo);
+        writer.key("createdAt");
+        writer.date(entry.createdAt);
+        writer.key("updatedAt");
+        writer.date(entry.updatedAt);
+        writer.key("sequence");
+        writer.integer(entry.sequence);
+        writer.endObject();
+    }
+    writer.endArray();
+    if (page.nextBefore) {
+        writer.key("nextBefore");
+        writer.string(*page.nextBefore);
+    }
+    writer.endObject();
+    if (auto text = std::move(writer).finish()) return std::move(*text);
+    return Failure{"The history could not be written"};
+}
+
+std::string AgentTools::callResult(const Result& result) {
+    JsonWriter writer(result.structured.size() * 2 + 96);
+    writer.beginObject();
+    writer.key("content");
+    writer.beginArray();
+    writer.beginObject();
+    writer.key("type");
+    writer.string("text");
+    writer.key("text");
+    writer.string(result.structured);
+    writer.endObject();
+    writer.endArray();
+    writer.key("structuredContent");
+    writer.rawValue(result.structured);
+    writer.key("isError");
+    writer.boolean(result.isError);
+    writer.endObject();
+    return writer.text();
+}
+
+AgentTools::Result AgentTools::failure(std::string_view code, std::string_view message) {
+    JsonWriter writer;
+    writer.beginObject();
+    writer.key("error");
+    writer.beginObject();
+    writer.key("code");
+    writer.string(code);
+    writer.key("message");
+    writer.string(message);
+    writer.endObject();
+    writer.endObject();
+    return {writer.text(), true};
+}
+
+}  // namespace tallywick

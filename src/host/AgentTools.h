@@ -1,0 +1,57 @@
+#pragma once
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <tallywick/core.h>
+
+#include "AgentService.h"
+#include "AgentSession.h"
+#include "McpFields.h"
+#include "Outcome.h"
+
+namespace tallywick {
+
+class KeyHasher;
+class LedgerStore;
+
+// The tools agents call: signUp, login, getBalance and getHistory. A tool
+// that cannot do its work still gives a result, one that carries an error.
+class AgentTools {
+public:
+    AgentTools(LedgerStore& store, const KeyHasher& hasher) : store_(store), hasher_(hasher) {}
+
+    struct Result {
+        std::string structured;  // the JSON object the agent reads
+        bool isError = false;
+
+        friend bool operator==(const Result&, const Result&) = default;
+    };
+
+    // None for a name that is not one of the tools.
+    std::optional<Result> call(std::string_view name, McpFields& arguments, AgentSession& session, Date now,
+                               AgentService::Effects& effects);
+
+    // What getHistory gives, also the text of the history resource.
+    Outcome<std::string> history(const Account& account, int limit,
+                                 const std::optional<std::string>& before) const;
+
+    // The "tools/call" result that carries a tool's result.
+    static std::string callResult(const Result& result);
+    static Result failure(std::string_view code, std::string_view message);
+
+    static constexpr std::size_t minimumKeyLength = 8;
+    static constexpr std::size_t maximumKeyLength = 1024;
+    static constexpr std::size_t maximumNameLength = 100;
+
+private:
+    Result signUp(McpFields& arguments, AgentSession& session, Date now, AgentService::Effects& effects);
+    Result login(McpFields& arguments, AgentSession& session, AgentService::Effects& effects);
+    Result getBalance(McpFields& arguments, AgentSession& session, Date now, AgentService::Effects& effects);
+    Result getHistory(McpFields& arguments, AgentSession& session, Date now, AgentService::Effects& effects);
+
+    LedgerStore& store_;
+    const KeyHasher& hasher_;
+};
+
+}  // namespace tallywick

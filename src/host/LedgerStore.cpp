@@ -1,0 +1,658 @@
+#include "LedgerStore.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <filesystem>
+#include <limits>
+#include <system_error>
+#include <unordered_map>
+#include <utility>
+
+#include "Database.h"
+
+namespace tallywick {
+
+namespace {
+
+// Each step brings the schema from the version that is its index to the
+// next; the version is the number of steps applied. Steps are only appended.
+// Ids are AUTOINCREMENT so that a deleted row's id is never handed out again.
+constexpr std::string_view migrations[] = {
+    R"sql(
+CREATE TABLE accounts (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    identity_mode TEXT NOT NULL,
+    display_name TEXT NOT NULL,
+    created_at INTEGER NOT NULL,
+    -- the client name a clientInfo account is recognised by; fixed at creation
+    recognised_name TEXT UNIQUE,
+    -- what the agent last said about itself; no client_name means nothing said
+    client_name TEXT,
+    client_version TEXT,
+    client_title TEXT,
+    has_client_fields INTEGER NOT NULL DEFAULT 0,
+    key_hash TEXT,
+    next_sequence INTEGER NOT NULL DEFAULT 1
+);
+CREATE TABLE client_fields (
+    account_id INTEGER NOT NULL REFERENCES accounts(id) ON DELETE CASCADE,
+    position INTEGER NOT NULL,
+    key TEXT NOT NULL,
+    value TEXT NOT NULL,
+    PRIMARY KEY (account_id, position)
+) WITHOUT ROWID;
+CREATE TABLE entries (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    account_id INTEGER NOT NULL REFERENCES accounts(id) ON DELETE CASCADE,
+    kind TEXT NOT NULL,
+    flag TEXT NOT NULL,
+    amount INTEGER NOT NULL CHECK (amount >= 0),
+    memo TEXT NOT NULL,
+    created_at INTEGER NOT NULL,
+    updated_at INTEGER NOT NULL,
+    sequence INTEGER NOT NULL,
+    UNIQUE (account_id, sequence)
+);
+CREATE INDEX entries_by_account ON entries (account_id, id);
+CREATE TABLE settings (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    allow_unauthenticated INTEGER NOT NULL DEFAULT 1,
+    starting_points INTEGER NOT NULL DEFAULT 50000 CHECK (starting_points >= 0)
+);
+INSERT INTO settings (id) VALUES (1);
+CREATE TABLE meta (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    run_count INTEGER NOT NULL DEFAULT 0
+);
+INSERT INTO meta (id) VALUES (1);
+)sql",
+};
+constexpr int schemaVersion = static_cast<int>(std::size(migrations));
+
+// "TLWK": marks the file as ours, so another program's database is refused
+// rather than having our tables added to it.
+constexpr std::int64_t applicationId = 0x544C574B;
+
+// Balances are summed wider than they are reported, so a sum that leaves the
+// 64-bit range is seen instead of wrapping.
+__extension__ typedef __int128 Wide;
+
+const std::string selectEntries =
+    "SELECT id, account_id, kind, flag, amount, memo, created_at, updated_at, sequence FROM entries ";
+
+Failure noSuchAccount() {
+    return {"No such account"};
+}
+Failure noSuchEntry() {
+    return {"No such entry"};
+}
+
+std::string accountId(std::int64_t number) {
+    return "A" + std::to_string(number);
+}
+std::string entryId(std::int64_t number) {
+    return "E" + std::to_string(number);
+}
+
+// The number in an identifier we gave out; none for any other text, so each
+// row has exactly one identifier ("A007" is not "A7").
+std::optional<std::int64_t> parseId(std::string_view text, char prefix) {
+    if (text.size() < 2 || text[0] != prefix || text[1] < '1' || text[1] > '9') return std::nullopt;
+    std::int64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data() + 1, end, number);
+    if (error != std::errc{} || stop != end) return std::nullopt;
+    return number;
+}
+
+std::int64_t seconds(Date date) {
+    return date.time_since_epoch().count();
+}
+Date dateFrom(std::int64_t seconds) {
+    return Date{std::chrono::seconds{seconds}};
+}
+
+// An unreadable kind counts as a note, which leaves the balance alone.
+TransactionKind kindFrom(std::string_view text) {
+    return fromRawValue<TransactionKind>(text).value_or(TransactionKind::note);
+}
+
+Wide effect(TransactionKind kind, std::int64_t amount) {
+    switch (kind) {
+        case TransactionKind::credit: return amount;
+        case TransactionKind::debit: return -Wide{amount};
+        case TransactionKind::note: return 0;
+    }
+    return 0;
+}
+
+bool fits(Wide value) {
+    return value >= std::numeric_limits<std::int64_t>::min() &&
+           value <= std::numeric_limits<std::int64_t>::max();
+}
+
+// Deleting entries can leave a balance no 64-bit number holds; it is shown at the limit.
+std::int64_t saturated(Wide value) {
+    if (value > std::numeric_limits<std::int64_t>::max()) return std::numeric_limits<std::int64_t>::max();
+    if (value < std::numeric_limits<std::int64_t>::min()) return std::numeric_limits<std::int64_t>::min();
+    return static_cast<std::int64_t>(value);
+}
+
+bool isBlank(std::string_view text) {
+    return text.find_first_not_of(" \t\n\r\f\v") == std::string_view::npos;
+}
+
+std::string labelFor(const ClientInfo& info) {
+    if (!isBlank(info.displayLabel())) return info.displayLabel();
+    if (!isBlank(info.name)) return info.name;
+    return "Unnamed client";
+}
+
+// Opening and upgrading
+
+// Creates the missing folders of the path, private to the user.
+std::optional<std::string> createFolders(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> missing;
+    std::error_code ignored;
+    for (auto path = folder; !path.empty() && !std::filesystem::exists(path, ignored);
+         path = path.parent_path()) {
+        missing.push_back(path);
+        if (path == path.parent_path()) break;
+    }
+    for (auto path = missing.rbegin(); path != missing.rend(); ++path) {
+        if (::mkdir(path->c_str(), 0700) != 0 && errno != EEXIST) {
+            return "Could not create the folder " + path->string() + ": " +
+                   std::error_code(errno, std::generic_category()).message();
+        }
+    }
+    return std::nullopt;
+}
+
+// SQLite would create the file readable by everyone; it holds key hashes.
+void createPrivately(const std::string& path) {
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (file >= 0) ::close(file);
+}
+
+struct FileState {
+    std::int64_t objects = 0;
+    std::int64_t version = 0;
+    std::int64_t application = 0;
+};
+
+// Reading these is the first read of the file, so a file that is not a
+// database fails here, before anything could write to it.
+std::optional<FileState> inspect(Transaction& tx) {
+    auto row = tx.query(
+        "SELECT (SELECT count(*) FROM sqlite_schema), (SELECT user_version FROM pragma_user_version), "
+        "(SELECT application_id FROM pragma_application_id)");
+    if (!tx.next(row)) return std::nullopt;
+    return FileState{row.integer(0), row.integer(1), row.integer(2)};
+}
+
+std::optional<std::string> refusal(const FileState& state, const std::string& path) {
+    const bool ours = state.application == applicationId;
+    if (!ours && state.application != 0) return path + " is not a Tallywick database";
+    if (state.version > schemaVersion) return path + " was written by a newer version of Tallywick";
+    if (!ours && state.objects != 0) return path + " is not a Tallywick database";
+    return std::nullopt;
+}
+
+// The first column of a one-row statement run outside any transaction.
+std::variant<std::string, DatabaseError> single(Database& db, std::string_view sql) {
+    auto prepared = db.prepare(sql);
+    if (auto* error = std::get_if<DatabaseError>(&prepared)) return *error;
+    auto& statement = std::get<Statement>(prepared);
+    auto stepped = statement.step();
+    if (auto* error = std::get_if<DatabaseError>(&stepped)) return *error;
+    return std::get<bool>(stepped) ? statement.text(0) : std::string();
+}
+
+// Brings the schema up to date and counts this run, all in one transaction.
+std::variant<std::uint64_t, std::string> upgrade(Database& db, const std::string& path) {
+    Transaction tx(db, Transaction::Mode::immediate);
+    const auto state = inspect(tx);
+    if (state) {
+        if (auto refused = refusal(*state, path)) return *refused;
+        for (auto step = state->version; step < schemaVersion; ++step)
+            tx.script(std::string(migrations[step]));
+        if (state->version < schemaVersion) {
+            tx.script("PRAGMA user_version = " + std::to_string(schemaVersion) +
+                      "; PRAGMA application_id = " + std::to_string(applicationId) + ";");
+        }
+    }
+    tx.run("UPDATE meta SET run_count = run_count + 1");
+    std::uint64_t run = 0;
+    {
+        auto row = tx.query("SELECT run_count FROM meta");
+        if (tx.next(row)) run = static_cast<std::uint64_t>(row.integer(0));
+    }
+    if (auto error = tx.commit()) return "Could not prepare " + path + ": " + error->message;
+    return run;
+}
+
+// Reading and writing rows
+
+Settings readSettings(Transaction& tx) {
+    auto row = tx.query("SELECT allow_unauthenticated, starting_points FROM settings WHERE id = 1");
+    if (!tx.next(row)) return {};
+    return {.allowUnauthenticated = row.integer(0) != 0, .startingPoints = row.integer(1)};
+}
+
+LedgerEntry readEntry(const Statement& row) {
+    return {
+        .id = entryId(row.integer(0)),
+        .accountId = accountId(row.integer(1)),
+        .kind = kindFrom(row.textView(2)),
+        .flag = fromRawValue<LedgerFlag>(row.textView(3)).value_or(LedgerFlag::none),
+        .amount = row.integer(4),
+        .memo = row.text(5),
+        .createdAt = dateFrom(row.integer(6)),
+        .updatedAt = dateFrom(row.integer(7)),
+        .sequence = row.integer(8),
+    };
+}
+
+std::vector<LedgerEntry> readEntries(Transaction& tx, Statement& rows) {
+    std::vector<LedgerEntry> entries;
+    while (tx.next(rows)) entries.push_back(readEntry(rows));
+    return entries;
+}
+
+std::optional<LedgerEntry> loadEntry(Transaction& tx, std::int64_t id) {
+    auto row = tx.query(selectEntries + "WHERE id = ?", id);
+    if (!tx.next(row)) return std::nullopt;
+    return readEntry(row);
+}
+
+// The account an entry belongs to and what the entry does to its balance.
+struct EntryOwner {
+    std::int64_t account = 0;
+    Wide effect = 0;
+};
+
+std::optional<EntryOwner> entryOwner(Transaction& tx, std::int64_t entry) {
+    auto row = tx.query("SELECT account_id, kind, amount FROM entries WHERE id = ?", entry);
+    if (!tx.next(row)) return std::nullopt;
+    return EntryOwner{row.integer(0), effect(kindFrom(row.textView(1)), row.integer(2))};
+}
+
+// The sequence number the account's next entry gets; none when there is no such account.
+std::optional<std::int64_t> nextSequence(Transaction& tx, std::int64_t account) {
+    auto row = tx.query("SELECT next_sequence FROM accounts WHERE id = ?", account);
+    if (!tx.next(row)) return std::nullopt;
+    return row.integer(0);
+}
+
+Wide balanceOf(Transaction& tx, std::int64_t account) {
+    Wide total = 0;
+    auto rows = tx.query("SELECT kind, amount FROM entries WHERE account_id = ?", account);
+    while (tx.next(rows)) total += effect(kindFrom(rows.textView(0)), rows.integer(1));
+    return total;
+}
+
+LedgerEntry appendEntry(Transaction& tx, std::int64_t account, std::int64_t sequence,
+                        const NewLedgerEntry& entry, Date now) {
+    tx.run(
+        "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence) "
+        "VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
+        account, rawValue(entry.kind), rawValue(entry.flag), entry.amount, entry.memo, seconds(now),
+        seconds(now), sequence);
+    const std::int64_t id = tx.lastInsertId();
+    tx.run("UPDATE accounts SET next_sequence = ? WHERE id = ?", sequence + 1, account);
+    return {.id = entryId(id),
+            .accountId = accountId(account),
+            .kind = entry.kind,
+            .flag = entry.flag,
+            .amount = entry.amount,
+            .memo = entry.memo,
+            .createdAt = now,
+            .updatedAt = now,
+            .sequence = sequence};
+}
+
+void openingCredit(Transaction& tx, std::int64_t account, Date now) {
+    const std::int64_t points = readSettings(tx).startingPoints;
+    if (points <= 0) return;
+    appendEntry(tx, account, 1,
+                {.kind = TransactionKind::credit,
+                 .flag = LedgerFlag::none,
+                 .amount = points,
+                 .memo = "Opening balance"},
+                now);
+}
+
+void storeClientInfo(Transaction& tx, std::int64_t account, const ClientInfo& info,
+                     const std::vector<ClientInfoField>& fields) {
+    tx.run(
+        "UPDATE accounts SET client_name = ?, client_version = ?, client_title = ?, has_client_fields = 1 "
+        "WHERE id = ?",
+        info.name, info.version, info.title, account);
+    tx.run("DELETE FROM client_fields WHERE account_id = ?", account);
+    for (std::size_t position = 0; position < fields.size(); ++position) {
+        tx.run("INSERT INTO client_fields (account_id, position, key, value) VALUES (?, ?, ?, ?)", account,
+               static_cast<std::int64_t>(position), fields[position].key, fields[position].value);
+    }
+}
+
+// Every account, or only the one given, with fields and balances.
+std::vector<Account> loadAccounts(Transaction& tx, std::optional<std::int64_t> only) {
+    const auto filter = [&](const char* column) {
+        return only ? std::string(" WHERE ") + column + " = ?1" : "";
+    };
+    const auto bindFilter = [&](Statement& statement) {
+        if (only) statement.bind(1, *only);
+    };
+
+    std::vector<Account> accounts;
+    std::unordered_map<std::int64_t, std::size_t> positions;
+    auto rows = tx.query(
+        "SELECT id, identity_mode, display_name, created_at, client_name, client_version, client_title, "
+        "has_client_fields FROM accounts" +
+        filter("id") + " ORDER BY id");
+    bindFilter(rows);
+    while (tx.next(rows)) {
+        Account account{
+            .id = accountId(rows.integer(0)),
+            .displayName = rows.text(2),
+            .identityMode = fromRawValue<IdentityMode>(rows.textView(1)).value_or(IdentityMode::credential),
+            .createdAt = dateFrom(rows.integer(3)),
+        };
+        if (!rows.isNull(4))
+            account.clientInfo = ClientInfo{rows.text(4), rows.optionalText(5), rows.optionalText(6)};
+        if (rows.integer(7) != 0) account.clientInfoFields.emplace();
+        positions.emplace(rows.integer(0), accounts.size());
+        accounts.push_back(std::move(account));
+    }
+
+    auto fields = tx.query("SELECT account_id, key, value FROM client_fields" + filter("account_id") +
+                           " ORDER BY account_id, position");
+    bindFilter(fields);
+    while (tx.next(fields)) {
+        const auto found = positions.find(fields.integer(0));
+        if (found == positions.end()) continue;
+        auto& list = accounts[found->second].clientInfoFields;
+        if (list) list->push_back({fields.text(1), fields.text(2)});
+    }
+
+    std::vector<Wide> balances(accounts.size());
+    auto amounts = tx.query("SELECT account_id, kind, amount FROM entries" + filter("account_id"));
+    bindFilter(amounts);
+    while (tx.next(amounts)) {
+        const auto found = positions.find(amounts.integer(0));
+        if (found != positions.end())
+            balances[found->second] += effect(kindFrom(amounts.textView(1)), amounts.integer(2));
+    }
+    for (std::size_t index = 0; index < accounts.size(); ++index)
+        accounts[index].balance = saturated(balances[index]);
+    return accounts;
+}
+
+Outcome<Account> loadAccount(Transaction& tx, std::int64_t id) {
+    auto found = loadAccounts(tx, id);
+    if (found.empty()) return noSuchAccount();
+    return std::move(found.front());
+}
+
+// Runs `body` as one change: committed when it succeeds, rolled back when it
+// fails, and any database error reported in place of its result.
+template <class Body>
+auto change(Database& db, Body body) {
+    Transaction tx(db, Transaction::Mode::immediate);
+    auto result = body(tx);
+    using Result = decltype(result);
+    const auto saveFailure = [](const DatabaseError& error) {
+        return Result{Failure{"Could not save: " + error.message}};
+    };
+    if (tx.failed()) return saveFailure(*tx.failure());
+    if (!succeeded(result)) return result;
+    if (auto error = tx.commit()) return saveFailure(*error);
+    return result;
+}
+
+// Runs `body` on one consistent view of the data; an empty result if reading failed.
+template <class Body>
+auto read(Database& db, Body body) {
+    Transaction tx(db, Transaction::Mode::deferred);
+    auto result = body(tx);
+    if (tx.commit()) return decltype(result){};
+    return result;
+}
+
+}  // namespace
+
+LedgerStore::LedgerStore(std::unique_ptr<Database> database) : db_(std::move(database)) {}
+
+LedgerStore::~LedgerStore() = default;
+
+std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const std::string& path) {
+    if (auto problem = createFolders(std::filesystem::path(path).parent_path())) return *problem;
+    createPrivately(path);
+    auto opened = Database::open(path);
+    if (auto* error = std::get_if<DatabaseError>(&opened))
+        return "Could not open " + path + ": " + error->message;
+    auto db = std::move(std::get<std::unique_ptr<Database>>(opened));
+
+    if (auto error = db->execute("PRAGMA busy_timeout = 5000"))
+        return "Could not open " + path + ": " + error->message;
+    {
+        Transaction tx(*db, Transaction::Mode::deferred);
+        const auto state = inspect(tx);
+        if (auto error = tx.commit()) return "Could not open " + path + ": " + error->message;
+        if (!state) return "Could not open " + path;
+        if (auto refused = refusal(*state, path)) return *refused;
+    }
+    // Only now may anything be written: journal_mode=WAL changes the file's header.
+    const auto mode = single(*db, "PRAGMA journal_mode = WAL");
+    if (auto* error = std::get_if<DatabaseError>(&mode))
+        return "Could not open " + path + ": " + error->message;
+    if (std::get<std::string>(mode) != "wal") return "Could not use write-ahead logging for " + path;
+    if (auto error = db->execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON")) {
+        return "Could not open " + path + ": " + error->message;
+    }
+
+    auto upgraded = upgrade(*db, path);
+    if (auto* problem = std::get_if<std::string>(&upgraded)) return *problem;
+    std::unique_ptr<LedgerStore> store(new LedgerStore(std::move(db)));
+    store->runNumber_ = std::get<std::uint64_t>(upgraded);
+    return store;
+}
+
+Settings LedgerStore::settings() const {
+    return read(*db_, readSettings);
+}
+
+Outcome<Settings> LedgerStore::setAllowUnauthenticated(bool allow) {
+    return change(*db_, [&](Transaction& tx) -> Outcome<Settings> {
+        tx.run("UPDATE settings SET allow_unauthenticated = ? WHERE id = 1", std::int64_t{allow});
+        return readSettings(tx);
+    });
+}
+
+Outcome<Settings> LedgerStore::setStartingPoints(std::int64_t points) {
+    if (points < 0) return Failure{"Starting points must not be negative"};
+    return change(*db_, [&](Transaction& tx) -> Outcome<Settings> {
+        tx.run("UPDATE settings SET starting_points = ? WHERE id = 1", points);
+        return readSettings(tx);
+    });
+}
+
+std::vector<Account> LedgerStore::accounts() const {
+    return read(*db_, [](Transaction& tx) { return loadAccounts(tx, std::nullopt); });
+}
+
+std::vector<LedgerEntry> LedgerStore::entries() const {
+    return read(*db_, [](Transaction& tx) {
+        auto rows = tx.query(selectEntries + "ORDER BY id DESC");
+        return readEntries(tx, rows);
+    });
+}
+
+std::optional<Account> LedgerStore::account(const std::string& id) const {
+    const auto number = parseId(id, 'A');
+    if (!number) return std::nullopt;
+    return read(*db_, [&](Transaction& tx) -> std::optional<Account> {
+        auto found = loadAccounts(tx, *number);
+        if (found.empty()) return std::nullopt;
+        return std::move(found.front());
+    });
+}
+
+std::optional<LedgerEntry> LedgerStore::entry(const std::string& id) const {
+    const auto number = parseId(id, 'E');
+    if (!number) return std::nullopt;
+    return read(*db_, [&](Transaction& tx) { return loadEntry(tx, *number); });
+}
+
+Outcome<LedgerEntry> LedgerStore::createEntry(const NewLedgerEntry& entry, Date now) {
+    if (entry.amount < 0) return Failure{"Amount must not be negative"};
+    const auto account = parseId(entry.accountId, 'A');
+    if (!account) return noSuchAccount();
+    return change(*db_, [&](Transaction& tx) -> Outcome<LedgerEntry> {
+        const auto sequence = nextSequence(tx, *account);
+        if (!sequence) return noSuchAccount();
+        if (!fits(balanceOf(tx, *account) + effect(entry.kind, entry.amount)))
+            return Failure{"Balance would overflow"};
+        return appendEntry(tx, *account, *sequence, entry, now);
+    });
+}
+
+Outcome<LedgerEntry> LedgerStore::updateEntry(const LedgerEntry& entry, Date now) {
+    if (entry.amount < 0) return Failure{"Amount must not be negative"};
+    const auto id = parseId(entry.id, 'E');
+    if (!id) return noSuchEntry();
+    return change(*db_, [&](Transaction& tx) -> Outcome<LedgerEntry> {
+        const auto owner = entryOwner(tx, *id);
+        if (!owner) return noSuchEntry();
+        if (!fits(balanceOf(tx, owner->account) - owner->effect + effect(entry.kind, entry.amount))) {
+            return Failure{"Balance would overflow"};
+        }
+        tx.run("UPDATE entries SET kind = ?, flag = ?, amount = ?, memo = ?, updated_at = ? WHERE id = ?",
+               rawValue(entry.kind), rawValue(entry.flag), entry.amount, entry.memo, seconds(now), *id);
+        auto updated = loadEntry(tx, *id);
+        if (!updated) return noSuchEntry();
+        return std::move(*updated);
+    });
+}
+
+Outcome<std::string> LedgerStore::deleteEntry(const std::string& id) {
+    const auto number = parseId(id, 'E');
+    if (!number) return noSuchEntry();
+    return change(*db_, [&](Transaction& tx) -> Outcome<std::string> {
+        const auto owner = entryOwner(tx, *number);
+        if (!owner) return noSuchEntry();
+        tx.run("DELETE FROM entries WHERE id = ?", *number);
+        return accountId(owner->account);
+    });
+}
+
+Outcome<Account> LedgerStore::renameAccount(const std::string& id, const std::string& displayName) {
+    if (isBlank(displayName)) return Failure{"Display name must not be empty"};
+    const auto number = parseId(id, 'A');
+    if (!number) return noSuchAccount();
+    return change(*db_, [&](Transaction& tx) -> Outcome<Account> {
+        tx.run("UPDATE accounts SET display_name = ? WHERE id = ?", displayName, *number);
+        if (tx.changes() == 0) return noSuchAccount();
+        return loadAccount(tx, *number);
+    });
+}
+
+Outcome<std::monostate> LedgerStore::deleteAccount(const std::string& id) {
+    const auto number = parseId(id, 'A');
+    if (!number) return noSuchAccount();
+    return change(*db_, [&](Transaction& tx) -> Outcome<std::monostate> {
+        tx.run("DELETE FROM accounts WHERE id = ?", *number);
+        if (tx.changes() == 0) return noSuchAccount();
+        return std::monostate{};
+    });
+}
+
+Outcome<Account> LedgerStore::createCredentialAccount(const std::string& displayName,
+                                                      const std::string& keyHash, Date now) {
+    if (isBlank(displayName)) return Failure{"Display name must not be empty"};
+    return change(*db_, [&](Transaction& tx) -> Outcome<Account> {
+        tx.run("INSERT INTO accounts (identity_mode, display_name, created_at, key_hash) VALUES (?, ?, ?, ?)",
+               rawValue(IdentityMode::credential), displayName, seconds(now), keyHash);
+        const std::int64_t id = tx.lastInsertId();
+        openingCredit(tx, id, now);
+        return loadAccount(tx, id);
+    });
+}
+
+std::optional<std::string> LedgerStore::keyHash(const std::string& accountId) const {
+    const auto number = parseId(accountId, 'A');
+    if (!number) return std::nullopt;
+    return read(*db_, [&](Transaction& tx) -> std::optional<std::string> {
+        auto row = tx.query("SELECT key_hash FROM accounts WHERE id = ?", *number);
+        if (!tx.next(row)) return std::nullopt;
+        return row.optionalText(0);
+    });
+}
+
+Outcome<Account> LedgerStore::clientInfoAccount(const ClientInfo& info,
+                                                const std::vector<ClientInfoField>& fields, Date now) {
+    return change(*db_, [&](Transaction& tx) -> Outcome<Account> {
+        std::optional<std::int64_t> id;
+        {
+            auto row = tx.query("SELECT id FROM accounts WHERE recognised_name = ?", info.name);
+            if (tx.next(row)) id = row.integer(0);
+        }
+        if (!id) {
+            tx.run(
+                "INSERT INTO accounts (identity_mode, display_name, created_at, recognised_name) "
+                "VALUES (?, ?, ?, ?)",
+                rawValue(IdentityMode::clientInfo), labelFor(info), seconds(now), info.name);
+            id = tx.lastInsertId();
+            openingCredit(tx, *id, now);
+        }
+        storeClientInfo(tx, *id, info, fields);
+        return loadAccount(tx, *id);
+    });
+}
+
+Outcome<std::monostate> LedgerStore::recordClientInfo(const std::string& accountId, const ClientInfo& info,
+                                                      const std::vector<ClientInfoField>& fields) {
+    const auto number = parseId(accountId, 'A');
+    if (!number) return noSuchAccount();
+    return change(*db_, [&](Transaction& tx) -> Outcome<std::monostate> {
+        if (!nextSequence(tx, *number)) return noSuchAccount();
+        storeClientInfo(tx, *number, info, fields);
+        return std::monostate{};
+    });
+}
+
+Outcome<LedgerStore::HistoryPage> LedgerStore::history(const std::string& accountId, int limit,
+                                                       const std::optional<std::string>& before) const {
+    limit = std::clamp(limit, 1, 100);
+    const auto account = parseId(accountId, 'A');
+    if (!account) return noSuchAccount();
+    Transaction tx(*db_, Transaction::Mode::deferred);
+    auto page = [&]() -> Outcome<HistoryPage> {
+        if (!nextSequence(tx, *account)) return noSuchAccount();
+        auto below = std::numeric_limits<std::int64_t>::max();
+        if (before) {
+            const auto number = parseId(*before, 'E');
+            const auto owner = number ? entryOwner(tx, *number) : std::nullopt;
+            if (!owner || owner->account != *account) return noSuchEntry();
+            below = *number - 1;
+        }
+        // One more than asked for tells whether older entries remain.
+        auto rows = tx.query(selectEntries + "WHERE account_id = ? AND id <= ? ORDER BY id DESC LIMIT ?",
+                             *account, below, limit + 1);
+        HistoryPage result{.entries = readEntries(tx, rows)};
+        if (result.entries.size() > static_cast<std::size_t>(limit)) {
+            result.entries.pop_back();
+            result.nextBefore = result.entries.back().id;
+        }
+        return result;
+    }();
+    if (auto error = tx.commit()) return Failure{"Could not read: " + error->message};
+    return page;
+}
+
+}  // namespace tallywick

@@ -1,0 +1,158 @@
+// tallywickctl run as a program against a real host: every subcommand, and
+// the exit status scripts rely on (0 done, 1 refused, 2 usage, 3 unreachable).
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <tallywick/TallywickCoding.h>
+
+#include "support/HostClients.h"
+#include "support/HostProcess.h"
+
+namespace tallywick::testing {
+namespace {
+
+struct Outcome {
+    int status = -1;
+    std::string out, err;
+};
+
+std::string slurp(const std::filesystem::path& path) {
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+class Ctl : public ::testing::Test {
+protected:
+    void SetUp() override {
+        folder_ = std::filesystem::path(::testing::TempDir()) / ("ctl-" + std::to_string(::getpid()));
+        std::filesystem::remove_all(folder_);
+        host_ = std::make_unique<HostProcess>(folder_, TALLYWICK_HOST_PATH);
+        ASSERT_TRUE(host_->start()) << host_->stderrText();
+    }
+    void TearDown() override {
+        host_.reset();
+        std::filesystem::remove_all(folder_);
+    }
+
+    Outcome ctl(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {TALLYWICKCTL_PATH, "--runtime-dir", host_->runtimeDirectory()});
+        return runCtl(arguments);
+    }
+    Outcome runCtl(const std::vector<std::string>& arguments) {
+        const auto out = folder_ / "ctl.out", err = folder_ / "ctl.err";
+        std::filesystem::remove(out);
+        std::filesystem::remove(err);
+        std::string command;
+        for (const auto& a : arguments) command += "'" + a + "' ";
+        const int status = std::system((command + "> '" + out.string() + "' 2> '" + err.string() + "'").c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
+    }
+
+    // An account made the way agents make them: by showing up.
+    std::string agentAccount(const std::string& client) {
+        AgentLink agent(host_->socketPath());
+        agent.send(R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-11-25",)"
+                   R"("capabilities":{},"clientInfo":{"name":")" + client + R"("}}})");
+        auto state = ControlSession(host_->socketPath()).snapshot();
+        return state && !state->accounts.empty() ? state->accounts.back().id : "";
+    }
+
+    std::filesystem::path folder_;
+    std::unique_ptr<HostProcess> host_;
+};
+
+TEST_F(Ctl, EveryRequestAsASubcommand) {
+    const std::string account = agentAccount("scout");
+    ASSERT_FALSE(account.empty());
+
+    auto added = ctl({"entry", "add", account, "credit", "250", "--flag", "bonus", "--memo", "Good answer"});
+    EXPECT_EQ(added.status, 0) << added.err;
+    auto json = ctl({"--json", "snapshot"});
+    ASSERT_EQ(json.status, 0);
+    EXPECT_EQ(json.out.rfind(R"({"snapshot":{"_0":{"accounts":[{"id":")" + account, 0), 0u) << json.out;
+    const auto state = ControlSession(host_->socketPath()).snapshot();
+    ASSERT_EQ(state->entries.size(), 2u);  // the opening credit and ours
+    const std::string entry = state->entries[0].id;
+    EXPECT_EQ(state->entries[0].flag, LedgerFlag::bonus);
+
+    EXPECT_EQ(ctl({"entry", "edit", entry, "--amount", "40", "--kind", "debit"}).status, 0);
+    auto table = ctl({"snapshot"});
+    EXPECT_NE(table.out.find("-40"), std::string::npos) << table.out;
+    EXPECT_NE(table.out.find("Good answer"), std::string::npos);
+    EXPECT_NE(table.out.find("Accounts (1)"), std::string::npos);
+
+    EXPECT_EQ(ctl({"account", "rename", account, "Scout the Second"}).status, 0);
+    EXPECT_EQ(ctl({"settings", "allow-unauthenticated", "off"}).status, 0);
+    EXPECT_EQ(ctl({"settings", "starting-points", "10"}).status, 0);
+    EXPECT_EQ(ctl({"entry", "delete", entry}).status, 0);
+    const auto after = ControlSession(host_->socketPath()).snapshot();
+    EXPECT_EQ(after->accounts[0].displayName, "Scout the Second");
+    EXPECT_EQ(after->settings, (Settings{.allowUnauthenticated = false, .startingPoints = 10}));
+    EXPECT_EQ(after->entries.size(), 1u);
+
+    EXPECT_EQ(ctl({"account", "delete", account}).status, 0);
+    EXPECT_TRUE(ControlSession(host_->socketPath()).snapshot()->accounts.empty());
+}
+
+TEST_F(Ctl, ExitStatusSaysWhatHappened) {
+    auto refused = ctl({"entry", "add", "A404", "credit", "1"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err, "tallywickctl: No such account\n");
+    EXPECT_EQ(ctl({"entry", "edit", "E404", "--memo", "x"}).status, 1);
+    EXPECT_EQ(ctl({"settings", "starting-points", "-5"}).status, 1);
+
+    for (const std::vector<std::string>& bad :
+         {std::vector<std::string>{"entry", "add", "A1", "credit", "12x"}, {"entry", "add", "A1", "gift", "1"},
+          {"entry", "edit", "E1"}, {"settings", "allow-unauthenticated", "maybe"}, {"frobnicate"},
+          {"account", "rename", "A1"}, {"snapshot", "--flag", "x"}}) {
+        auto usage = ctl(bad);
+        EXPECT_EQ(usage.status, 2) << bad[0];
+        EXPECT_FALSE(usage.err.empty());
+    }
+    auto help = ctl({"entry", "add", "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find("entry add ACCOUNT KIND AMOUNT"), std::string::npos);
+    EXPECT_NE(ctl({"--help"}).out.find("Exit status"), std::string::npos);
+
+    host_->stop();
+    auto down = ctl({"snapshot"});
+    EXPECT_EQ(down.status, 3);
+    EXPECT_NE(down.err.find("cannot be reached"), std::string::npos);
+}
+
+TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
+    const std::string account = agentAccount("watcher");
+    const auto out = folder_ / "events.out";
+    const pid_t follower = HostProcess::spawn(
+        {"/bin/sh", "-c",
+         std::string("exec '") + TALLYWICKCTL_PATH + "' --runtime-dir '" + host_->runtimeDirectory() +
+             "' events > '" + out.string() + "'"},
+        (folder_ / "events.err").string());
+    // Changes until the follower has seen one (it needs a moment to connect).
+    for (int i = 0; i < 100 && slurp(out).find("dataChanged") == std::string::npos; ++i) {
+        ctl({"entry", "add", account, "note", "0"});
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    ::kill(follower, SIGINT);
+    int status = 0;
+    ::waitpid(follower, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    std::istringstream lines(slurp(out));
+    std::string line;
+    int count = 0;
+    while (std::getline(lines, line)) {
+        EXPECT_TRUE(TallywickCoding::decode<ControlEvent>(line)) << line;
+        ++count;
+    }
+    EXPECT_GE(count, 1);
+}
+
+}  // namespace
+}  // namespace tallywick::testing

@@ -1,0 +1,432 @@
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+
+#include "Database.h"
+#include "KeyHasher.h"
+#include "LedgerStore.h"
+
+using namespace tallywick;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr auto maxPoints = std::numeric_limits<std::int64_t>::max();
+
+Date at(std::int64_t seconds) {
+    return Date{std::chrono::seconds{seconds}};
+}
+
+std::string bytesOf(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+template <class T>
+T ok(Outcome<T> outcome) {
+    if (auto* failure = std::get_if<Failure>(&outcome)) {
+        ADD_FAILURE() << failure->reason;
+        return T{};
+    }
+    return std::get<T>(std::move(outcome));
+}
+
+template <class T>
+std::string reason(const Outcome<T>& outcome) {
+    auto* failure = std::get_if<Failure>(&outcome);
+    return failure ? failure->reason : "(succeeded)";
+}
+
+class LedgerStoreTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        folder_ = fs::path(::testing::TempDir()) /
+                  ("store-" + std::to_string(::getpid()) + "-" +
+                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(folder_);
+        fs::create_directories(folder_);
+    }
+    void TearDown() override { fs::remove_all(folder_); }
+
+    fs::path path() const { return folder_ / "data" / "tallywick" / "ledger.sqlite3"; }
+    std::string fileBytes() const { return bytesOf(path()) + bytesOf(path().string() + "-wal"); }
+
+    std::unique_ptr<LedgerStore> open() {
+        auto opened = LedgerStore::open(path());
+        if (auto* problem = std::get_if<std::string>(&opened)) ADD_FAILURE() << *problem;
+        auto* store = std::get_if<std::unique_ptr<LedgerStore>>(&opened);
+        return store ? std::move(*store) : nullptr;
+    }
+    std::string refusal() {
+        auto opened = LedgerStore::open(path());
+        auto* problem = std::get_if<std::string>(&opened);
+        return problem ? *problem : "(opened)";
+    }
+    // A second connection, as another program would have.
+    void executeAside(const std::string& sql) {
+        auto opened = Database::open(path());
+        ASSERT_TRUE(std::holds_alternative<std::unique_ptr<Database>>(opened));
+        auto error = std::get<std::unique_ptr<Database>>(opened)->execute(sql);
+        ASSERT_FALSE(error) << error->message;
+    }
+
+    fs::path folder_;
+};
+
+NewLedgerEntry credit(const std::string& account, std::int64_t amount, std::string memo = "") {
+    return {.accountId = account, .kind = TransactionKind::credit, .amount = amount, .memo = std::move(memo)};
+}
+NewLedgerEntry debit(const std::string& account, std::int64_t amount) {
+    return {.accountId = account, .kind = TransactionKind::debit, .amount = amount};
+}
+
+}  // namespace
+
+TEST_F(LedgerStoreTest, KeepsEverythingAcrossReopening) {
+    auto store = open();
+    ASSERT_TRUE(store);
+    EXPECT_EQ(store->runNumber(), 1u);
+    EXPECT_EQ(store->settings(), (Settings{.allowUnauthenticated = true, .startingPoints = 50000}));
+    struct stat info {};
+    ASSERT_EQ(::stat(path().parent_path().c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0700u);
+    ASSERT_EQ(::stat(path().c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600u);
+
+    ok(store->setAllowUnauthenticated(false));
+    ok(store->setStartingPoints(10));
+    const auto builder = ok(store->createCredentialAccount("Builder", "hash-text", at(1000)));
+    const auto cli =
+        ok(store->clientInfoAccount({"cli", "1.2", "CLI Agent"}, {{"os", "linux"}, {"shell", ""}}, at(2000)));
+    ok(store->createEntry({.accountId = builder.id,
+                           .kind = TransactionKind::debit,
+                           .flag = LedgerFlag::penalty,
+                           .amount = 3,
+                           .memo = "tea \xe2\x98\x95"},
+                          at(3000)));
+    ok(store->createEntry({.accountId = cli.id, .kind = TransactionKind::note, .memo = "hello"}, at(4000)));
+
+    EXPECT_EQ(builder.clientInfoFields, std::nullopt);
+    EXPECT_EQ(cli.clientInfoFields, (std::vector<ClientInfoField>{{"os", "linux"}, {"shell", ""}}));
+    const auto accounts = store->accounts();
+    const auto entries = store->entries();
+    ASSERT_EQ(accounts.size(), 2u);
+    EXPECT_EQ(accounts[0].balance, 7);
+    ASSERT_EQ(entries.size(), 4u);
+    EXPECT_EQ(entries.front().memo, "hello");
+
+    store.reset();
+    store = open();
+    ASSERT_TRUE(store);
+    EXPECT_EQ(store->runNumber(), 2u);
+    EXPECT_EQ(store->accounts(), accounts);
+    EXPECT_EQ(store->entries(), entries);
+    EXPECT_EQ(store->settings(), (Settings{.allowUnauthenticated = false, .startingPoints = 10}));
+    EXPECT_EQ(store->keyHash(builder.id), "hash-text");
+}
+
+TEST_F(LedgerStoreTest, BuildsTheSchemaInAnEmptyFile) {
+    fs::create_directories(path().parent_path());
+    std::ofstream(path()).close();
+    auto store = open();
+    ASSERT_TRUE(store);
+    EXPECT_EQ(store->runNumber(), 1u);
+    EXPECT_TRUE(store->accounts().empty());
+    EXPECT_EQ(store->settings().startingPoints, 50000);
+}
+
+TEST_F(LedgerStoreTest, RefusesFilesItCannotUseAndLeavesThemAlone) {
+    fs::create_directories(path().parent_path());
+    std::ofstream(path()) << std::string(3000, 'x') << "not a database at all";
+    auto before = fileBytes();
+    EXPECT_NE(refusal().find("file is not a database"), std::string::npos) << refusal();
+    EXPECT_EQ(fileBytes(), before);
+
+    // Another program's database.
+    fs::remove(path());
+    executeAside("CREATE TABLE accounts (name TEXT); INSERT INTO accounts VALUES ('x')");
+    before = fileBytes();
+    EXPECT_EQ(refusal(), path().string() + " is not a Tallywick database");
+    EXPECT_EQ(fileBytes(), before);
+
+    // Our own, from a later version.
+    fs::remove(path());
+    ok(open()->createCredentialAccount("Ada", "hash", at(1)));
+    executeAside("PRAGMA user_version = 2");
+    before = fileBytes();
+    EXPECT_EQ(refusal(), path().string() + " was written by a newer version of Tallywick");
+    EXPECT_EQ(fileBytes(), before);
+}
+
+TEST_F(LedgerStoreTest, OpeningCreditFollowsTheStartingPoints) {
+    auto store = open();
+    const auto first = ok(store->createCredentialAccount("First", "hash", at(100)));
+    EXPECT_EQ(first.balance, 50000);
+    const auto opening = ok(store->history(first.id, 10, std::nullopt)).entries;
+    ASSERT_EQ(opening.size(), 1u);
+    EXPECT_EQ(opening[0], (LedgerEntry{.id = opening[0].id,
+                                       .accountId = first.id,
+                                       .kind = TransactionKind::credit,
+                                       .flag = LedgerFlag::none,
+                                       .amount = 50000,
+                                       .memo = "Opening balance",
+                                       .createdAt = at(100),
+                                       .updatedAt = at(100),
+                                       .sequence = 1}));
+
+    EXPECT_EQ(reason(store->setStartingPoints(-1)), "Starting points must not be negative");
+    ok(store->setStartingPoints(0));
+    const auto empty = ok(store->clientInfoAccount({"bare"}, {}, at(200)));
+    EXPECT_EQ(empty.balance, 0);
+    EXPECT_TRUE(ok(store->history(empty.id, 10, std::nullopt)).entries.empty());
+    EXPECT_EQ(ok(store->createEntry(credit(empty.id, 5), at(300))).sequence, 1);
+
+    ok(store->setStartingPoints(7));
+    EXPECT_EQ(ok(store->clientInfoAccount({"other"}, {}, at(400))).balance, 7);
+}
+
+TEST_F(LedgerStoreTest, NeverReusesSequencesOrIdentifiers) {
+    auto store = open();
+    const auto account = ok(store->createCredentialAccount("Ada", "hash", at(1)));
+    ok(store->createEntry(credit(account.id, 1), at(2)));
+    const auto third = ok(store->createEntry(credit(account.id, 1), at(3)));
+    EXPECT_EQ(third.sequence, 3);
+    EXPECT_EQ(ok(store->deleteEntry(third.id)), account.id);
+    const auto fourth = ok(store->createEntry(credit(account.id, 1), at(4)));
+    EXPECT_EQ(fourth.sequence, 4);
+    EXPECT_NE(fourth.id, third.id);
+    EXPECT_EQ(store->entry(third.id), std::nullopt);
+
+    ok(store->deleteAccount(account.id));
+    const auto next = ok(store->createCredentialAccount("Ada", "hash", at(5)));
+    EXPECT_NE(next.id, account.id);
+    EXPECT_EQ(store->account(account.id), std::nullopt);
+}
+
+TEST_F(LedgerStoreTest, UpdateKeepsAccountCreationAndSequence) {
+    auto store = open();
+    const auto ada = ok(store->createCredentialAccount("Ada", "hash", at(1)));
+    const auto bob = ok(store->createCredentialAccount("Bob", "hash", at(1)));
+    const auto original = ok(store->createEntry(credit(ada.id, 10, "first"), at(10)));
+    ok(store->createEntry(credit(ada.id, 1, "later"), at(20)));
+
+    auto changed = original;
+    changed.accountId = bob.id;
+    changed.kind = TransactionKind::debit;
+    changed.flag = LedgerFlag::penalty;
+    changed.amount = 4;
+    changed.memo = "fixed";
+    changed.createdAt = at(999);
+    changed.sequence = 77;
+    const auto updated = ok(store->updateEntry(changed, at(30)));
+
+    auto expected = original;
+    expected.kind = TransactionKind::debit;
+    expected.flag = LedgerFlag::penalty;
+    expected.amount = 4;
+    expected.memo = "fixed";
+    expected.updatedAt = at(30);
+    EXPECT_EQ(updated, expected);
+    EXPECT_EQ(store->entry(original.id), expected);
+    EXPECT_EQ(store->entries()[1], expected);  // an update does not make an entry newer
+    EXPECT_EQ(store->account(ada.id)->balance, 50000 - 4 + 1);
+    EXPECT_EQ(store->account(bob.id)->balance, 50000);
+}
+
+TEST_F(LedgerStoreTest, RefusesBadChangesWithTheirReasons) {
+    auto store = open();
+    const auto ada = ok(store->createCredentialAccount("Ada", "hash", at(1)));
+    const auto entry = ok(store->createEntry(credit(ada.id, 1), at(2)));
+    const auto accounts = store->accounts();
+    const auto entries = store->entries();
+
+    for (const std::string id : {"A999", "E1", "A01", "", "A"}) {
+        EXPECT_EQ(reason(store->createEntry(credit(id, 1), at(3))), "No such account") << id;
+    }
+    EXPECT_EQ(reason(store->renameAccount("A999", "Name")), "No such account");
+    EXPECT_EQ(reason(store->deleteAccount("A999")), "No such account");
+    EXPECT_EQ(reason(store->recordClientInfo("A999", {"x"}, {})), "No such account");
+    EXPECT_EQ(reason(store->history("A999", 10, std::nullopt)), "No such account");
+
+    auto unknown = entry;
+    unknown.id = "E999";
+    EXPECT_EQ(reason(store->updateEntry(unknown, at(3))), "No such entry");
+    EXPECT_EQ(reason(store->deleteEntry("E999")), "No such entry");
+    EXPECT_EQ(reason(store->deleteEntry(ada.id)), "No such entry");
+
+    EXPECT_EQ(reason(store->createEntry(credit(ada.id, -1), at(3))), "Amount must not be negative");
+    auto negative = entry;
+    negative.amount = -5;
+    EXPECT_EQ(reason(store->updateEntry(negative, at(3))), "Amount must not be negative");
+
+    EXPECT_EQ(reason(store->renameAccount(ada.id, " \t\n")), "Display name must not be empty");
+    EXPECT_EQ(reason(store->createCredentialAccount("", "hash", at(3))), "Display name must not be empty");
+
+    EXPECT_EQ(store->accounts(), accounts);
+    EXPECT_EQ(store->entries(), entries);
+    EXPECT_EQ(ok(store->renameAccount(ada.id, "  Ada L. ")).displayName, "  Ada L. ");
+}
+
+TEST_F(LedgerStoreTest, RefusesABalanceOutsideSixtyFourBits) {
+    auto store = open();
+    ok(store->setStartingPoints(0));
+    const auto id = ok(store->createCredentialAccount("Ada", "hash", at(1))).id;
+    const auto top = ok(store->createEntry(credit(id, maxPoints), at(2)));
+    EXPECT_EQ(reason(store->createEntry(credit(id, 1), at(3))), "Balance would overflow");
+    ok(store->createEntry({.accountId = id, .kind = TransactionKind::note, .amount = maxPoints}, at(3)));
+
+    ok(store->createEntry(debit(id, maxPoints), at(4)));
+    const auto down = ok(store->createEntry(debit(id, maxPoints), at(5)));
+    const auto last = ok(store->createEntry(debit(id, 1), at(6)));
+    EXPECT_EQ(store->account(id)->balance, std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(reason(store->createEntry(debit(id, 1), at(7))), "Balance would overflow");
+
+    // The entry's old amount no longer counts once it is replaced.
+    auto lifted = last;
+    lifted.kind = TransactionKind::credit;
+    EXPECT_EQ(ok(store->updateEntry(lifted, at(8))).kind, TransactionKind::credit);
+    auto flipped = down;
+    flipped.kind = TransactionKind::credit;
+    EXPECT_EQ(reason(store->updateEntry(flipped, at(9))), "Balance would overflow");
+    EXPECT_EQ(store->account(id)->balance, -maxPoints + 1);
+    EXPECT_EQ(store->entries().size(), 5u);
+
+    // Deleting is never refused; a balance past the range is shown at its limit.
+    ok(store->deleteEntry(top.id));
+    EXPECT_EQ(store->account(id)->balance, std::numeric_limits<std::int64_t>::min());
+}
+
+TEST_F(LedgerStoreTest, DeletingAnAccountTakesItsEntriesAndFields) {
+    auto store = open();
+    const auto keep = ok(store->createCredentialAccount("Keep", "hash", at(1)));
+    const auto gone = ok(store->clientInfoAccount({"agent"}, {{"a", "1"}, {"b", "2"}}, at(2)));
+    const auto goneEntry = ok(store->createEntry(credit(gone.id, 5), at(3)));
+    ok(store->createEntry(credit(keep.id, 5), at(4)));
+
+    ok(store->deleteAccount(gone.id));
+    EXPECT_EQ(store->account(gone.id), std::nullopt);
+    EXPECT_EQ(store->entry(goneEntry.id), std::nullopt);
+    for (const auto& entry : store->entries()) EXPECT_EQ(entry.accountId, keep.id);
+    EXPECT_EQ(store->entries().size(), 2u);
+    EXPECT_EQ(store->account(keep.id)->balance, 50005);
+
+    // The same client seen again starts over.
+    const auto again = ok(store->clientInfoAccount({"agent"}, {{"c", "3"}}, at(5)));
+    EXPECT_NE(again.id, gone.id);
+    EXPECT_EQ(again.balance, 50000);
+    EXPECT_EQ(again.clientInfoFields, (std::vector<ClientInfoField>{{"c", "3"}}));
+}
+
+TEST_F(LedgerStoreTest, HistoryPagesNewestFirst) {
+    auto store = open();
+    ok(store->setStartingPoints(0));
+    const auto ada = ok(store->createCredentialAccount("Ada", "hash", at(1)));
+    const auto bob = ok(store->createCredentialAccount("Bob", "hash", at(1)));
+    for (int memo = 1; memo <= 7; ++memo) {
+        ok(store->createEntry(credit(ada.id, 1, std::to_string(memo)), at(memo)));
+        if (memo == 4) ok(store->createEntry(credit(bob.id, 1, "bob"), at(memo)));
+    }
+    const auto memos = [](const LedgerStore::HistoryPage& page) {
+        std::string text;
+        for (const auto& entry : page.entries) text += entry.memo;
+        return text;
+    };
+
+    const auto first = ok(store->history(ada.id, 3, std::nullopt));
+    EXPECT_EQ(memos(first), "765");
+    ASSERT_EQ(first.nextBefore, first.entries.back().id);
+    const auto second = ok(store->history(ada.id, 3, first.nextBefore));
+    EXPECT_EQ(memos(second), "432");
+    const auto third = ok(store->history(ada.id, 3, second.nextBefore));
+    EXPECT_EQ(memos(third), "1");
+    EXPECT_EQ(third.nextBefore, std::nullopt);
+    EXPECT_EQ(ok(store->history(ada.id, 7, std::nullopt)).nextBefore, std::nullopt);
+
+    EXPECT_EQ(memos(ok(store->history(ada.id, 0, std::nullopt))), "7");
+    EXPECT_EQ(ok(store->history(ada.id, 1000, std::nullopt)).entries.size(), 7u);
+    const auto bobEntry = store->entries()[3];
+    ASSERT_EQ(bobEntry.accountId, bob.id);
+    EXPECT_EQ(reason(store->history(ada.id, 3, bobEntry.id)), "No such entry");
+    EXPECT_EQ(reason(store->history(ada.id, 3, std::string("E999"))), "No such entry");
+}
+
+TEST_F(LedgerStoreTest, RecognisesAClientByItsExactName) {
+    auto store = open();
+    const auto first =
+        ok(store->clientInfoAccount({"claude-code", "1.0", "Claude Code"}, {{"model", "m"}}, at(1)));
+    EXPECT_EQ(first.identityMode, IdentityMode::clientInfo);
+    EXPECT_EQ(first.displayName, "Claude Code");
+    ok(store->renameAccount(first.id, "Mine"));
+
+    const auto again = ok(store->clientInfoAccount({"claude-code", "1.1"}, {}, at(2)));
+    EXPECT_EQ(again.id, first.id);
+    EXPECT_EQ(again.displayName, "Mine");
+    EXPECT_EQ(again.clientInfo, (ClientInfo{"claude-code", "1.1", std::nullopt}));
+    EXPECT_EQ(again.clientInfoFields, std::vector<ClientInfoField>{});
+    EXPECT_EQ(again.balance, 50000);
+    EXPECT_EQ(store->entries().size(), 1u);
+
+    EXPECT_NE(ok(store->clientInfoAccount({"Claude-Code"}, {}, at(3))).id, first.id);
+    EXPECT_EQ(ok(store->clientInfoAccount({"codex", std::nullopt, ""}, {}, at(3))).displayName, "codex");
+    EXPECT_EQ(ok(store->clientInfoAccount({""}, {}, at(3))).displayName, "Unnamed client");
+
+    // What a signed-up agent says about itself is kept, but does not make its
+    // account one that is recognised by client name.
+    const auto signedUp = ok(store->createCredentialAccount("Signed", "hash", at(4)));
+    ok(store->recordClientInfo(signedUp.id, {"gemini"}, {{"k", "v"}}));
+    const auto recorded = *store->account(signedUp.id);
+    EXPECT_EQ(recorded.clientInfo, (ClientInfo{"gemini"}));
+    EXPECT_EQ(recorded.clientInfoFields, (std::vector<ClientInfoField>{{"k", "v"}}));
+    EXPECT_NE(ok(store->clientInfoAccount({"gemini"}, {}, at(5))).id, signedUp.id);
+}
+
+TEST_F(LedgerStoreTest, KeepsOnlyTheHashOfAKey) {
+    const KeyHasher hasher;
+    const std::string key = "twk-3f9a1c77d2e84b6b9e0a5c1d";
+    const auto hash = hasher.hash(key);
+    ASSERT_TRUE(hash);
+    EXPECT_TRUE(hash->starts_with("$argon2id$"));
+    EXPECT_TRUE(hasher.verify(*hash, key));
+    EXPECT_FALSE(hasher.verify(*hash, key + "x"));
+    EXPECT_FALSE(hasher.verify(*hash, ""));
+    EXPECT_FALSE(hasher.verify("not a hash", key));
+    EXPECT_NE(*hasher.hash(key), *hash);  // salted
+
+    auto store = open();
+    const auto account = ok(store->createCredentialAccount("Keyed", *hash, at(1)));
+    const auto client = ok(store->clientInfoAccount({"client"}, {}, at(1)));
+    EXPECT_EQ(store->keyHash(account.id), hash);
+    EXPECT_EQ(store->keyHash(client.id), std::nullopt);
+    EXPECT_EQ(store->keyHash("A999"), std::nullopt);
+
+    const auto bytes = fileBytes();
+    EXPECT_NE(bytes.find(*hash), std::string::npos);
+    EXPECT_EQ(bytes.find(key), std::string::npos);
+}
+
+TEST_F(LedgerStoreTest, DatabaseErrorLeavesNoPartialChange) {
+    auto store = open();
+    executeAside(
+        "CREATE TRIGGER refuse BEFORE INSERT ON entries BEGIN SELECT RAISE(ABORT, 'disk on fire'); END");
+    EXPECT_EQ(reason(store->createCredentialAccount("Ada", "hash", at(1))), "Could not save: disk on fire");
+    EXPECT_TRUE(store->accounts().empty());
+
+    executeAside("DROP TRIGGER refuse");
+    const auto ada = ok(store->clientInfoAccount({"ada"}, {}, at(1)));
+    EXPECT_EQ(ada.balance, 50000);
+    // Fails after the entry's row is written: that row must go too.
+    executeAside(
+        "CREATE TRIGGER refuse BEFORE UPDATE OF next_sequence ON accounts "
+        "BEGIN SELECT RAISE(ABORT, 'disk on fire'); END");
+    EXPECT_EQ(reason(store->createEntry(credit(ada.id, 5), at(2))), "Could not save: disk on fire");
+    EXPECT_EQ(store->entries().size(), 1u);
+
+    executeAside("DROP TRIGGER refuse");
+    EXPECT_EQ(ok(store->createEntry(credit(ada.id, 5), at(3))).sequence, 2);
+}
