@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tallywick::ChildProcess {
+
+// How a program run to its end went. exitStatus is -1 when it could not be
+// started or did not exit normally.
+struct Result {
+    int exitStatus = -1;
+    std::string output;  // standard output
+    std::string errors;  // standard error
+
+    friend bool operator==(const Result&, const Result&) = default;
+};
+
+// Runs the program (looked up on PATH) with standard input from /dev/null and
+// both outputs captured, and waits for it. Safe to call on any thread.
+Result run(const std::vector<std::string>& arguments);
+
+// The full path of an executable named `name` on PATH, if there is one.
+std::optional<std::string> findOnPath(const std::string& name);
+
+// Starts the program in a session of its own, detached from this process:
+// not our child, standard streams on /dev/null, no descriptors of ours.
+// Gives the reason when it could not be started.
+std::optional<std::string> spawnDetached(const std::string& path);
+
+}  // namespace tallywick::ChildProcess
