@@ -25,7 +25,7 @@ std::optional<Account> AgentBinding::bindByClientInfo(AgentSession& session, Dat
                                                       AgentService::Effects& effects) {
     if (!session.clientInfo) return std::nullopt;
     // Seen before the call, to tell a new account (a new ledger) from a known one.
-    const auto before = store_.accounts();
+    const auto before = store_.accounts(LedgerStore::Balances::omitted);
     auto outcome = store_.clientInfoAccount(*session.clientInfo, session.clientInfoFields, now);
     auto* account = std::get_if<Account>(&outcome);
     if (!account) return std::nullopt;

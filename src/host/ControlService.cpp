@@ -37,22 +37,30 @@ ControlService::Result ControlService::execute(const ControlRequest& request, Da
         [&](const auto& c) -> Result {
             using Case = std::decay_t<decltype(c)>;
             if constexpr (std::is_same_v<Case, R::Snapshot>) {
-                return {.reply = encodeResponse(ControlResponse::snapshot(snapshot_()))};
+                return {.reply = snapshot_()};
             } else if constexpr (std::is_same_v<Case, R::CreateEntry>) {
-                auto result = answer(store_.createEntry(c.entry, now));
-                if (result.dataChanged) result.changedLedgers.push_back(c.entry.accountId);
+                const auto outcome = store_.createEntry(c.entry, now);
+                auto result = answer(outcome);
+                if (const auto* entry = std::get_if<LedgerEntry>(&outcome)) {
+                    result.changedLedgers.push_back(entry->accountId);
+                    result.writtenEntry = *entry;
+                }
                 return result;
             } else if constexpr (std::is_same_v<Case, R::UpdateEntry>) {
                 const auto outcome = store_.updateEntry(c.entry, now);
                 auto result = answer(outcome);
-                if (const auto* entry = std::get_if<LedgerEntry>(&outcome))
+                if (const auto* entry = std::get_if<LedgerEntry>(&outcome)) {
                     result.changedLedgers.push_back(entry->accountId);
+                    result.writtenEntry = *entry;
+                }
                 return result;
             } else if constexpr (std::is_same_v<Case, R::DeleteEntry>) {
                 const auto outcome = store_.deleteEntry(c.id);
                 auto result = answer(outcome);
-                if (const auto* account = std::get_if<std::string>(&outcome))
+                if (const auto* account = std::get_if<std::string>(&outcome)) {
                     result.changedLedgers.push_back(*account);
+                    result.removedEntry = c.id;
+                }
                 return result;
             } else if constexpr (std::is_same_v<Case, R::RenameAccount>) {
                 return answer(store_.renameAccount(c.id, c.displayName));

@@ -16,8 +16,9 @@ class LedgerStore;
 // one thread only.
 class ControlService {
 public:
-    // Gives the whole current state for a snapshot answer.
-    using SnapshotSource = std::function<Snapshot()>;
+    // Gives the encoded snapshot answer: the host assembles it from parts it
+    // keeps encoded, which is far cheaper than encoding a Snapshot value.
+    using SnapshotSource = std::function<std::string()>;
 
     ControlService(LedgerStore& store, SnapshotSource snapshot);
 
@@ -25,6 +26,8 @@ public:
         std::string reply;
         bool dataChanged = false;                   // a change was committed
         std::vector<std::string> changedLedgers;    // accounts whose entries changed
+        std::optional<LedgerEntry> writtenEntry;    // as stored, after a create or update
+        std::optional<std::string> removedEntry;
         std::optional<std::string> deletedAccount;  // its agents lose their binding
     };
 

@@ -60,8 +60,9 @@ HostServer::HostServer(int lockFd, std::unique_ptr<LedgerStore> store, std::stri
     : lockFd_(lockFd),
       endpoint_(std::move(endpoint)),
       store_(std::move(store)),
+      entries_(*store_),
       log_(store_->runNumber()),
-      control_(*store_, [this] { return snapshot(); }),
+      control_(*store_, [this] { return snapshotText(); }),
       agents_(*store_, hasher_),
       strand_(asio::make_strand(context_)),
       work_(asio::make_work_guard(context_)) {}
@@ -149,7 +150,13 @@ void HostServer::handleControl(Peer& peer, std::uint64_t callId, const std::stri
     peer.control = true;
     auto result = control_.handle(payload, now());
     peer.link->reply(callId, std::move(result.reply));
-    if (result.deletedAccount) unbindAccount(*result.deletedAccount);
+    if (result.writtenEntry) entries_.put(*result.writtenEntry);
+    else if (result.removedEntry) entries_.remove(*result.removedEntry);
+    else ledgersChanged(result.changedLedgers);
+    if (result.deletedAccount) {
+        entries_.reloadAccount(*result.deletedAccount);
+        unbindAccount(*result.deletedAccount);
+    }
     if (result.dataChanged) broadcast(ControlEvent::dataChanged());
     for (const auto& account : result.changedLedgers) notifySubscribers(account);
 }
@@ -169,6 +176,7 @@ void HostServer::handleAgent(Peer& peer, std::uint64_t callId, const std::string
     const auto redacted = redactedForLog(payload);
     log(before, effects.direction, effects.method, redacted ? std::string_view(*redacted) : payload);
     if (effects.reply) log(*peer.session, Direction::response, std::nullopt, *effects.reply);
+    ledgersChanged(effects.changedAccounts);
     peer.link->reply(callId, effects.reply ? std::move(*effects.reply) : std::string());
 
     if (effects.dataChanged) broadcast(ControlEvent::dataChanged());
@@ -230,10 +238,13 @@ void HostServer::broadcast(const ControlEvent& event) {
         if (peer.control) peer.link->send("controlEvent", *text);
 }
 
-Snapshot HostServer::snapshot() const {
+void HostServer::ledgersChanged(const std::vector<std::string>& accountIds) {
+    for (const auto& id : accountIds) entries_.reloadAccount(id);
+}
+
+std::string HostServer::snapshotText() const {
     Snapshot state{
-        .accounts = store_->accounts(),
-        .entries = store_->entries(),
+        .accounts = store_->accounts(LedgerStore::Balances::omitted),
         .settings = store_->settings(),
         .recentApiLog = log_.recent(recentLogSize),
         .hostVersion = std::string(TallywickVersion::displayString),
@@ -244,8 +255,22 @@ Snapshot HostServer::snapshot() const {
         state.connections.push_back(peer.session->live());
         if (peer.session->accountId) bound.insert(*peer.session->accountId);
     }
-    for (auto& account : state.accounts) account.isConnected = bound.contains(account.id);
-    return state;
+    for (auto& account : state.accounts) {
+        account.balance = entries_.balance(account.id);
+        account.isConnected = bound.contains(account.id);
+    }
+    auto text = TallywickCoding::encodeToString(ControlResponse::snapshot(std::move(state)));
+    if (!text) return *TallywickCoding::encodeToString(ControlResponse::failure("The state could not be encoded"));
+    // The entries go where the empty list stands; inside JSON strings quotes
+    // are escaped, so this text can only be the snapshot's own key.
+    constexpr std::string_view slot = R"("entries":[)";
+    const auto at = text->find(std::string(slot) + "]") + slot.size();
+    std::string out;
+    out.reserve(text->size() + entries_.bytes() + entries_.size());
+    out.append(*text, 0, at);
+    entries_.appendEntries(out);
+    out.append(*text, at);
+    return out;
 }
 
 }  // namespace tallywick

@@ -19,6 +19,7 @@
 #include "AgentService.h"
 #include "ApiLog.h"
 #include "ControlService.h"
+#include "EntryCache.h"
 #include "KeyHasher.h"
 #include "LedgerStore.h"
 
@@ -71,12 +72,14 @@ private:
     void log(const AgentSession& session, Direction direction, std::optional<std::string> method,
              std::string_view payload);
     void broadcast(const ControlEvent& event);
-    Snapshot snapshot() const;
+    std::string snapshotText() const;
+    void ledgersChanged(const std::vector<std::string>& accountIds);
     void shutdown();
 
     int lockFd_;
     std::string endpoint_;
     std::unique_ptr<LedgerStore> store_;
+    EntryCache entries_;
     KeyHasher hasher_;
     ApiLog log_;
     ControlService control_;

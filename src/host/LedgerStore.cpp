@@ -341,7 +341,8 @@ void storeClientInfo(Transaction& tx, std::int64_t account, const ClientInfo& in
 }
 
 // Every account, or only the one given, with fields and balances.
-std::vector<Account> loadAccounts(Transaction& tx, std::optional<std::int64_t> only) {
+std::vector<Account> loadAccounts(Transaction& tx, std::optional<std::int64_t> only,
+                                  LedgerStore::Balances sums = LedgerStore::Balances::summed) {
     const auto filter = [&](const char* column) {
         return only ? std::string(" WHERE ") + column + " = ?1" : "";
     };
@@ -380,6 +381,7 @@ std::vector<Account> loadAccounts(Transaction& tx, std::optional<std::int64_t> o
         if (list) list->push_back({fields.text(1), fields.text(2)});
     }
 
+    if (sums == LedgerStore::Balances::omitted) return accounts;
     std::vector<Wide> balances(accounts.size());
     auto amounts = tx.query("SELECT account_id, kind, amount FROM entries" + filter("account_id"));
     bindFilter(amounts);
@@ -482,8 +484,17 @@ Outcome<Settings> LedgerStore::setStartingPoints(std::int64_t points) {
     });
 }
 
-std::vector<Account> LedgerStore::accounts() const {
-    return read(*db_, [](Transaction& tx) { return loadAccounts(tx, std::nullopt); });
+std::vector<Account> LedgerStore::accounts(Balances balances) const {
+    return read(*db_, [&](Transaction& tx) { return loadAccounts(tx, std::nullopt, balances); });
+}
+
+std::vector<LedgerEntry> LedgerStore::accountEntries(const std::string& accountId) const {
+    const auto account = parseId(accountId, 'A');
+    if (!account) return {};
+    return read(*db_, [&](Transaction& tx) {
+        auto rows = tx.query(selectEntries + "WHERE account_id = ? ORDER BY id DESC", *account);
+        return readEntries(tx, rows);
+    });
 }
 
 std::vector<LedgerEntry> LedgerStore::entries() const {

@@ -36,11 +36,16 @@ public:
     Outcome<Settings> setAllowUnauthenticated(bool allow);
     Outcome<Settings> setStartingPoints(std::int64_t points);  // "Starting points must not be negative"
 
+    // Summing every ledger is the costly part of listing accounts; a caller
+    // that keeps the sums itself asks for the accounts alone.
+    enum class Balances { summed, omitted };
     // Oldest first. `isConnected` is false: connections are not stored.
-    std::vector<Account> accounts() const;
+    std::vector<Account> accounts(Balances balances = Balances::summed) const;
     // Every entry of every account, newest first.
     std::vector<LedgerEntry> entries() const;
     std::optional<Account> account(const std::string& id) const;
+    // One account's whole ledger, newest first; empty for an unknown account.
+    std::vector<LedgerEntry> accountEntries(const std::string& accountId) const;
     std::optional<LedgerEntry> entry(const std::string& id) const;
 
     Outcome<LedgerEntry> createEntry(const NewLedgerEntry& entry, Date now);

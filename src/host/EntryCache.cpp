@@ -1,0 +1,104 @@
+#include "EntryCache.h"
+
+#include <charconv>
+#include <limits>
+
+#include <tallywick/TallywickCoding.h>
+
+#include "LedgerStore.h"
+
+namespace tallywick {
+
+namespace {
+
+// The number behind an entry identifier such as "E42".
+std::int64_t entryNumber(const std::string& id) {
+    std::int64_t number = 0;
+    if (id.size() > 1) std::from_chars(id.data() + 1, id.data() + id.size(), number);
+    return number;
+}
+
+}  // namespace
+
+EntryCache::EntryCache(const LedgerStore& store) : store_(store) {
+    reloadAll();
+}
+
+void EntryCache::reloadAll() {
+    encoded_.clear();
+    ledgers_.clear();
+    bytes_ = 0;
+    for (const auto& account : store_.accounts(LedgerStore::Balances::omitted)) load(account.id);
+}
+
+void EntryCache::reloadAccount(const std::string& accountId) {
+    forget(accountId);
+    load(accountId);
+}
+
+void EntryCache::forget(const std::string& accountId) {
+    const auto found = ledgers_.find(accountId);
+    if (found == ledgers_.end()) return;
+    for (const auto number : found->second.entries) {
+        if (auto entry = encoded_.find(number); entry != encoded_.end()) {
+            bytes_ -= entry->second.json.size();
+            encoded_.erase(entry);
+        }
+    }
+    ledgers_.erase(found);
+}
+
+void EntryCache::load(const std::string& accountId) {
+    auto entries = store_.accountEntries(accountId);
+    if (entries.empty() && !store_.account(accountId)) return;  // deleted
+    ledgers_[accountId];
+    for (const auto& entry : entries) put(entry);
+}
+
+void EntryCache::put(const LedgerEntry& entry) {
+    auto text = TallywickCoding::encodeToString(entry);
+    if (!text) return;  // cannot happen for stored text, which is UTF-8 by construction
+    const auto number = entryNumber(entry.id);
+    erase(number);
+    Ledger& ledger = ledgers_[entry.accountId];
+    ledger.entries.insert(number);
+    ledger.balance += entry.signedAmount();
+    bytes_ += text->size();
+    encoded_[number] = {entry.accountId, entry.signedAmount(), std::move(*text)};
+}
+
+void EntryCache::remove(const std::string& entryId) {
+    erase(entryNumber(entryId));
+}
+
+void EntryCache::erase(std::int64_t number) {
+    const auto found = encoded_.find(number);
+    if (found == encoded_.end()) return;
+    if (auto ledger = ledgers_.find(found->second.accountId); ledger != ledgers_.end()) {
+        ledger->second.entries.erase(number);
+        ledger->second.balance -= found->second.signedAmount;
+    }
+    bytes_ -= found->second.json.size();
+    encoded_.erase(found);
+}
+
+std::int64_t EntryCache::balance(const std::string& accountId) const {
+    const auto found = ledgers_.find(accountId);
+    if (found == ledgers_.end()) return 0;
+    constexpr auto low = std::numeric_limits<std::int64_t>::min(), high = std::numeric_limits<std::int64_t>::max();
+    if (found->second.balance > high) return high;
+    if (found->second.balance < low) return low;
+    return static_cast<std::int64_t>(found->second.balance);
+}
+
+void EntryCache::appendEntries(std::string& out) const {
+    out.reserve(out.size() + bytes_ + encoded_.size());
+    bool first = true;
+    for (const auto& [number, entry] : encoded_) {
+        if (!first) out += ',';
+        first = false;
+        out += entry.json;
+    }
+}
+
+}  // namespace tallywick

@@ -1,0 +1,58 @@
+#pragma once
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace tallywick {
+
+class LedgerStore;
+struct LedgerEntry;
+
+// Every ledger entry already encoded, newest first, with each account's
+// balance summed from them. A snapshot then costs a copy of bytes instead of
+// reading and encoding the whole ledger again; after a change only the
+// changed account's ledger is read and encoded anew. Host thread only.
+class EntryCache {
+public:
+    explicit EntryCache(const LedgerStore& store);
+
+    void reloadAll();
+    // After any change to this account's ledger, its deletion included.
+    void reloadAccount(const std::string& accountId);
+    // The cheap forms for the commonest changes: one entry written or removed.
+    void put(const LedgerEntry& entry);
+    void remove(const std::string& entryId);
+
+    // The account's balance, held to the 64-bit range; 0 for an unknown account.
+    std::int64_t balance(const std::string& accountId) const;
+    // Appends the members of the entries array, newest first, comma separated.
+    void appendEntries(std::string& out) const;
+    std::size_t size() const { return encoded_.size(); }
+    std::size_t bytes() const { return bytes_; }
+
+private:
+    void forget(const std::string& accountId);
+    void load(const std::string& accountId);
+    void erase(std::int64_t number);
+
+    const LedgerStore& store_;
+    struct Encoded {
+        std::string accountId;
+        std::int64_t signedAmount = 0;
+        std::string json;
+    };
+    // Entry number (the identifier's digits) to its encoded form; descending is newest first.
+    std::map<std::int64_t, Encoded, std::greater<>> encoded_;
+    struct Ledger {
+        std::set<std::int64_t> entries;
+        __int128 balance = 0;
+    };
+    std::unordered_map<std::string, Ledger> ledgers_;
+    std::size_t bytes_ = 0;
+};
+
+}  // namespace tallywick
