@@ -19,17 +19,17 @@
 
 #include <tallywick/TallywickCoding.h>
 
+#include "BenchLedger.h"
 #include "LedgerStore.h"
 #include "support/HostClients.h"
 #include "support/HostProcess.h"
 
 using namespace tallywick;
+using namespace tallywick::bench;
 using Clock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr int accountCount = 100;
-constexpr int entryCount = 100'000;
 constexpr int commitCount = 300;
 constexpr int rounds = 7;
 
@@ -40,52 +40,6 @@ double millisecondsSince(Clock::time_point start) {
 double median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
-}
-
-bool exec(sqlite3* db, const char* sql) {
-    char* error = nullptr;
-    if (sqlite3_exec(db, sql, nullptr, nullptr, &error) == SQLITE_OK) return true;
-    std::fprintf(stderr, "sqlite: %s\n", error ? error : "?");
-    sqlite3_free(error);
-    return false;
-}
-
-// 100 accounts through the store itself, then the entries in one bulk
-// transaction (one commit each would take minutes and measures nothing here).
-bool populate(const std::string& path) {
-    {
-        auto opened = LedgerStore::open(path);
-        if (!std::holds_alternative<std::unique_ptr<LedgerStore>>(opened)) return false;
-        auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
-        const Date now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-        for (int i = 0; i < accountCount; ++i)
-            if (!succeeded(store.createCredentialAccount("Agent " + std::to_string(i), "unused", now))) return false;
-    }
-    sqlite3* db = nullptr;
-    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) return false;
-    bool ok = exec(db, "BEGIN");
-    sqlite3_stmt* insert = nullptr;
-    sqlite3_prepare_v2(db,
-                       "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
-                       " VALUES (?1, ?2, 'none', ?3, ?4, 1750000000 + ?5, 1750000000 + ?5, ?6)",
-                       -1, &insert, nullptr);
-    for (int i = 0; ok && i < entryCount; ++i) {
-        const int account = 1 + i % accountCount;
-        const std::string memo = "Answer " + std::to_string(i) + " / reviewed";
-        sqlite3_bind_int(insert, 1, account);
-        sqlite3_bind_text(insert, 2, i % 7 == 0 ? "debit" : "credit", -1, SQLITE_STATIC);
-        sqlite3_bind_int64(insert, 3, 1 + i % 500);
-        sqlite3_bind_text(insert, 4, memo.c_str(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_int(insert, 5, i);
-        sqlite3_bind_int(insert, 6, 2 + i / accountCount);  // 1 is each account's opening credit
-        ok = sqlite3_step(insert) == SQLITE_DONE;
-        sqlite3_reset(insert);
-    }
-    sqlite3_finalize(insert);
-    ok = ok && exec(db, "UPDATE accounts SET next_sequence = 2 + (SELECT count(*) FROM entries e WHERE e.account_id = accounts.id)") &&
-         exec(db, "COMMIT");
-    sqlite3_close(db);
-    return ok;
 }
 
 // The floor for commits: the same rows into the same schema (the store
@@ -126,7 +80,7 @@ int main(int argc, char** argv) {
     std::filesystem::remove_all(folder);
     testing::HostProcess host(folder, argc > 1 ? argv[1] : TALLYWICK_HOST_PATH);
     std::printf("Populating %d accounts and %d entries...\n", accountCount, entryCount);
-    if (!populate(host.databasePath())) return 1;
+    if (!populateLedger(host.databasePath())) return 1;
     if (!host.start()) {
         std::fprintf(stderr, "host did not start: %s\n", host.stderrText().c_str());
         return 1;

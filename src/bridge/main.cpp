@@ -1,0 +1,64 @@
+// tallywick-bridge: the stdio relay between an agent's client and the host.
+#include <unistd.h>
+
+#include <csignal>
+#include <iostream>
+#include <string>
+
+#include <tallywick/IoThread.h>
+#include <tallywick/ServiceIdentity.h>
+#include <tallywick/TallywickVersion.h>
+
+#include "BridgeOptions.h"
+#include "BridgeSession.h"
+#include "LineReader.h"
+#include "LineWriter.h"
+
+using namespace tallywick;
+
+namespace {
+
+// One write per message, so lines from the two threads stay whole on stderr.
+void logLine(const std::string& message) {
+    const std::string line = "tallywick-bridge: " + message + "\n";
+    [[maybe_unused]] const auto ignored = ::write(STDERR_FILENO, line.data(), line.size());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // An agent that stops reading must not kill us mid-write; the write fails instead.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    auto parsed = BridgeOptions::parse({argv + 1, argv + argc});
+    if (auto* problem = std::get_if<std::string>(&parsed)) {
+        std::cerr << "tallywick-bridge: " << *problem << "\n" << BridgeOptions::usage();
+        return 2;
+    }
+    const auto& options = std::get<BridgeOptions>(parsed);
+    switch (options.action) {
+        case BridgeOptions::Action::help: std::cout << BridgeOptions::usage(); return 0;
+        case BridgeOptions::Action::version:
+            std::cout << "tallywick-bridge " << TallywickVersion::displayString << "\n";
+            return 0;
+        case BridgeOptions::Action::relay: break;
+    }
+
+    LineWriter output(STDOUT_FILENO);
+    IoThread io;  // stopped before the output goes
+    auto session = BridgeSession::create(io.context(), {options.runtimeDirectory, tallywickHostRequirement()},
+                                         output, logLine);
+    LineReader input(STDIN_FILENO);
+    for (auto item = input.next(); item.kind != LineReader::Item::Kind::end; item = input.next()) {
+        if (item.kind == LineReader::Item::Kind::overlong) {
+            logLine("skipped a line longer than 4 MiB");
+            session->refuseOverlongLine();
+        } else {
+            session->forward(std::move(item.text));
+        }
+    }
+    session->waitUntilAnswered();
+    session->close();
+    session.reset();
+    return 0;
+}
