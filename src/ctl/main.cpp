@@ -1,4 +1,7 @@
 // tallywickctl: the host's control requests for scripts and terminals.
+#include <pthread.h>
+
+#include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <thread>
@@ -77,11 +80,15 @@ int followEvents(Session& session, const StopSignals& stop) {
     };
     // The first request opens the connection that the events arrive on.
     if (!session.send(ControlRequest::snapshot())) return hostUnreachable();
-    std::thread([&stop, loop = &session.loop()] {
+    std::thread waiter([&stop, &session] {
         stop.wait();
-        loop->stop();
-    }).detach();
+        session.loop().stop();
+    });
     session.loop().run();
+    // The waiter may still be in sigwait when the host went away: the signal
+    // it waits for ends it, so the loop outlives every use of it.
+    ::pthread_kill(waiter.native_handle(), SIGTERM);
+    waiter.join();
     return status;
 }
 

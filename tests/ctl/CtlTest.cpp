@@ -143,7 +143,8 @@ TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
     ::kill(follower, SIGINT);
     int status = 0;
     ::waitpid(follower, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
+        << "status " << status << ": " << slurp(folder_ / "events.err");
     std::istringstream lines(slurp(out));
     std::string line;
     int count = 0;
@@ -152,6 +153,14 @@ TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
         ++count;
     }
     EXPECT_GE(count, 1);
+
+    // A host that goes away ends the following with the unreachable status.
+    const pid_t orphan = HostProcess::spawn(
+        {TALLYWICKCTL_PATH, "--runtime-dir", host_->runtimeDirectory(), "events"}, (folder_ / "orphan.err").string());
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    host_->stop();
+    ::waitpid(orphan, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 3) << slurp(folder_ / "orphan.err");
 }
 
 }  // namespace
