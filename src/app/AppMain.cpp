@@ -1,6 +1,7 @@
 #include <tallywick/AppMain.h>
 
 #include <QApplication>
+#include <cstdio>
 #include <cstring>
 
 #include <tallywick/RegistrationController.h>
@@ -14,6 +15,30 @@ int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView) 
     for (int i = 0; i < argc; ++i) {
         if (argv[i] && std::strcmp(argv[i], registerAndExitSwitch) == 0) {
             return RegistrationController::runHeadless();
+        }
+    }
+
+    for (int i = 1; i < argc; ++i) {
+        if (!argv[i]) continue;
+        if (std::strcmp(argv[i], "--version") == 0) {
+            std::printf("tallywick %.*s\n", static_cast<int>(TallywickVersion::displayString.size()),
+                        TallywickVersion::displayString.data());
+            return 0;
+        }
+        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) {
+            std::printf(
+                "Usage: tallywick [Qt options]\n"
+                "       tallywick --register-and-exit | --version | --help\n"
+                "\n"
+                "The Tallywick desktop manager: every agent account with its ledger, live API\n"
+                "traffic and the host's settings. It starts the host (tallywick-host, beside\n"
+                "it) as a login item the first time it runs.\n"
+                "\n"
+                "  --register-and-exit  register the host's login item and exit: 0 registered,\n"
+                "                       2 blocked by the user, 1 failed\n"
+                "  --version            print the version and exit\n"
+                "  --help               print this text and exit\n");
+            return 0;
         }
     }
 

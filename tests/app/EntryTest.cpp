@@ -197,6 +197,18 @@ private slots:
         QVERIFY(QFileInfo::exists(sandbox.entryPath()));
     }
 
+    // Asking what the program is makes no window and registers nothing.
+    void helpAndVersionPrintAndExit() {
+        Sandbox sandbox(false);
+        const auto version = sandbox.run({"--version"}, false);
+        QCOMPARE(version.exitCode, 0);
+        QVERIFY(version.output.startsWith("tallywick 0."));
+        const auto help = sandbox.run({"-x", "--help"}, false);
+        QCOMPARE(help.exitCode, 0);
+        QVERIFY(help.output.contains("--register-and-exit"));
+        QVERIFY(!QFileInfo::exists(sandbox.entryPath()));
+    }
+
     // Neither a value appended to the switch nor another letter case is the
     // switch: the window opens, the model starts, and its quiet registration
     // (no host beside the copy) logs the one line, to the journal when stderr is it.
