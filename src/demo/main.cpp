@@ -1,0 +1,82 @@
+// tallywick-demo: simulated agents that give the desktop manager something to show.
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+#include <tallywick/TallywickVersion.h>
+
+#include "DemoOptions.h"
+#include "DemoRunner.h"
+
+using namespace tallywick;
+
+namespace {
+
+// The programs of one build or installation sit side by side.
+std::string bridgeBesideUs() {
+    std::error_code error;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) return "tallywick-bridge";
+    return (self.parent_path() / "tallywick-bridge").string();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    auto parsed = DemoOptions::parse({argv + 1, argv + argc});
+    if (auto* problem = std::get_if<std::string>(&parsed)) {
+        std::cerr << "tallywick-demo: " << *problem << "\n" << DemoOptions::usage();
+        return 2;
+    }
+    const auto& options = std::get<DemoOptions>(parsed);
+    switch (options.action) {
+        case DemoOptions::Action::help: std::cout << DemoOptions::usage(); return 0;
+        case DemoOptions::Action::version:
+            std::cout << "tallywick-demo " << TallywickVersion::displayString << "\n";
+            return 0;
+        case DemoOptions::Action::run: break;
+    }
+
+    const std::string bridge = options.bridgePath.empty() ? bridgeBesideUs() : options.bridgePath;
+    if (::access(bridge.c_str(), X_OK) != 0 || std::filesystem::is_directory(bridge)) {
+        std::cerr << "tallywick-demo: no tallywick-bridge at " << bridge
+                  << " (build it, or name it with --bridge PATH)\n";
+        return 1;
+    }
+
+    // Signals arrive as a readable descriptor in the poll loop; the bridges unblock them again.
+    std::signal(SIGPIPE, SIG_IGN);
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGINT);
+    sigaddset(&stopSignals, SIGTERM);
+    sigaddset(&stopSignals, SIGHUP);
+    ::sigprocmask(SIG_BLOCK, &stopSignals, nullptr);
+    const int stopFd = ::signalfd(-1, &stopSignals, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (stopFd < 0) {
+        std::perror("tallywick-demo: signalfd");
+        return 1;
+    }
+    std::cout.setf(std::ios::unitbuf);  // each line at once, also into a pipe
+
+    DemoRunner runner(options, bridge, stopFd);
+    switch (runner.run()) {
+        case DemoRunner::Result::finished:
+        case DemoRunner::Result::stopped: return 0;
+        case DemoRunner::Result::hostMissing:
+            std::cerr << "tallywick-demo: " << runner.problem()
+                      << " (runtime folder: " << options.runtimeDirectory.value_or("the default")
+                      << "); start tallywick-host first\n";
+            return 1;
+        case DemoRunner::Result::handshakeRefused:
+        case DemoRunner::Result::bridgeFailed:
+            std::cerr << "tallywick-demo: " << runner.problem() << "\n";
+            return 1;
+    }
+    return 1;
+}
