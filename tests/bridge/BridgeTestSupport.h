@@ -10,26 +10,13 @@
 #include <string>
 
 #include "bridge/BridgeProcess.h"
-#include "support/HostProcess.h"
+#include "support/HostFixture.h"
 
 namespace tallywick::testing {
 
 // A host in a scratch folder and bridges pointed at its runtime folder.
-class BridgeFixture : public ::testing::Test {
+class BridgeFixture : public HostFixture {
 protected:
-    void SetUp() override {
-        static int counter = 0;
-        folder_ = std::filesystem::path(::testing::TempDir()) /
-                  ("bridge-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
-        std::filesystem::remove_all(folder_);
-        host_ = std::make_unique<HostProcess>(folder_, TALLYWICK_HOST_PATH);
-        ASSERT_TRUE(host_->start()) << host_->stderrText();
-    }
-    void TearDown() override {
-        host_.reset();
-        std::filesystem::remove_all(folder_);
-    }
-
     std::unique_ptr<BridgeProcess> bridge() {
         auto process = std::make_unique<BridgeProcess>(
             TALLYWICK_BRIDGE_PATH, std::vector<std::string>{"--runtime-dir", host_->runtimeDirectory()},
@@ -54,8 +41,6 @@ public:
     }
 
 protected:
-    std::filesystem::path folder_;
-    std::unique_ptr<HostProcess> host_;
     int bridges_ = 0;
 };
 

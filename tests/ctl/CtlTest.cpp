@@ -10,62 +10,24 @@
 
 #include <tallywick/TallywickCoding.h>
 
-#include "support/HostClients.h"
-#include "support/HostProcess.h"
+#include "support/HostFixture.h"
 
 namespace tallywick::testing {
 namespace {
 
-struct Outcome {
-    int status = -1;
-    std::string out, err;
-};
-
-std::string slurp(const std::filesystem::path& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-class Ctl : public ::testing::Test {
+class Ctl : public HostFixture {
 protected:
-    void SetUp() override {
-        folder_ = std::filesystem::path(::testing::TempDir()) / ("ctl-" + std::to_string(::getpid()));
-        std::filesystem::remove_all(folder_);
-        host_ = std::make_unique<HostProcess>(folder_, TALLYWICK_HOST_PATH);
-        ASSERT_TRUE(host_->start()) << host_->stderrText();
-    }
-    void TearDown() override {
-        host_.reset();
-        std::filesystem::remove_all(folder_);
-    }
-
-    Outcome ctl(std::vector<std::string> arguments) {
+    ProgramRun ctl(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), {TALLYWICKCTL_PATH, "--runtime-dir", host_->runtimeDirectory()});
-        return runCtl(arguments);
-    }
-    Outcome runCtl(const std::vector<std::string>& arguments) {
-        const auto out = folder_ / "ctl.out", err = folder_ / "ctl.err";
-        std::filesystem::remove(out);
-        std::filesystem::remove(err);
-        std::string command;
-        for (const auto& a : arguments) command += "'" + a + "' ";
-        const int status = std::system((command + "> '" + out.string() + "' 2> '" + err.string() + "'").c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
+        return runProgram(arguments, folder_);
     }
 
     // An account made the way agents make them: by showing up.
     std::string agentAccount(const std::string& client) {
-        AgentLink agent(host_->socketPath());
-        agent.send(R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-11-25",)"
-                   R"("capabilities":{},"clientInfo":{"name":")" + client + R"("}}})");
-        auto state = ControlSession(host_->socketPath()).snapshot();
+        agent()->send(initializeLine(client));
+        auto state = control()->snapshot();
         return state && !state->accounts.empty() ? state->accounts.back().id : "";
     }
-
-    std::filesystem::path folder_;
-    std::unique_ptr<HostProcess> host_;
 };
 
 TEST_F(Ctl, EveryRequestAsASubcommand) {

@@ -14,67 +14,27 @@
 #include <sstream>
 #include <thread>
 
-#include "support/HostClients.h"
-#include "support/HostProcess.h"
+#include "support/HostFixture.h"
 
 namespace tallywick::testing {
 namespace {
 
 using namespace std::chrono_literals;
 
-struct DemoRun {
-    int status = -1;  // the exit status, or -1 when it did not exit normally
-    std::chrono::steady_clock::duration took{};
-    std::string out, err;
-};
-
-std::string slurp(const std::filesystem::path& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-class Demo : public ::testing::Test {
+// The host starts only where a test wants one.
+class Demo : public HostFixture {
 protected:
-    void SetUp() override {
-        folder_ = std::filesystem::path(::testing::TempDir()) / ("demo-" + std::to_string(::getpid()));
-        std::filesystem::remove_all(folder_);
-        host_ = std::make_unique<HostProcess>(folder_, TALLYWICK_HOST_PATH);
-    }
-    void TearDown() override {
-        host_.reset();
-        std::filesystem::remove_all(folder_);
-    }
+    Demo() : HostFixture(false) {}
 
-    DemoRun demo(const std::vector<std::string>& arguments) {
-        const auto out = folder_ / "demo.out", err = folder_ / "demo.err";
-        std::vector<std::string> all{TALLYWICK_DEMO_PATH};
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        std::vector<char*> argv;
-        for (auto& argument : all) argv.push_back(argument.data());
-        argv.push_back(nullptr);
-        const auto started = std::chrono::steady_clock::now();
-        const pid_t pid = ::fork();
-        if (pid == 0) {
-            ::dup2(::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
-            ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
-            ::execv(argv[0], argv.data());
-            ::_exit(127);
-        }
-        int status = 0;
-        ::waitpid(pid, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, std::chrono::steady_clock::now() - started,
-                slurp(out), slurp(err)};
+    ProgramRun demo(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), TALLYWICK_DEMO_PATH);
+        return runProgram(arguments, folder_);
     }
-
-    std::filesystem::path folder_;
-    std::unique_ptr<HostProcess> host_;
 };
 
 TEST_F(Demo, LeavesAccountsOfBothKindsAndTheirTrafficThenEndsOnTime) {
     ASSERT_TRUE(host_->start()) << host_->stderrText();
-    const DemoRun run =
+    const ProgramRun run =
         demo({"--agents", "4", "--duration", "6", "--runtime-dir", host_->runtimeDirectory()});
     ASSERT_EQ(run.status, 0) << run.err << run.out;
     EXPECT_GE(run.took, 6s);
@@ -133,7 +93,7 @@ TEST_F(Demo, WithoutAHostOrABridgeItSaysSoAndFailsAtOnce) {
     const auto runtime = folder_ / "empty-run";
     std::filesystem::create_directories(runtime);
     ::chmod(runtime.c_str(), 0700);
-    DemoRun run = demo({"--agents", "4", "--runtime-dir", runtime.string()});
+    ProgramRun run = demo({"--agents", "4", "--runtime-dir", runtime.string()});
     EXPECT_EQ(run.status, 1) << run.err;
     EXPECT_LT(run.took, 5s);
     EXPECT_NE(run.err.find("host is not running"), std::string::npos) << run.err;

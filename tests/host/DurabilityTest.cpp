@@ -7,7 +7,7 @@
 #include <random>
 #include <thread>
 
-#include "HostTestSupport.h"
+#include "support/HostFixture.h"
 
 namespace tallywick::testing {
 namespace {

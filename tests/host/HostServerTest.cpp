@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "HostTestSupport.h"
+#include "support/HostFixture.h"
 
 namespace tallywick::testing {
 namespace {
