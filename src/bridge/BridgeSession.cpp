@@ -61,6 +61,7 @@ void BridgeSession::close() {
     {
         std::lock_guard lock(mutex_);
         link = std::move(link_);
+        closing_ = true;  // our own close is no news for the log
     }
     if (link) link->close();
 }
@@ -158,7 +159,7 @@ void BridgeSession::failed(const Request& request, const LinkFailure& failure) {
 void BridgeSession::lost(const LinkConnection* link, const std::string& reason) {
     std::lock_guard lock(mutex_);
     if (link_.get() == link) link_.reset();
-    note(lossNote(reason));
+    if (!closing_) note(lossNote(reason));
 }
 
 void BridgeSession::settle() {

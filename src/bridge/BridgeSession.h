@@ -69,6 +69,7 @@ private:
     std::shared_ptr<LinkConnection> link_;  // none before the first line and after a loss
     std::size_t pending_ = 0;               // lines sent and not yet answered
     std::string lastNote_;                  // so a host that stays away is logged once
+    bool closing_ = false;                  // our own close() ended the link
 };
 
 }  // namespace tallywick
