@@ -122,6 +122,7 @@ void AppModel::applySnapshot(Snapshot snapshot) {
     const bool accountsDiffer = replace(accounts_, std::move(snapshot.accounts));
     const bool entriesDiffer = replace(entries_, std::move(snapshot.entries));
     if (entriesDiffer) {
+        ++entriesRevision_;
         entryPositions_.reset();
         entriesByAccount_.clear();
     }

@@ -4,16 +4,17 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
+#include <QProcess>
+#include <QStringList>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
+#include <tallywick/AutostartLoginItem.h>
+#include <tallywick/SystemdLoginItem.h>
+
 namespace tallywick::RegistrationController {
 namespace {
-
-std::unique_ptr<LoginItem> standardItem() {
-    return LoginItem::standard(LoginItemSetup::fromEnvironment(hostExecutablePath()));
-}
 
 // systemd sets JOURNAL_STREAM to "device:inode" of the stream it connected;
 // it only names our stderr if that is still the same file.
@@ -26,7 +27,60 @@ bool stderrIsJournal() {
     return expected == stream;
 }
 
+// A word the shell reads back as it is.
+std::string shellWord(const std::string& text) {
+    static constexpr std::string_view safe =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789@%+=:,./_-";
+    const bool plain = !text.empty() && text.find_first_not_of(safe) == std::string::npos;
+    if (plain) return text;
+    std::string quoted = "'";
+    for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
 }  // namespace
+
+std::unique_ptr<LoginItem> standardItem() {
+    return LoginItem::standard(LoginItemSetup::fromEnvironment(hostExecutablePath()));
+}
+
+RepairOutcome repair(const LoginItemFactory& makeItem) {
+    registerQuietly(*makeItem());
+    // A fresh look, as another program would take it.
+    const auto item = makeItem();
+    RepairOutcome outcome{.status = item->status()};
+    if (outcome.status != LoginItemStatus::requiresApproval) return outcome;
+    outcome.settingsOpened = openLoginItemSettings();
+    if (!outcome.settingsOpened) outcome.unblockCommands = unblockCommands(*item);
+    return outcome;
+}
+
+bool openLoginItemSettings() {
+    // KDE's autostart page in either of its shells, then GNOME's tweaks.
+    const std::vector<std::pair<QString, QStringList>> candidates{
+        {QStringLiteral("systemsettings"), {QStringLiteral("kcm_autostart")}},
+        {QStringLiteral("kcmshell6"), {QStringLiteral("kcm_autostart")}},
+        {QStringLiteral("gnome-tweaks"), {}},
+    };
+    for (const auto& [program, arguments] : candidates) {
+        if (QProcess::startDetached(program, arguments)) return true;
+    }
+    return false;
+}
+
+std::vector<std::string> unblockCommands(const LoginItem& item) {
+    if (const auto* service = dynamic_cast<const SystemdLoginItem*>(&item)) {
+        const std::string unit = shellWord(service->unitName());
+        return {"systemctl --user unmask " + unit, "systemctl --user enable " + unit,
+                "systemctl --user start " + unit};
+    }
+    if (const auto* entry = dynamic_cast<const AutostartLoginItem*>(&item)) {
+        // The entry is the user's file; only the two keys that turn it off go.
+        return {"sed -i -e '/^Hidden=/d' -e '/^X-GNOME-Autostart-enabled=/d' " +
+                shellWord(entry->entryPath().string())};
+    }
+    return {};
+}
 
 int exitStatus(LoginItemStatus status) {
     switch (status) {

@@ -62,6 +62,9 @@ public:
     // The account's entries in the order of `entries`; empty for an unknown account.
     // Made once per snapshot; the list is valid until `entries` next changes.
     const std::vector<LedgerEntry>& entriesFor(const std::string& accountId) const;
+    // Counts replacements of `entries`: a list from `entriesFor` is valid
+    // while this stays what it was when the list was taken.
+    std::uint64_t entriesRevision() const { return entriesRevision_; }
 
     // Registers the login item, listens to the host and asks for the first
     // snapshot; only the first call does anything.
@@ -103,6 +106,7 @@ private:
     std::vector<ApiLogEntry> apiLog_;
     std::string hostVersion_;
     bool isConnected_ = false;
+    std::uint64_t entriesRevision_ = 0;
     std::optional<std::string> selectedAccountID_;
 
     std::shared_ptr<XPCControlClient> client_;

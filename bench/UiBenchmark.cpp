@@ -1,0 +1,294 @@
+// The views over the App model against a real host whose first account holds
+// 100,000 entries (99 more accounts hold their opening credit only):
+//   model:   the application core alone, measured as its own benchmark does:
+//            a createEntry until the model's entries have changed (command,
+//            commit, refresh, decode, apply), with no views attached;
+//   select:  picking the big account in the sidebar until its ledger is painted;
+//   refresh: the same createEntry with the window open until the ledger has
+//            painted the new row; also its views' part alone, from the new
+//            snapshot's arrival in the model to that paint. Target: refresh at
+//            most 2 times the model update;
+//   hand-off: a decoded snapshot with one new entry handed to a model with no
+//            views (apply, then the account's list) and to the window's model
+//            (apply until painted), without transport noise;
+//   scroll:  frame times of the ledger scrolled by wheel steps and by pages.
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <variant>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QScrollBar>
+#include <QTableView>
+
+#include <tallywick/AccountsSidebar.h>
+#include <tallywick/AccountsSidebarModel.h>
+#include <tallywick/AppModel.h>
+#include <tallywick/IoThread.h>
+#include <tallywick/LedgerItemModel.h>
+#include <tallywick/LedgerListView.h>
+#include <tallywick/RootView.h>
+#include <tallywick/ServiceIdentity.h>
+#include <tallywick/TallywickApp.h>
+
+#include "BenchLedger.h"
+#include "LedgerStore.h"
+#include "support/HostProcess.h"
+
+using namespace tallywick;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr int kBigLedger = 100'000;
+constexpr int kRounds = 7;
+
+double millisecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+double percentile(std::vector<double> values, double share) {
+    std::sort(values.begin(), values.end());
+    return values[std::min(values.size() - 1, static_cast<std::size_t>(share * values.size()))];
+}
+
+double median(const std::vector<double>& values) {
+    return percentile(values, 0.5);
+}
+
+int fail(const char* what) {
+    std::fprintf(stderr, "failed: %s\n", what);
+    return 1;
+}
+
+template <class Done>
+bool waitFor(Done done, int limitMs = 120'000) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > limitMs) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    return true;
+}
+
+// The accounts through the store, then every entry on the first account in
+// one bulk transaction, with every kind and flag the ledger draws.
+bool populate(const std::string& path) {
+    {
+        auto opened = LedgerStore::open(path);
+        if (!std::holds_alternative<std::unique_ptr<LedgerStore>>(opened)) return false;
+        auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
+        const Date now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+        for (int i = 0; i < bench::accountCount; ++i)
+            if (!succeeded(store.createCredentialAccount("Agent " + std::to_string(i), "unused", now)))
+                return false;
+    }
+    sqlite3* db = nullptr;
+    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) return false;
+    bool ok = bench::exec(db, "BEGIN");
+    sqlite3_stmt* insert = nullptr;
+    sqlite3_prepare_v2(
+        db,
+        "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
+        " VALUES (1, ?1, ?2, ?3, ?4, 1750000000 + ?5, 1750000000 + ?5, ?6)",
+        -1, &insert, nullptr);
+    for (int i = 0; ok && i < kBigLedger; ++i) {
+        const bool note = i % 11 == 0;
+        const bool debit = !note && i % 7 == 0;
+        const char* flag = i % 13 == 0 ? (debit ? "penalty" : "bonus") : "none";
+        const std::string memo = i % 17 == 0 ? "" : "Answer " + std::to_string(i) + " / reviewed by the lead";
+        sqlite3_bind_text(insert, 1, note ? "note" : debit ? "debit" : "credit", -1, SQLITE_STATIC);
+        sqlite3_bind_text(insert, 2, note ? "none" : flag, -1, SQLITE_STATIC);
+        sqlite3_bind_int64(insert, 3, note ? 0 : 1 + i % 500);
+        sqlite3_bind_text(insert, 4, memo.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_int(insert, 5, i);
+        sqlite3_bind_int(insert, 6, 2 + i);  // 1 is the opening credit
+        ok = sqlite3_step(insert) == SQLITE_DONE;
+        sqlite3_reset(insert);
+    }
+    sqlite3_finalize(insert);
+    ok = ok &&
+         bench::exec(db,
+                     "UPDATE accounts SET next_sequence = 2 + (SELECT count(*) FROM entries e "
+                     "WHERE e.account_id = accounts.id AND e.sequence > 1)") &&
+         bench::exec(db, "COMMIT");
+    sqlite3_close(db);
+    return ok;
+}
+
+// Remembers how many rows the ledger held the last time its viewport painted.
+class PaintWatch : public QObject {
+public:
+    explicit PaintWatch(QTableView& list) : list_(list) { list_.viewport()->installEventFilter(this); }
+    int rowsPainted = -1;
+    int paints = 0;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        // The paint itself runs right after this, in the same event delivery.
+        if (event->type() == QEvent::Paint) {
+            rowsPainted = list_.model()->rowCount();
+            ++paints;
+        }
+        return false;
+    }
+
+private:
+    QTableView& list_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("tallywick-ui-bench-" + std::to_string(::getpid()));
+    std::filesystem::remove_all(folder);
+    testing::HostProcess host(folder, TALLYWICK_HOST_PATH);
+    std::printf("Populating %d accounts, the first with %d entries...\n", bench::accountCount, kBigLedger);
+    if (!populate(host.databasePath()) || !host.start()) return fail("the host with its ledger");
+    const AppModel::Options options{.endpoint = {host.socketPath(), tallywickHostRequirement()},
+                                    .registerLoginItem = [] {}};
+    const auto full = [](AppModel& model) { return model.entries().size() >= std::size_t(kBigLedger); };
+
+    // The application core alone, as its own benchmark measures it.
+    std::vector<double> modelUpdate;
+    std::string big;
+    {
+        IoThread io;
+        AppModel model(io, options);
+        model.start();
+        if (!waitFor([&] { return full(model); })) return fail("the first snapshot");
+        big = model.accounts().front().id;
+        bool changed = false;
+        QObject::connect(&model, &AppModel::entriesChanged, [&] { changed = true; });
+        for (int round = 0; round < kRounds; ++round) {
+            changed = false;
+            const auto start = Clock::now();
+            model.createEntry({.accountId = big, .amount = round + 1, .memo = "core"});
+            if (!waitFor([&] { return changed; })) return fail("the core's refresh");
+            modelUpdate.push_back(millisecondsSince(start));
+        }
+    }
+
+    // The window over a model of its own; the arrival probe is connected before any view.
+    TallywickApp app(makeRootView, options);
+    AppModel& model = app.model();
+    Clock::time_point arrival;
+    QObject::connect(&model, &AppModel::accountsChanged, [&] { arrival = Clock::now(); });
+    MainWindow& window = app.openWindow();
+    if (!waitFor([&] { return full(model); })) return fail("the window's first snapshot");
+    auto* root = static_cast<RootView*>(window.centralWidget());
+    LedgerListView& ledger = *window.findChild<LedgerListView*>("ledgerListView");
+    QTableView& list = *ledger.list();
+    PaintWatch watch(list);
+    AccountsSidebar& sidebar = *window.findChild<AccountsSidebar*>("accountsSidebar");
+    const auto pick = [&](const std::string& id) {
+        sidebar.selectionModel()->setCurrentIndex(sidebar.items().indexOfAccount(id),
+                                                  QItemSelectionModel::ClearAndSelect);
+    };
+    const std::string small = model.accounts().back().id;
+    const auto ledgerSize = [&](const std::string& id) {
+        return static_cast<int>(model.entriesFor(id).size());
+    };
+    (void)root;
+
+    std::vector<double> select;
+    for (int round = 0; round < kRounds; ++round) {
+        pick(small);
+        if (!waitFor([&] { return watch.rowsPainted == ledgerSize(small); })) return fail("the small ledger");
+        const auto start = Clock::now();
+        pick(big);
+        if (!waitFor([&] { return watch.rowsPainted == ledgerSize(big); })) return fail("the big ledger");
+        select.push_back(millisecondsSince(start));
+    }
+
+    std::vector<double> refresh, views;
+    for (int round = 0; round < kRounds; ++round) {
+        const int before = list.model()->rowCount();
+        const auto start = Clock::now();
+        model.createEntry({.accountId = big, .amount = round + 1, .memo = "window"});
+        if (!waitFor([&] { return watch.rowsPainted == before + 1; })) return fail("the window's refresh");
+        refresh.push_back(millisecondsSince(start));
+        views.push_back(millisecondsSince(arrival));
+    }
+
+    // The same snapshot, one new entry at the top each round, straight into both models;
+    // first the refreshes that the host's change events asked for are let in.
+    QElapsedTimer quiet;
+    quiet.start();
+    while (quiet.elapsed() < 1500) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    IoThread quietIo;
+    AppModel headless(quietIo, options);  // never started, so never connected
+    Snapshot state{model.accounts(), model.entries(), model.connections(),
+                   model.settings(), model.apiLog(),  model.hostVersion()};
+    headless.applySnapshot(state);
+    std::vector<double> applyAlone, applyViews;
+    for (int round = 0; round < kRounds; ++round) {
+        LedgerEntry added = state.entries.front();
+        added.id = "hand-off-" + std::to_string(round);
+        added.memo = "hand-off";
+        state.entries.insert(state.entries.begin(), added);
+        state.accounts.front().balance += added.amount;
+        Snapshot forHeadless = state, forWindow = state;
+        const int before = list.model()->rowCount();
+
+        auto start = Clock::now();
+        headless.applySnapshot(std::move(forHeadless));
+        if (headless.entriesFor(big).empty()) return fail("the headless ledger");
+        applyAlone.push_back(millisecondsSince(start));
+
+        start = Clock::now();
+        model.applySnapshot(std::move(forWindow));
+        if (!waitFor([&] { return watch.rowsPainted == before + 1; })) return fail("the hand-off paint");
+        applyViews.push_back(millisecondsSince(start));
+    }
+
+    // Frames: a scroll step, then the viewport painted in full.
+    QScrollBar& bar = *list.verticalScrollBar();
+    const auto frames = [&](int step, int count) {
+        std::vector<double> times;
+        bar.setValue(bar.maximum() / 3);
+        QCoreApplication::processEvents();
+        for (int i = 0; i < count; ++i) {
+            const auto start = Clock::now();
+            bar.setValue(std::min(bar.maximum(), bar.value() + step));
+            list.viewport()->repaint();
+            times.push_back(millisecondsSince(start));
+        }
+        return times;
+    };
+    const std::vector<double> wheel = frames(3 * bar.singleStep(), 600);
+    const std::vector<double> pages = frames(bar.pageStep(), 200);
+
+    const double modelMs = median(modelUpdate), refreshMs = median(refresh);
+    std::printf("ledger of %d rows, window %dx%d, %d rounds each, medians\n", list.model()->rowCount(),
+                window.width(), window.height(), kRounds);
+    std::printf("model update (core alone, createEntry until entries changed) %8.2f ms\n", modelMs);
+    std::printf("select the big account until its ledger is painted          %8.2f ms\n", median(select));
+    std::printf(
+        "createEntry until the ledger has painted the new row         %8.2f ms   ratio %.2f  (target <= 2: "
+        "%s)\n",
+        refreshMs, refreshMs / modelMs, refreshMs / modelMs <= 2.0 ? "met" : "NOT MET");
+    // The host's change event asks for a second snapshot, which may be applied before the paint.
+    std::printf("  of which from the snapshot's arrival to the paint          %8.2f ms\n", median(views));
+    const double aloneMs = median(applyAlone), viewsMs = median(applyViews);
+    std::printf("hand-off: model apply and account list, no views             %8.2f ms\n", aloneMs);
+    std::printf(
+        "hand-off: model apply until the window has painted           %8.2f ms   ratio %.2f  (target <= 2: "
+        "%s)\n",
+        viewsMs, viewsMs / aloneMs, viewsMs / aloneMs <= 2.0 ? "met" : "NOT MET");
+    for (const auto& [name, times] : {std::pair{"wheel (3 lines)", &wheel}, std::pair{"page", &pages}}) {
+        std::printf("scroll frames, %-16s median %6.3f ms   p95 %6.3f ms   max %6.3f ms  (%zu frames)\n",
+                    name, median(*times), percentile(*times, 0.95), percentile(*times, 1.0), times->size());
+    }
+    host.stop();
+    std::filesystem::remove_all(folder);
+    return 0;
+}

@@ -1,0 +1,113 @@
+#include <tallywick/ActivityView.h>
+
+#include <QPainter>
+#include <QScreen>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+#include <tallywick/ApiLogItemModel.h>
+#include <tallywick/ApiLogListView.h>
+#include <tallywick/ApiLogRowView.h>
+#include <tallywick/AppModel.h>
+#include <tallywick/AppStyle.h>
+#include <tallywick/StyledLabel.h>
+
+namespace tallywick {
+namespace {
+
+// The inset list's card: a rounded panel in the base colour with a faint edge.
+class InsetCard : public QWidget {
+public:
+    using QWidget::QWidget;
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        QColor edge = AppStyle::foreground(palette(), AppStyle::Foreground::primary);
+        edge.setAlphaF(0.1);
+        painter.setPen(QPen(edge, 1));
+        painter.setBrush(palette().color(QPalette::Base));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
+    }
+};
+
+}  // namespace
+
+ActivityView::ActivityView(AppModel& model, QWidget* parent)
+    : QWidget(parent),
+      model_(model),
+      title_(new StyledLabel(AppStyle::sectionTitleFont(), AppStyle::tint(AppStyle::Foreground::primary))),
+      list_(new ApiLogListView),
+      items_(new ApiLogItemModel(this)),
+      rows_(new ApiLogRowView(this)) {
+    setObjectName(QStringLiteral("activityView"));
+    title_->setObjectName(QStringLiteral("activityTitle"));
+    title_->setContentsMargins(16, 12, 16, 0);
+    list_->setModel(items_);
+    list_->setItemDelegate(rows_);
+
+    auto* card = new InsetCard;
+    card->setObjectName(QStringLiteral("activityCard"));
+    auto* cardLayout = new QVBoxLayout(card);
+    // Inside the card's rounded corners.
+    cardLayout->setContentsMargins(2, 6, 2, 6);
+    cardLayout->addWidget(list_);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(6);
+    column->addWidget(title_);
+    auto* cardRow = new QVBoxLayout;
+    cardRow->setContentsMargins(12, 0, 12, 12);
+    cardRow->addWidget(card);
+    column->addLayout(cardRow, 1);
+
+    frame_.setSingleShot(true);
+    frame_.setTimerType(Qt::PreciseTimer);
+    connect(&frame_, &QTimer::timeout, this, &ActivityView::frameEnded);
+    connect(&model_, &AppModel::apiLogChanged, this, &ActivityView::logChanged);
+    catchUp();
+}
+
+int ActivityView::frameInterval() const {
+    const QScreen* on = screen();
+    const qreal rate = on && on->refreshRate() > 1 ? on->refreshRate() : 60;
+    return std::max(1, qRound(1000 / rate));
+}
+
+void ActivityView::logChanged() {
+    if (frame_.isActive()) {
+        behind_ = true;
+        return;
+    }
+    catchUp();
+    frame_.start(frameInterval());
+}
+
+void ActivityView::frameEnded() {
+    if (!behind_) return;
+    behind_ = false;
+    catchUp();
+    frame_.start(frameInterval());
+}
+
+void ActivityView::catchUp() {
+    // New rows arrive at the top; unless the list is at its top, they must
+    // not push down the rows being read.
+    QScrollBar* bar = list_->verticalScrollBar();
+    const QPersistentModelIndex anchor(bar->value() > 0 ? list_->indexAt(QPoint(1, 1)) : QModelIndex());
+    const int anchorTop = anchor.isValid() ? list_->visualRect(anchor).top() : 0;
+    items_->follow(model_.apiLog());
+    if (anchor.isValid()) {
+        list_->doItemsLayout();
+        bar->setValue(bar->value() + list_->visualRect(anchor).top() - anchorTop);
+    }
+    title_->setText(tr("Live API Activity (%1)").arg(static_cast<qlonglong>(items_->rowCount())));
+}
+
+QWidget* makeActivityView(AppModel& model) {
+    return new ActivityView(model);
+}
+
+}  // namespace tallywick

@@ -1,0 +1,70 @@
+#include <tallywick/AddEntryView.h>
+
+#include <QHBoxLayout>
+#include <QPainter>
+#include <QPainterPath>
+#include <QShortcut>
+
+#include <tallywick/AmountText.h>
+#include <tallywick/AppModel.h>
+#include <tallywick/AppStyle.h>
+#include <tallywick/EntryFields.h>
+#include <tallywick/ProminentButton.h>
+
+namespace tallywick {
+
+AddEntryView::AddEntryView(AppModel& model, QWidget* parent)
+    : QWidget(parent),
+      model_(model),
+      fields_(new EntryFields(this)),
+      add_(new ProminentButton(tr("Add"), this)) {
+    setObjectName(QStringLiteral("addEntryView"));
+    add_->setObjectName(QStringLiteral("addButton"));
+    add_->setAutoDefault(false);
+
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(10, 10, 10, 10);
+    row->setSpacing(10);
+    row->addWidget(fields_, 1);
+    row->addWidget(add_);
+
+    // Return without modifiers, anywhere in the window, while Add is enabled.
+    returnKey_ = new QShortcut(QKeySequence(Qt::Key_Return), this);
+    returnKey_->setContext(Qt::WindowShortcut);
+    connect(returnKey_, &QShortcut::activated, add_, &QPushButton::click);
+    connect(add_, &QPushButton::clicked, this, &AddEntryView::add);
+    connect(fields_, &EntryFields::edited, this, &AddEntryView::showEnabled);
+    showEnabled();
+}
+
+void AddEntryView::showEnabled() {
+    const bool can = AmountText::canAdd(fields_->type(), fields_->amountText(), fields_->memo());
+    add_->setEnabled(can);
+    returnKey_->setEnabled(can);
+}
+
+void AddEntryView::add() {
+    const EntryType type = fields_->type();
+    if (!AmountText::canAdd(type, fields_->amountText(), fields_->memo())) return;
+    const QByteArray memo = fields_->memo().toUtf8();
+    model_.createEntry({.accountId = accountId_,
+                        .kind = kindOf(type),
+                        .flag = flagOf(type),
+                        .amount = AmountText::amountToSend(type, fields_->amountText()),
+                        .memo = std::string(memo.constData(), static_cast<std::size_t>(memo.size()))});
+    // Cleared now, whatever the host later answers.
+    fields_->setAmountText({});
+    fields_->setMemo({});
+}
+
+void AddEntryView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QColor fill = AppStyle::foreground(palette(), AppStyle::Foreground::quaternary);
+    fill.setAlphaF(fill.alphaF() * 0.4);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(fill);
+    painter.drawRoundedRect(QRectF(rect()), 8, 8);
+}
+
+}  // namespace tallywick

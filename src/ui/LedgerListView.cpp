@@ -1,0 +1,141 @@
+#include <tallywick/LedgerListView.h>
+
+#include <QHeaderView>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QTableView>
+#include <QVBoxLayout>
+
+#include <tallywick/AppModel.h>
+#include <tallywick/AppStyle.h>
+#include <tallywick/EditEntrySheet.h>
+#include <tallywick/LedgerItemModel.h>
+#include <tallywick/LedgerRowDelegate.h>
+#include <tallywick/StyledLabel.h>
+
+namespace tallywick {
+namespace {
+
+// The inset list's card: a rounded panel in the base colour with a faint edge.
+class InsetListFrame : public QWidget {
+public:
+    using QWidget::QWidget;
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        QColor edge = AppStyle::foreground(palette(), AppStyle::Foreground::primary);
+        edge.setAlphaF(0.1);
+        painter.setPen(QPen(edge, 1));
+        painter.setBrush(palette().color(QPalette::Base));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
+    }
+};
+
+}  // namespace
+
+LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
+    : QWidget(parent),
+      model_(model),
+      header_(
+          new StyledLabel(AppStyle::sectionTitleFont(), AppStyle::tint(AppStyle::Foreground::primary), this)),
+      list_(new QTableView),
+      items_(new LedgerItemModel(this)),
+      rows_(new LedgerRowDelegate(this)) {
+    setObjectName(QStringLiteral("ledgerListView"));
+    header_->setObjectName(QStringLiteral("transactionsHeader"));
+    list_->setObjectName(QStringLiteral("ledgerList"));
+    list_->setModel(items_);
+    list_->setItemDelegate(rows_);
+    // One column of rows all of one height: a table lays that out without
+    // visiting every row, which keeps a very long ledger cheap to refresh.
+    list_->horizontalHeader()->hide();
+    list_->horizontalHeader()->setStretchLastSection(true);
+    list_->verticalHeader()->hide();
+    list_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    list_->verticalHeader()->setDefaultSectionSize(
+        rows_->sizeHint(QStyleOptionViewItem(), QModelIndex()).height());
+    list_->setShowGrid(false);
+    list_->setWordWrap(false);
+    list_->setCornerButtonEnabled(false);
+    list_->setTabKeyNavigation(false);
+    list_->setSelectionMode(QAbstractItemView::NoSelection);
+    list_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    list_->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    list_->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list_->setMouseTracking(true);
+    list_->setFrameShape(QFrame::NoFrame);
+    // The rows paint on an opaque base, so that refreshing them never makes
+    // the card and the window behind repaint as well.
+    list_->viewport()->setBackgroundRole(QPalette::Base);
+    list_->viewport()->setAutoFillBackground(true);
+    list_->viewport()->installEventFilter(this);
+
+    auto* card = new InsetListFrame(this);
+    card->setObjectName(QStringLiteral("ledgerCard"));
+    auto* cardLayout = new QVBoxLayout(card);
+    // Inside the card's rounded corners.
+    cardLayout->setContentsMargins(2, 6, 2, 6);
+    cardLayout->addWidget(list_);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(6);
+    column->addWidget(header_);
+    column->addWidget(card, 1);
+
+    connect(rows_, &LedgerRowDelegate::editRequested, this, [this](const QModelIndex& index) {
+        if (const LedgerEntry* entry = items_->entryAt(index)) editEntry(*entry);
+    });
+    connect(rows_, &LedgerRowDelegate::deleteRequested, this, [this](const QModelIndex& index) {
+        if (const LedgerEntry* entry = items_->entryAt(index)) model_.deleteEntry(entry->id);
+    });
+    setEntries({});
+}
+
+void LedgerListView::setEntries(const std::vector<LedgerEntry>& entries, std::function<bool()> stillValid) {
+    // New entries arrive at the top; they must not push down the rows being
+    // read. Unless the list is at its top, the first row in view stays put.
+    QScrollBar* bar = list_->verticalScrollBar();
+    const QPersistentModelIndex anchor(bar->value() > 0 ? list_->indexAt(QPoint(1, 1)) : QModelIndex());
+    const int anchorTop = anchor.isValid() ? list_->visualRect(anchor).top() : 0;
+    items_->setEntries(entries, std::move(stillValid));
+    if (anchor.isValid()) {
+        list_->doItemsLayout();
+        bar->setValue(bar->value() + list_->visualRect(anchor).top() - anchorTop);
+    }
+    header_->setTextFixingSize(tr("Transactions (%1)").arg(static_cast<qulonglong>(entries.size())));
+}
+
+EditEntrySheet* LedgerListView::editingSheet() const {
+    return editing_.data();
+}
+
+void LedgerListView::editEntry(const LedgerEntry& entry) {
+    if (editing_) return;
+    editing_ = new EditEntrySheet(model_, entry, this);
+    editing_->open();
+}
+
+bool LedgerListView::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == list_->viewport()) {
+        if (event->type() == QEvent::MouseButtonPress) {
+            auto* mouse = static_cast<QMouseEvent*>(event);
+            const QPoint point = mouse->position().toPoint();
+            const QModelIndex index = list_->indexAt(point);
+            if (mouse->button() == Qt::LeftButton) {
+                rows_->press(index, list_->visualRect(index), point);
+                if (index.isValid()) list_->viewport()->update(list_->visualRect(index));
+            }
+        } else if (event->type() == QEvent::Leave) {
+            rows_->clearHover();
+            list_->viewport()->update();
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+}  // namespace tallywick

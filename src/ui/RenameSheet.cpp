@@ -1,0 +1,44 @@
+#include <tallywick/RenameSheet.h>
+
+#include <QLineEdit>
+#include <QVBoxLayout>
+
+#include <tallywick/AppModel.h>
+#include <tallywick/EditorButtonsView.h>
+#include <tallywick/StyledLabel.h>
+
+namespace tallywick {
+
+RenameSheet::RenameSheet(AppModel& model, std::string accountId, const std::string& displayName,
+                         QWidget* parent)
+    : QDialog(parent), model_(model), accountId_(std::move(accountId)), name_(new QLineEdit(this)) {
+    setObjectName(QStringLiteral("renameSheet"));
+    setWindowTitle(tr("Rename Account"));
+    setWindowModality(Qt::WindowModal);
+    setAttribute(Qt::WA_DeleteOnClose);
+
+    auto* title = new StyledLabel(AppStyle::TextStyle::headline, AppStyle::Foreground::primary, this);
+    title->setText(tr("Rename Account"));
+    name_->setObjectName(QStringLiteral("displayNameField"));
+    name_->setPlaceholderText(tr("Display name"));
+    name_->setText(QString::fromUtf8(displayName.data(), static_cast<qsizetype>(displayName.size())));
+    name_->selectAll();
+    buttons_ = new EditorButtonsView([this] { reject(); }, [this] { save(); }, this);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(20, 20, 20, 20);
+    column->setSpacing(16);
+    column->addWidget(title);
+    column->addWidget(name_);
+    column->addWidget(buttons_);
+    // Fixed width, height from the content.
+    setFixedSize(width, sizeHint().height());
+}
+
+void RenameSheet::save() {
+    const QByteArray typed = name_->text().toUtf8();
+    model_.renameAccount(accountId_, std::string(typed.constData(), static_cast<std::size_t>(typed.size())));
+    accept();
+}
+
+}  // namespace tallywick

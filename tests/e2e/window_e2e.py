@@ -1,0 +1,274 @@
+#!/usr/bin/python3
+"""The installed desktop manager in a real X server, as a person meets it.
+
+Starts Xvfb and the accessibility bus, then the installed `tallywick` with an
+empty HOME and XDG folders. The window is read through the accessibility tree
+(what a screen reader sees) and driven with real X input from xdotool:
+  1. the application starts the host itself and says "Host connected";
+  2. an agent signs up through the installed tallywick-bridge and its account
+     appears in the sidebar;
+  3. an amount typed into the add form reaches the agent's getBalance;
+  4. the host is killed and started again, and the next command in the
+     window reaches it;
+  5. a screenshot of the screen is kept.
+Run inside `dbus-run-session`; needs TALLYWICK_E2E_BIN (the installed bin
+folder) and TALLYWICK_E2E_SCRATCH (a folder of its own).
+"""
+import json
+import os
+import shutil
+import signal
+import struct
+import subprocess
+import sys
+import time
+import zlib
+
+BIN = os.environ["TALLYWICK_E2E_BIN"]
+SCRATCH = os.environ["TALLYWICK_E2E_SCRATCH"]
+# A display of its own, away from a desktop's :0 and from other runs.
+DISPLAY = os.environ.get("TALLYWICK_E2E_DISPLAY", ":%d" % (100 + os.getpid() % 800))
+KEY = "e2e-key-kept-in-memory"
+
+children = []
+
+
+def fail(message):
+    print("FAIL: " + message, file=sys.stderr)
+    sys.exit(1)
+
+
+def wait_for(what, check, limit=30.0):
+    deadline = time.monotonic() + limit
+    while time.monotonic() < deadline:
+        value = check()
+        if value:
+            return value
+        time.sleep(0.2)
+    fail("timed out waiting for " + what)
+
+
+def spawn(arguments, env, log):
+    child = subprocess.Popen(arguments, env=env, stdout=open(log, "wb"), stderr=subprocess.STDOUT,
+                             start_new_session=True)
+    children.append(child)
+    return child
+
+
+def setup_environment():
+    home = os.path.join(SCRATCH, "home")
+    runtime = os.path.join(SCRATCH, "run")
+    os.makedirs(home, exist_ok=True)
+    os.makedirs(runtime, mode=0o700, exist_ok=True)
+    env = dict(os.environ)
+    env.update({
+        "HOME": home,
+        "XDG_RUNTIME_DIR": runtime,
+        "XDG_DATA_HOME": os.path.join(home, ".local", "share"),
+        "XDG_CONFIG_HOME": os.path.join(home, ".config"),
+        "XDG_STATE_HOME": os.path.join(home, ".local", "state"),
+        "DISPLAY": DISPLAY,
+        "QT_QPA_PLATFORM": "xcb",
+        "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+    })
+    for name in ("TALLYWICK_RUNTIME_DIR", "TALLYWICK_DATA_DIR"):
+        env.pop(name, None)
+    return env
+
+
+# --- the accessibility tree ---------------------------------------------------
+
+def application():
+    import pyatspi
+    for app in pyatspi.Registry.getDesktop(0):
+        if app is not None and app.name == "Tallywick":
+            return app
+    return None
+
+
+def find(node, predicate, depth=0):
+    if node is None or depth > 40:
+        return None
+    try:
+        if predicate(node):
+            return node
+        for child in node:
+            found = find(child, predicate, depth + 1)
+            if found is not None:
+                return found
+    except Exception:  # nodes vanish while the views rebuild
+        return None
+    return None
+
+
+def element(role, name=None, prefix=None):
+    def matches(node):
+        if node.getRoleName() != role:
+            return False
+        if name is not None:
+            return node.name == name
+        return node.name.startswith(prefix)
+    return find(application(), matches)
+
+
+def center(node):
+    import pyatspi
+    box = node.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+    return box.x + box.width // 2, box.y + box.height // 2
+
+
+# --- real input ----------------------------------------------------------------
+
+def xdotool(env, *arguments):
+    subprocess.run(["xdotool", *arguments], env=env, check=True)
+
+
+def click(env, node):
+    x, y = center(node)
+    xdotool(env, "mousemove", "--sync", str(x), str(y), "click", "1")
+
+
+def type_into(env, node, text):
+    click(env, node)
+    xdotool(env, "key", "ctrl+a", "BackSpace")
+    xdotool(env, "type", "--delay", "20", text)
+
+
+# --- the agent -----------------------------------------------------------------
+
+class Agent:
+    """An MCP client talking to the installed bridge, one line each way."""
+
+    def __init__(self, env):
+        self.bridge = subprocess.Popen([os.path.join(BIN, "tallywick-bridge")], env=env,
+                                       stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                       stderr=open(os.path.join(SCRATCH, "bridge.log"), "wb"))
+        children.append(self.bridge)
+        self.next_id = 0
+
+    def call(self, method, params):
+        self.next_id += 1
+        line = json.dumps({"jsonrpc": "2.0", "id": self.next_id, "method": method, "params": params})
+        self.bridge.stdin.write(line.encode() + b"\n")
+        self.bridge.stdin.flush()
+        while True:
+            reply = json.loads(self.bridge.stdout.readline())
+            if reply.get("id") == self.next_id:
+                return reply
+
+    def tool(self, name, arguments):
+        reply = self.call("tools/call", {"name": name, "arguments": arguments})
+        if "result" not in reply or reply["result"].get("isError"):
+            fail(f"{name} failed: {reply}")
+        return reply["result"]["structuredContent"]
+
+
+# --- the screenshot ------------------------------------------------------------
+
+def keep_screenshot(fbdir, target):
+    """Xvfb keeps its screen as an XWD file; written out as PNG."""
+    data = open(os.path.join(fbdir, "Xvfb_screen0"), "rb").read()
+    fields = struct.unpack(">25I", data[:100])
+    header_size, width, height = fields[0], fields[4], fields[5]
+    byte_order, bits_per_pixel, bytes_per_line, ncolors = fields[7], fields[11], fields[12], fields[19]
+    if bits_per_pixel != 32:
+        fail("unexpected screen depth %d" % bits_per_pixel)
+    pixels = data[header_size + 12 * ncolors:]
+    rows = bytearray()
+    for y in range(height):
+        row = pixels[y * bytes_per_line: y * bytes_per_line + width * 4]
+        rows.append(0)
+        for x in range(0, width * 4, 4):
+            b, g, r = (row[x], row[x + 1], row[x + 2]) if byte_order == 0 else (row[x + 3], row[x + 2], row[x + 1])
+            rows += bytes((r, g, b))
+
+    def chunk(kind, body):
+        return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body) & 0xFFFFFFFF)
+
+    png = b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0))
+    png += chunk(b"IDAT", zlib.compress(bytes(rows), 6)) + chunk(b"IEND", b"")
+    open(target, "wb").write(png)
+
+
+def host_pids():
+    own = os.path.realpath(os.path.join(BIN, "tallywick-host"))
+    pids = []
+    for entry in os.listdir("/proc"):
+        if entry.isdigit():
+            try:
+                if os.path.realpath(f"/proc/{entry}/exe") == own:
+                    pids.append(int(entry))
+            except OSError:
+                pass
+    return pids
+
+
+def main():
+    shutil.rmtree(SCRATCH, ignore_errors=True)
+    os.makedirs(SCRATCH)
+    env = setup_environment()
+    fbdir = os.path.join(SCRATCH, "fb")
+    os.makedirs(fbdir, exist_ok=True)
+    spawn(["Xvfb", DISPLAY, "-screen", "0", "1280x900x24", "-nolisten", "tcp", "-fbdir", fbdir], env,
+          os.path.join(SCRATCH, "xvfb.log"))
+    wait_for("the X server", lambda: os.path.exists(os.path.join(fbdir, "Xvfb_screen0")), 20)
+    spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"], env, os.path.join(SCRATCH, "atspi.log"))
+    time.sleep(1)
+
+    # 1. A fresh user: the application registers and starts the host itself.
+    spawn([os.path.join(BIN, "tallywick")], env, os.path.join(SCRATCH, "app.log"))
+    wait_for("the window", application)
+    wait_for('"Host connected"', lambda: element("label", "Host connected"))
+    if not os.path.exists(os.path.join(env["XDG_DATA_HOME"], "tallywick", "ledger.sqlite3")):
+        fail("no ledger in the user's data folder")
+    print("host started by the application; window says Host connected")
+
+    # 2. An agent signs up through the bridge; its account appears in the sidebar.
+    agent = Agent(env)
+    agent.call("initialize", {"protocolVersion": "2025-11-25", "capabilities": {},
+                              "clientInfo": {"name": "e2e-client", "version": "1.0"}})
+    account = agent.tool("signUp", {"key": KEY, "displayName": "E2E Agent"})
+    row = wait_for("the account in the sidebar", lambda: element("table cell", prefix="E2E Agent"))
+    click(env, row)
+    wait_for("the account's detail", lambda: element("label", account["accountId"]))
+    print("agent %s appeared in the sidebar" % account["accountId"])
+
+    # 3. An amount typed into the add form reaches the agent.
+    start = agent.tool("getBalance", {})["balance"]
+    type_into(env, element("text", "Amount"), "125")
+    type_into(env, element("text", "Memo"), "typed in the window")
+    click(env, element("push button", "Add"))
+    wait_for("the entry to reach the agent", lambda: agent.tool("getBalance", {})["balance"] == start + 125)
+    print("an entry typed in the window reached getBalance: %d" % (start + 125))
+
+    # 4. The host dies and comes back; the next command in the window reaches it.
+    for pid in host_pids():
+        os.kill(pid, signal.SIGKILL)
+    wait_for("the host to be gone", lambda: not host_pids(), 10)
+    spawn([os.path.join(BIN, "tallywick-host")], env, os.path.join(SCRATCH, "host-again.log"))
+    wait_for("the host again", host_pids, 10)
+    time.sleep(0.5)
+    type_into(env, element("text", "Amount"), "5")
+    type_into(env, element("text", "Memo"), "after the restart")
+    click(env, element("push button", "Add"))
+    wait_for("the entry after the restart", lambda: agent.tool("getBalance", {})["balance"] == start + 130)
+    wait_for('"Host connected" again', lambda: element("label", "Host connected"))
+    print("after a host restart the next command went through")
+
+    # 5. What a person would have seen.
+    time.sleep(0.5)
+    keep_screenshot(fbdir, os.path.join(SCRATCH, "..", "e2e-window.png"))
+    print("screenshot kept")
+
+
+if __name__ == "__main__":
+    try:
+        main()
+    finally:
+        for child in reversed(children):
+            try:
+                os.killpg(child.pid, signal.SIGTERM)
+            except (ProcessLookupError, PermissionError):
+                pass
+        for pid in host_pids():
+            os.kill(pid, signal.SIGTERM)

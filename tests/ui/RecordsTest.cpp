@@ -1,0 +1,537 @@
+// The records pane driven as a person would, against a real host: what the
+// views show, and what their clicks and keys make of the host's state.
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTest>
+
+#include <tallywick/AccountDetailView.h>
+#include <tallywick/AccountHeaderView.h>
+#include <tallywick/AppStyle.h>
+#include <tallywick/ConnectionStatusView.h>
+#include <tallywick/DetailContainerView.h>
+#include <tallywick/EditEntrySheet.h>
+#include <tallywick/EditorButtonsView.h>
+#include <tallywick/RecordsView.h>
+#include <tallywick/RenameSheet.h>
+#include <tallywick/StatusDot.h>
+
+#include "RecordsWindow.h"
+
+using namespace tallywick;
+using namespace tallywick::testing;
+
+namespace {
+
+QString text(const std::string& value) {
+    return QString::fromStdString(value);
+}
+
+// A colour with alpha as it lands on an opaque background.
+QColor over(const QColor& color, const QColor& background) {
+    const qreal a = color.alphaF();
+    return QColor::fromRgbF(color.redF() * a + background.redF() * (1 - a),
+                            color.greenF() * a + background.greenF() * (1 - a),
+                            color.blueF() * a + background.blueF() * (1 - a));
+}
+
+// Whether the window's rendering of `area` (in `inner`'s coordinates) holds a
+// pixel of exactly `color`: the core of a glyph drawn in it.
+bool paints(QWidget& inner, const QRect& area, const QColor& color) {
+    const QImage image =
+        inner.window()->grab(QRect(inner.mapTo(inner.window(), area.topLeft()), area.size())).toImage();
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor pixel = image.pixelColor(x, y);
+            if (qAbs(pixel.red() - color.red()) <= 2 && qAbs(pixel.green() - color.green()) <= 2 &&
+                qAbs(pixel.blue() - color.blue()) <= 2)
+                return true;
+        }
+    }
+    return false;
+}
+
+int rowOf(RecordsWindow& w, const std::string& memo) {
+    LedgerItemModel& items = *w.ledger().items();
+    for (int row = 0; row < items.rowCount(); ++row) {
+        if (items.index(row).data(LedgerItemModel::MemoRole).toString() == text(memo)) return row;
+    }
+    return -1;
+}
+
+const LedgerEntry* entryWithMemo(RecordsWindow& w, const std::string& memo) {
+    for (const auto& entry : w.shownEntries()) {
+        if (entry.memo == memo) return &entry;
+    }
+    return nullptr;
+}
+
+Snapshot current(AppModel& model) {
+    return {model.accounts(), model.entries(), model.connections(),
+            model.settings(), model.apiLog(),  model.hostVersion()};
+}
+
+}  // namespace
+
+class RecordsTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void windowTabsAndConnectionIndicator() {
+        {
+            // Never reached: offline, no version, no accounts, nothing selected.
+            RecordsWindow offline;
+            QVERIFY(offline.open(false));
+            QCOMPARE(offline.find<QLabel>("connectionText")->text(), QString("Host offline"));
+            QCOMPARE(offline.find<QLabel>("hostVersionText")->text(), QString());
+            auto* dot = offline.find<StatusDot>("connectionDot");
+            QCOMPARE(dot->color(), AppStyle::disconnectedColor(dot->palette()));
+            auto& items = offline.sidebar().items();
+            QCOMPARE(items.sectionIndex(0).data().toString(), QString("Accounts"));
+            QCOMPARE(items.rowCount(items.sectionIndex(0)), 0);
+            QCOMPARE(items.sectionIndex(1).data().toString(), QString("Live Connections (0)"));
+            QVERIFY(!offline.find<AccountDetailView>("accountDetail")->showsAccount());
+        }
+
+        RecordsWindow w;
+        QVERIFY(w.open());
+        auto* root = w.find<RootView>("rootView");
+        QCOMPARE(root->count(), 3);
+        const QStringList labels{"Records", "Activity", "Settings"};
+        for (int i = 0; i < 3; ++i) {
+            QCOMPARE(root->tabText(i), labels[i]);
+            QVERIFY(!root->tabIcon(i).pixmap(16).isNull());
+        }
+        QCOMPARE(root->currentWidget(), root->records());
+
+        auto* status = w.find<QLabel>("connectionText");
+        auto* version = w.find<QLabel>("hostVersionText");
+        auto* dot = w.find<StatusDot>("connectionDot");
+        QCOMPARE(status->text(), QString("Host connected"));
+        QCOMPARE(version->text(), "v" + text(w.model().hostVersion()));
+        QVERIFY(!w.model().hostVersion().empty());
+        QCOMPARE(dot->color(), AppStyle::connectedColor(dot->palette()));
+        QVERIFY(w.find<ConnectionStatusView>("connectionStatus")->isVisible());
+        root->setCurrentIndex(1);
+        QTRY_VERIFY(!w.find<ConnectionStatusView>("connectionStatus")->isVisible());
+        root->setCurrentIndex(0);
+        QTRY_VERIFY(w.find<ConnectionStatusView>("connectionStatus")->isVisible());
+
+        // The columns keep their minimum widths in the smallest window.
+        w.window().resize(MainWindow::minimumContentSize);
+        QTRY_VERIFY(root->records()->detailContainer()->width() >= DetailContainerView::minimumWidth);
+        QVERIFY(root->records()->sidebar()->width() >= AccountsSidebar::minimumWidth);
+
+        // Dropped: the words and dot switch, the version stays.
+        w.host().kill(SIGKILL);
+        QTRY_COMPARE_WITH_TIMEOUT(status->text(), QString("Host offline"), kPatience);
+        QCOMPARE(version->text(), "v" + text(w.model().hostVersion()));
+        QCOMPARE(dot->color(), AppStyle::disconnectedColor(dot->palette()));
+    }
+
+    void sidebarListsBothSectionsAndBindsTheSelection() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.connectAgent("beta", R"(,"title":"Beta Title")"));
+        QVERIFY(w.connectAgent("gamma"));
+        QVERIFY(w.connectWith(R"({"jsonrpc":"2.0","id":7,"method":"ping"})"));
+        QVERIFY(w.waitForAccounts(3));
+        AccountsSidebar& sidebar = w.sidebar();
+        AccountsSidebarModel& items = sidebar.items();
+        const QModelIndex connections = items.sectionIndex(AccountsSidebarModel::connectionsSection);
+        QTRY_COMPARE_WITH_TIMEOUT(connections.data().toString(), QString("Live Connections (4)"), kPatience);
+        QStringList names;
+        for (int row = 0; row < items.rowCount(connections); ++row) {
+            const QModelIndex index = items.index(row, 0, connections);
+            names << index.data().toString();
+            QCOMPARE(index.data(AccountsSidebarModel::SubtitleRole).toString(),
+                     items.connectionAt(index)->authenticated ? QString("authenticated")
+                                                              : QString("unauthenticated"));
+        }
+        QVERIFY(names.contains("Beta Title") && !names.contains("beta"));
+        QVERIFY(names.contains(QString::fromUtf8("connecting\u2026")));
+        QCOMPARE(
+            items.indexOfAccount(w.account("alpha")->id).data(AccountsSidebarModel::SubtitleRole).toString(),
+            QString("clientInfo"));
+
+        // The first account arrives selected; clicks on accounts select, on connections nothing.
+        const auto& accounts = w.model().accounts();
+        QCOMPARE(*w.model().selectedAccountID(), accounts[0].id);
+        QVERIFY(sidebar.selectionModel()->isSelected(items.indexOfAccount(accounts[0].id)));
+        w.click(sidebar, items.indexOfAccount(accounts[1].id));
+        QCOMPARE(*w.model().selectedAccountID(), accounts[1].id);
+        w.click(sidebar, items.index(0, 0, connections));
+        QCOMPARE(*w.model().selectedAccountID(), accounts[1].id);
+        QVERIFY(sidebar.selectionModel()->isSelected(items.indexOfAccount(accounts[1].id)));
+        w.model().setSelectedAccountID(accounts[2].id);
+        QVERIFY(sidebar.selectionModel()->isSelected(items.indexOfAccount(accounts[2].id)));
+        QCOMPARE(sidebar.selectionModel()->selectedIndexes().size(), 1);
+
+        // Balances 0, -7 and 12, and a name with a percent sign; a refresh keeps the selection.
+        const std::string beta = w.account("Beta Title")->id;
+        w.model().setSelectedAccountID(beta);
+        const auto settle = [&](const char* name, std::int64_t target) {
+            const Account* account = w.account(name);
+            w.model().createEntry({.accountId = account->id,
+                                   .kind = TransactionKind::debit,
+                                   .amount = account->balance - target,
+                                   .memo = "settle"});
+        };
+        settle("alpha", 0);
+        settle("Beta Title", -7);
+        settle("gamma", 12);
+        w.model().renameAccount(w.account("alpha")->id, "100% alpha %1");
+        QTRY_VERIFY_WITH_TIMEOUT(w.account("100% alpha %1") && w.account("Beta Title")->balance == -7 &&
+                                     w.account("gamma")->balance == 12,
+                                 kPatience);
+        QVERIFY(sidebar.selectionModel()->isSelected(items.indexOfAccount(beta)));
+        QCOMPARE(*w.model().selectedAccountID(), beta);
+        QCOMPARE(items.indexOfAccount(w.account("100% alpha %1")->id).data().toString(),
+                 QString("100% alpha %1"));
+
+        // Unselected, each balance is drawn in its colour at the row's trailing end.
+        w.model().setSelectedAccountID(std::nullopt);
+        QVERIFY(sidebar.selectionModel()->selectedIndexes().isEmpty());
+        const QPalette palette = sidebar.palette();
+        for (const auto& [name, colour] : {std::pair{"100% alpha %1", AppStyle::noteColor(palette)},
+                                           std::pair{"Beta Title", AppStyle::debitColor(palette)},
+                                           std::pair{"gamma", AppStyle::creditColor(palette)}}) {
+            const QModelIndex row = items.indexOfAccount(w.account(name)->id);
+            QCOMPARE(row.data(AccountsSidebarModel::BalanceRole).toLongLong(), w.account(name)->balance);
+            QRect rect = sidebar.visualRect(row);
+            rect.setLeft(rect.right() - 60);
+            QVERIFY2(paints(*sidebar.viewport(), rect, over(colour, palette.color(QPalette::Base))), name);
+        }
+    }
+
+    void detailShowsTheAccountAndItsClientInfo() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha", R"(,"vendor":"Acme Labs")"));
+        QVERIFY(w.waitForAccounts(1));
+        const Account account = w.model().accounts()[0];
+        QCOMPARE(w.find<QLabel>("accountName")->text(), QString("alpha"));
+        QCOMPARE(w.find<QLabel>("accountId")->text(), text(account.id));
+        auto* balance = w.find<AccountBalanceView>("accountBalance");
+        QCOMPARE(balance->balanceText(), QString::number(account.balance));
+        QCOMPARE(balance->accessibleName(), QString::number(account.balance) + " points");
+
+        // One row per reported field, in order; the hint takes no room.
+        auto keys = w.window().findChildren<QLabel*>("clientInfoKey");
+        QCOMPARE(keys.size(), static_cast<qsizetype>(account.clientInfoFields->size()));
+        QCOMPARE(keys[0]->text(), text((*account.clientInfoFields)[0].key));
+        QVERIFY(!w.find<QLabel>("clientInfoHint")->isVisible());
+
+        // Without fields only the hint shows; the balance colour follows its sign.
+        for (const std::int64_t value : {std::int64_t{0}, std::int64_t{-40}, std::int64_t{1500}}) {
+            Snapshot state = current(w.model());
+            state.accounts[0].clientInfoFields.reset();
+            state.accounts[0].balance = value;
+            w.model().applySnapshot(state);
+            QCOMPARE(balance->balanceText(), QString::number(value));
+            QCOMPARE(balance->balanceColor(), AppStyle::amountColor(value, balance->palette()));
+        }
+        QVERIFY(w.find<QLabel>("clientInfoHint")->isVisible());
+        QCOMPARE(w.find<QLabel>("clientInfoHint")->text(), QString("Not provided by this client."));
+        QVERIFY(w.window().findChildren<QLabel*>("clientInfoKey").isEmpty());
+        QCOMPARE(balance->balanceColor(), AppStyle::creditColor(balance->palette()));
+
+        w.model().setSelectedAccountID(std::nullopt);
+        QVERIFY(w.find<QWidget>("noSelectionView")->isVisible());
+        QCOMPARE(w.find<QLabel>("noSelectionTitle")->text(), QString("Select an account"));
+        QCOMPARE(w.find<QLabel>("noSelectionHint")->text(), QString("Agents appear here as they connect."));
+        QVERIFY(w.find<DetailContainerView>("detailContainer")->width() >= DetailContainerView::minimumWidth);
+    }
+
+    void addFormEnablesOnlyWhatCanBeSent() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.waitForAccounts(1));
+        EntryFields& fields = w.addFields();
+        QPushButton* add = w.find<QPushButton>("addButton");
+        for (const char* amount : {"25", "+25", "9223372036854775807"}) {
+            RecordsWindow::typeInto(fields.amountField(), amount);
+            QVERIFY2(add->isEnabled(), amount);
+        }
+        for (const char* amount :
+             {"0", "-5", "", " 25", "25 ", "2.5", "1,000", "+", "9223372036854775808", "\u0663", "abc"}) {
+            RecordsWindow::typeInto(fields.amountField(), QString::fromUtf8(amount));
+            QVERIFY2(!add->isEnabled(), amount);
+        }
+        // Return does nothing while Add is disabled.
+        QTest::keyClick(fields.memoField(), Qt::Key_Return);
+        QTest::qWait(300);
+        QCOMPARE(w.shownEntries().size(), std::size_t{1});
+
+        // A note needs any memo, even a blank, and ignores the amount.
+        RecordsWindow::pickType(fields, EntryType::note);
+        QVERIFY(!fields.amountField()->isEnabled());
+        QCOMPARE(fields.amountText(), QString("abc"));
+        QVERIFY(!add->isEnabled());
+        RecordsWindow::typeInto(fields.memoField(), " ");
+        QVERIFY(add->isEnabled());
+    }
+
+    void addFormSendsEachTypeAndClearsAtOnce() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.waitForAccounts(1));
+        EntryFields& fields = w.addFields();
+        for (const EntryType type : allEntryTypes) {
+            RecordsWindow::pickType(fields, type);
+            RecordsWindow::typeInto(fields.amountField(), "25");
+            RecordsWindow::typeInto(fields.memoField(),
+                                    "m-" + QString::fromLatin1(entryTypeText(type).data()));
+            if (type == EntryType::bonus) {
+                w.find<QPushButton>("addButton")->click();
+            } else {
+                QTest::keyClick(fields.memoField(), Qt::Key_Return);
+            }
+            // Cleared before the host has answered; the type stays.
+            QCOMPARE(fields.amountText(), QString());
+            QCOMPARE(fields.memo(), QString());
+            QCOMPARE(fields.type(), type);
+            QCOMPARE(fields.typePicker()->currentText(), QString::fromLatin1(entryTypeLabel(type).data()));
+        }
+        QVERIFY(w.waitForEntries(6));
+        for (const EntryType type : allEntryTypes) {
+            const LedgerEntry* entry = entryWithMemo(w, "m-" + std::string(entryTypeText(type)));
+            QVERIFY(entry);
+            QCOMPARE(entry->kind, kindOf(type));
+            QCOMPARE(entry->flag, flagOf(type));
+            QCOMPARE(entry->amount, type == EntryType::note ? std::int64_t{0} : std::int64_t{25});
+        }
+        QCOMPARE(w.find<QLabel>("transactionsHeader")->text(), QString("Transactions (6)"));
+    }
+
+    void editSheetSavesByItsRules() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.waitForAccounts(1));
+        const std::string id = w.model().accounts()[0].id;
+        AppModel& model = w.model();
+        model.createEntry({.accountId = id, .kind = TransactionKind::credit, .amount = 40, .memo = "c40"});
+        model.createEntry({.accountId = id,
+                           .kind = TransactionKind::debit,
+                           .flag = LedgerFlag::bonus,
+                           .amount = 30,
+                           .memo = "debit-bonus"});
+        model.createEntry({.accountId = id,
+                           .kind = TransactionKind::credit,
+                           .flag = LedgerFlag::penalty,
+                           .amount = 20,
+                           .memo = "credit-penalty"});
+        model.createEntry(
+            {.accountId = id, .kind = TransactionKind::note, .flag = LedgerFlag::bonus, .memo = "nb"});
+        QVERIFY(w.waitForEntries(5));
+
+        // Opens with the entry's values; each save sends the whole entry with the sheet's three.
+        const auto edit = [&](const std::string& memo) -> EditEntrySheet* {
+            w.clickRowButton(rowOf(w, memo), true);
+            return w.ledger().editingSheet();
+        };
+        const auto saved = [&](const std::string& memo, auto check) {
+            return QTest::qWaitFor(
+                [&] {
+                    const LedgerEntry* entry = entryWithMemo(w, memo);
+                    return entry && check(*entry);
+                },
+                kPatience);
+        };
+        EditEntrySheet* sheet = edit("c40");
+        QVERIFY(sheet);
+        QCOMPARE(sheet->fields()->type(), EntryType::credit);
+        QCOMPARE(sheet->fields()->amountText(), QString("40"));
+        QCOMPARE(sheet->fields()->memo(), QString("c40"));
+        const LedgerEntry before = *entryWithMemo(w, "c40");
+        RecordsWindow::pickType(*sheet->fields(), EntryType::penalty);
+        QTest::keyClick(sheet->fields()->memoField(), Qt::Key_Return);
+        QTRY_VERIFY(!w.ledger().editingSheet());
+        QVERIFY(saved("c40", [&](const LedgerEntry& e) {
+            return e.kind == TransactionKind::debit && e.flag == LedgerFlag::penalty && e.amount == 40 &&
+                   e.id == before.id && e.createdAt == before.createdAt;
+        }));
+
+        // Flags that do not fit the kind are shown, and saved, as the plain type.
+        sheet = edit("debit-bonus");
+        QCOMPARE(sheet->fields()->type(), EntryType::debit);
+        sheet->buttons()->saveButton()->click();
+        QVERIFY(saved("debit-bonus",
+                      [](const LedgerEntry& e) { return e.flag == LedgerFlag::none && e.amount == 30; }));
+        sheet = edit("credit-penalty");
+        QCOMPARE(sheet->fields()->type(), EntryType::credit);
+        RecordsWindow::typeInto(sheet->fields()->amountField(), "abc");
+        sheet->buttons()->saveButton()->click();
+        QVERIFY(saved("credit-penalty", [](const LedgerEntry& e) {
+            return e.kind == TransactionKind::credit && e.flag == LedgerFlag::none && e.amount == 0;
+        }));
+        sheet = edit("nb");
+        QCOMPARE(sheet->fields()->type(), EntryType::note);
+        QVERIFY(!sheet->fields()->amountField()->isEnabled());
+        QTest::keyClick(sheet, Qt::Key_Return);
+        QVERIFY(saved("nb", [](const LedgerEntry& e) { return e.flag == LedgerFlag::none; }));
+        sheet = edit("c40");
+        RecordsWindow::typeInto(sheet->fields()->amountField(), "-8");
+        QTest::keyClick(sheet->fields()->amountField(), Qt::Key_Return);
+        QVERIFY(saved("c40", [](const LedgerEntry& e) { return e.amount == 0; }));
+
+        // Escape closes and sends nothing.
+        sheet = edit("c40");
+        RecordsWindow::typeInto(sheet->fields()->memoField(), "changed");
+        QTest::keyClick(sheet->fields()->memoField(), Qt::Key_Escape);
+        QTRY_VERIFY(!w.ledger().editingSheet());
+        QTest::qWait(300);
+        QVERIFY(entryWithMemo(w, "c40") && !entryWithMemo(w, "changed"));
+    }
+
+    void rowsShowSignsColoursAndDeleteWithoutAsking() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.waitForAccounts(1));
+        const std::string id = w.model().accounts()[0].id;
+        w.model().createEntry({.accountId = id, .kind = TransactionKind::note, .memo = "a note"});
+        w.model().createEntry(
+            {.accountId = id, .kind = TransactionKind::debit, .amount = 40, .memo = "a debit"});
+        w.model().createEntry(
+            {.accountId = id, .kind = TransactionKind::credit, .amount = 40, .memo = "a credit"});
+        w.model().createEntry({.accountId = id, .kind = TransactionKind::credit, .amount = 5});
+        QVERIFY(w.waitForEntries(5));
+        QCOMPARE(w.find<QLabel>("transactionsHeader")->text(), QString("Transactions (5)"));
+
+        QTableView& list = *w.ledger().list();
+        const QPalette palette = list.palette();
+        const auto amountArea = [&](int row) {
+            const QRect rect = list.visualRect(list.model()->index(row, 0));
+            return QRect(rect.center().x(), rect.top(),
+                         LedgerRowDelegate::editButtonRect(rect).left() - rect.center().x(), rect.height());
+        };
+        for (const auto& [memo, sign, colour] :
+             {std::tuple{"a note", "0", AppStyle::noteColor(palette)},
+              std::tuple{"a debit", "-40", AppStyle::debitColor(palette)},
+              std::tuple{"a credit", "+40", AppStyle::creditColor(palette)}}) {
+            const int row = rowOf(w, memo);
+            QCOMPARE(AppStyle::signedAmountText(
+                         list.model()->index(row, 0).data(LedgerItemModel::SignedAmountRole).toLongLong()),
+                     QString(sign));
+            QVERIFY2(paints(*list.viewport(), amountArea(row), over(colour, palette.color(QPalette::Base))),
+                     memo);
+        }
+        QCOMPARE(list.model()->index(rowOf(w, ""), 0).data().toString(), QString::fromUtf8("\u2014"));
+
+        // The trash button deletes at once: no question, and the row goes with the next snapshot.
+        w.clickRowButton(rowOf(w, "a debit"), false);
+        QVERIFY(!QApplication::activeModalWidget());
+        QVERIFY(w.waitForEntries(4));
+        QVERIFY(!entryWithMemo(w, "a debit"));
+        QCOMPARE(w.find<QLabel>("transactionsHeader")->text(), QString("Transactions (4)"));
+    }
+
+    void renameSheetSendsTheNameAsTyped() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.waitForAccounts(1));
+        auto* header = w.find<AccountHeaderView>("accountHeader");
+        const auto open = [&] {
+            w.find<QPushButton>("renameButton")->click();
+            return header->renameSheet();
+        };
+        RenameSheet* sheet = open();
+        QVERIFY(sheet && sheet->windowModality() == Qt::WindowModal);
+        QCOMPARE(sheet->nameField()->text(), QString("alpha"));
+        RecordsWindow::typeInto(sheet->nameField(), "  Alpha 100%  ");
+        QTest::keyClick(sheet->nameField(), Qt::Key_Return);
+        QTRY_VERIFY(!header->renameSheet());
+        QTRY_VERIFY_WITH_TIMEOUT(w.account("  Alpha 100%  "), kPatience);
+        QCOMPARE(w.find<QLabel>("accountName")->text(), QString("  Alpha 100%  "));
+
+        // Escape cancels; an empty or blank name is sent too, and the host keeps the old one.
+        sheet = open();
+        QCOMPARE(sheet->nameField()->text(), QString("  Alpha 100%  "));
+        RecordsWindow::typeInto(sheet->nameField(), "other");
+        QTest::keyClick(sheet->nameField(), Qt::Key_Escape);
+        QTRY_VERIFY(!header->renameSheet());
+        for (const char* name : {"", "   "}) {
+            sheet = open();
+            RecordsWindow::typeInto(sheet->nameField(), name);
+            sheet->buttons()->saveButton()->click();
+            QTRY_VERIFY(!header->renameSheet());
+        }
+        QTest::qWait(300);
+        QVERIFY(w.account("  Alpha 100%  "));
+    }
+
+    void deletingAnAccountAsksFirstAndMovesTheSelection() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.connectAgent("beta"));
+        QVERIFY(w.waitForAccounts(2));
+        auto* header = w.find<AccountHeaderView>("accountHeader");
+        const std::string first = w.model().accounts()[0].id;
+        const std::string second = w.model().accounts()[1].id;
+
+        w.find<QPushButton>("deleteAccountButton")->click();
+        QMessageBox* box = header->deleteConfirmation();
+        QVERIFY(box && box->isVisible());
+        QCOMPARE(box->text(), QString("Delete this account and all its entries?"));
+        QCOMPARE(box->findChild<QPushButton*>("confirmDeleteButton")->text(), QString("Delete Account"));
+        QTest::keyClick(box, Qt::Key_Escape);
+        QTRY_VERIFY(!header->deleteConfirmation());
+        QTest::qWait(300);
+        QCOMPARE(w.model().accounts().size(), std::size_t{2});
+
+        w.find<QPushButton>("deleteAccountButton")->click();
+        header->deleteConfirmation()->findChild<QPushButton*>("confirmDeleteButton")->click();
+        QVERIFY(w.waitForAccounts(1));
+        QTRY_COMPARE(*w.model().selectedAccountID(), second);
+        QCOMPARE(w.find<QLabel>("accountName")->text(), QString("beta"));
+        QVERIFY(w.sidebar().selectionModel()->isSelected(w.sidebar().items().indexOfAccount(second)));
+        QVERIFY(!w.account("alpha") && first != second);
+
+        w.find<QPushButton>("deleteAccountButton")->click();
+        header->deleteConfirmation()->findChild<QPushButton*>("confirmDeleteButton")->click();
+        QVERIFY(w.waitForAccounts(0));
+        QTRY_VERIFY(!w.find<AccountDetailView>("accountDetail")->showsAccount());
+        QVERIFY(w.find<QWidget>("noSelectionView")->isVisible());
+    }
+
+    void ledgerKeepsItsPlaceAcrossRefreshes() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.waitForAccounts(1));
+        const std::string id = w.model().accounts()[0].id;
+        for (int i = 0; i < 120; ++i) {
+            w.model().createEntry({.accountId = id, .amount = i + 1, .memo = "entry " + std::to_string(i)});
+        }
+        QVERIFY(w.waitForEntries(121));
+        QTableView& list = *w.ledger().list();
+        QTRY_VERIFY(list.verticalScrollBar()->maximum() > 0);
+        list.verticalScrollBar()->setValue(list.verticalScrollBar()->maximum() / 2);
+        const QString top = list.indexAt(QPoint(1, 1)).data(LedgerItemModel::IdRole).toString();
+        const QModelIndex focused = list.indexAt(QPoint(1, 40));
+        list.setCurrentIndex(focused);
+        const QString focusedId = focused.data(LedgerItemModel::IdRole).toString();
+
+        // A new entry arrives above, another one changes: the rows in view stay put.
+        w.model().createEntry({.accountId = id, .amount = 1000, .memo = "newest"});
+        LedgerEntry changed = w.shownEntries()[60];
+        changed.memo = "changed";
+        w.model().updateEntry(changed);
+        QTRY_VERIFY_WITH_TIMEOUT(entryWithMemo(w, "changed") && w.ledger().items()->rowCount() == 122,
+                                 kPatience);
+        QCOMPARE(list.indexAt(QPoint(1, 1)).data(LedgerItemModel::IdRole).toString(), top);
+        QCOMPARE(list.currentIndex().data(LedgerItemModel::IdRole).toString(), focusedId);
+        QCOMPARE(list.model()->index(0, 0).data().toString(), QString("newest"));
+    }
+};
+
+QTEST_MAIN(RecordsTest)
+#include "RecordsTest.moc"

@@ -1,0 +1,134 @@
+// Pictures of the records pane and its sheets with a realistic ledger, in a
+// light and a dark palette, for a person to look at. They land in the build
+// folder's "screenshots".
+#include <QDir>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStyle>
+
+#include <tallywick/AccountHeaderView.h>
+#include <tallywick/EditEntrySheet.h>
+#include <tallywick/RenameSheet.h>
+
+#include "RecordsWindow.h"
+
+using namespace tallywick;
+using namespace tallywick::testing;
+
+namespace {
+
+QPalette darkPalette() {
+    QPalette dark;
+    const QColor window(40, 40, 43), base(30, 30, 32), text(236, 236, 238), button(58, 58, 62);
+    dark.setColor(QPalette::Window, window);
+    dark.setColor(QPalette::WindowText, text);
+    dark.setColor(QPalette::Base, base);
+    dark.setColor(QPalette::AlternateBase, window);
+    dark.setColor(QPalette::Text, text);
+    dark.setColor(QPalette::Button, button);
+    dark.setColor(QPalette::ButtonText, text);
+    dark.setColor(QPalette::Highlight, QColor(10, 110, 230));
+    dark.setColor(QPalette::HighlightedText, Qt::white);
+    dark.setColor(QPalette::ToolTipBase, button);
+    dark.setColor(QPalette::ToolTipText, text);
+    dark.setColor(QPalette::PlaceholderText, QColor(140, 140, 146));
+    dark.setColor(QPalette::Light, QColor(70, 70, 74));
+    dark.setColor(QPalette::Midlight, QColor(56, 56, 60));
+    dark.setColor(QPalette::Mid, QColor(46, 46, 50));
+    dark.setColor(QPalette::Dark, QColor(20, 20, 22));
+    dark.setColor(QPalette::Shadow, Qt::black);
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        dark.setColor(QPalette::Disabled, role, QColor(120, 120, 126));
+    }
+    return dark;
+}
+
+}  // namespace
+
+class ScreenshotTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void recordsPaneInLightAndDark() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("claude-code",
+                               R"(,"title":"Claude Code","vendor":"Anthropic","platform":"linux")"));
+        QVERIFY(w.connectAgent("cursor", R"(,"title":"Cursor")"));
+        QVERIFY(w.connectAgent("codex-cli"));
+        QVERIFY(w.connectWith(signUpLine("Research Bot")));
+        QVERIFY(w.connectWith(R"({"jsonrpc":"2.0","id":9,"method":"ping"})"));
+        QVERIFY(w.waitForAccounts(4));
+        QTRY_COMPARE_WITH_TIMEOUT(w.model().connections().size(), std::size_t{5}, kPatience);
+
+        AppModel& model = w.model();
+        const std::string claude = w.account("Claude Code")->id;
+        const auto add = [&](const std::string& account, TransactionKind kind, LedgerFlag flag,
+                             std::int64_t amount, const std::string& memo) {
+            model.createEntry(
+                {.accountId = account, .kind = kind, .flag = flag, .amount = amount, .memo = memo});
+        };
+        add(claude, TransactionKind::credit, LedgerFlag::none, 250, "Fixed the flaky integration test");
+        add(claude, TransactionKind::debit, LedgerFlag::none, 120, "Broke the nightly build");
+        add(claude, TransactionKind::note, LedgerFlag::none, 0, "Paired with Cursor on the parser rewrite");
+        add(claude, TransactionKind::credit, LedgerFlag::bonus, 500, "Shipped the release a day early");
+        add(claude, TransactionKind::debit, LedgerFlag::penalty, 300, "Force-pushed to main");
+        add(claude, TransactionKind::credit, LedgerFlag::none, 75, "");
+        add(claude, TransactionKind::credit, LedgerFlag::none, 40, "Answered 100% of the review comments");
+        add(w.account("Cursor")->id, TransactionKind::debit, LedgerFlag::none,
+            w.account("Cursor")->balance + 35, "Deleted the staging database");
+        add(w.account("codex-cli")->id, TransactionKind::debit, LedgerFlag::none,
+            w.account("codex-cli")->balance, "Reset for the new quarter");
+        model.setSelectedAccountID(claude);
+        QVERIFY(w.waitForEntries(8));
+        QTRY_VERIFY_WITH_TIMEOUT(w.account("codex-cli")->balance == 0 && w.account("Cursor")->balance == -35,
+                                 kPatience);
+        w.window().resize(MainWindow::defaultSize);
+
+        const QString folder = QStringLiteral(TALLYWICK_SCREENSHOT_DIR);
+        QVERIFY(QDir().mkpath(folder));
+        const auto save = [&](QWidget* widget, const QString& name) {
+            QApplication::processEvents();
+            const QImage image = widget->grab().toImage();
+            QVERIFY(image.save(folder + "/" + name + ".png"));
+        };
+        const QPalette light = QApplication::style()->standardPalette();
+        for (const auto& [scheme, palette] :
+             {std::pair{QString("light"), light}, std::pair{QString("dark"), darkPalette()}}) {
+            QApplication::setPalette(palette);
+            w.sidebar().setFocus();
+            save(&w.window(), "records-" + scheme);
+
+            // The window follows the palette: its detail background is the palette's.
+            const QImage shot = w.window().grab().toImage();
+            const QColor corner = shot.pixelColor(shot.width() - 5, shot.height() - 5);
+            QVERIFY(qAbs(corner.lightness() - palette.color(QPalette::Window).lightness()) < 40);
+
+            auto* header = w.find<AccountHeaderView>("accountHeader");
+            w.find<QPushButton>("renameButton")->click();
+            QVERIFY(QTest::qWaitForWindowExposed(header->renameSheet()));
+            save(header->renameSheet(), "rename-sheet-" + scheme);
+            header->renameSheet()->reject();
+
+            w.clickRowButton(0, true);
+            QVERIFY(w.ledger().editingSheet());
+            QVERIFY(QTest::qWaitForWindowExposed(w.ledger().editingSheet()));
+            save(w.ledger().editingSheet(), "edit-sheet-" + scheme);
+            w.ledger().editingSheet()->reject();
+
+            w.find<QPushButton>("deleteAccountButton")->click();
+            QVERIFY(QTest::qWaitForWindowExposed(header->deleteConfirmation()));
+            save(header->deleteConfirmation(), "delete-confirmation-" + scheme);
+            header->deleteConfirmation()->reject();
+            QTRY_VERIFY(!header->deleteConfirmation());
+
+            model.setSelectedAccountID(std::nullopt);
+            save(&w.window(), "no-selection-" + scheme);
+            model.setSelectedAccountID(claude);
+        }
+        QApplication::setPalette(light);
+    }
+};
+
+QTEST_MAIN(ScreenshotTest)
+#include "ScreenshotTest.moc"
