@@ -12,9 +12,10 @@ AccessSettingsSection::AccessSettingsSection(AppModel& model, QWidget* parent)
     setObjectName(QStringLiteral("accessSettings"));
     toggle_->setObjectName(QStringLiteral("allowUnauthenticatedToggle"));
     // Explanatory paragraphs are shown as written.
-    addRow(rowWithNote(toggle_, QStringLiteral("When on, agents are identified automatically by their client info "
-                                               "and need no sign-up. When off, agents must call signUp/login before "
-                                               "they can read their record.")));
+    addRow(rowWithNote(toggle_,
+                       QStringLiteral("When on, agents are identified automatically by their client info "
+                                      "and need no sign-up. When off, agents must call signUp/login before "
+                                      "they can read their record.")));
     connect(toggle_, &SettingsToggle::flipRequested, this,
             [this](bool wanted) { model_.setAllowUnauthenticated(wanted); });
     connect(&model_, &AppModel::settingsChanged, this, &AccessSettingsSection::showSettings);

@@ -77,19 +77,18 @@ int ActivityView::frameInterval() const {
 }
 
 void ActivityView::logChanged() {
-    if (frame_.isActive()) {
-        behind_ = true;
-        return;
-    }
-    catchUp();
-    frame_.start(frameInterval());
+    ++changesBehind_;
+    // At once after a quiet spell; during a burst once a frame, also when
+    // the stream of events keeps the frame's timer from firing; and before
+    // so many records came in that the newest row shown has left the log,
+    // so that every record still goes in as a row of its own.
+    if (!frame_.isActive() || sinceCatchUp_.elapsed() >= frameInterval() ||
+        changesBehind_ >= AppModel::apiLogCapacity / 2)
+        catchUp();
 }
 
 void ActivityView::frameEnded() {
-    if (!behind_) return;
-    behind_ = false;
-    catchUp();
-    frame_.start(frameInterval());
+    if (changesBehind_ > 0) catchUp();
 }
 
 void ActivityView::catchUp() {
@@ -99,11 +98,14 @@ void ActivityView::catchUp() {
     const QPersistentModelIndex anchor(bar->value() > 0 ? list_->indexAt(QPoint(1, 1)) : QModelIndex());
     const int anchorTop = anchor.isValid() ? list_->visualRect(anchor).top() : 0;
     items_->follow(model_.apiLog());
-    if (anchor.isValid()) {
-        list_->doItemsLayout();
-        bar->setValue(bar->value() + list_->visualRect(anchor).top() - anchorTop);
-    }
+    // Laid out now rather than on the view's own timer, which a stream of
+    // events can hold off: what the next paint shows is the log as it is.
+    list_->doItemsLayout();
+    if (anchor.isValid()) bar->setValue(bar->value() + list_->visualRect(anchor).top() - anchorTop);
     title_->setText(tr("Live API Activity (%1)").arg(static_cast<qlonglong>(items_->rowCount())));
+    changesBehind_ = 0;
+    sinceCatchUp_.start();
+    frame_.start(frameInterval());
 }
 
 QWidget* makeActivityView(AppModel& model) {

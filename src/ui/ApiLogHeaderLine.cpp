@@ -4,6 +4,7 @@
 #include <QFontMetrics>
 #include <QLocale>
 #include <QPainter>
+#include <QtMath>
 #include <algorithm>
 
 #include <tallywick/AppStyle.h>
@@ -35,8 +36,14 @@ QString timeFormat(const QLocale& locale) {
     return format.simplified();
 }
 
+// Whole pixels that hold the text: a rounded-down width would make it elide itself.
+int advance(const QFont& font, const QString& text) {
+    return qCeil(QFontMetricsF(font).horizontalAdvance(text));
+}
+
 // One line of text in `area`, cut with an ellipsis when it does not fit, centred vertically.
-void drawText(QPainter& painter, const QRect& area, const QFont& font, const QColor& color, const QString& text) {
+void drawText(QPainter& painter, const QRect& area, const QFont& font, const QColor& color,
+              const QString& text) {
     if (text.isEmpty() || area.width() <= 0) return;
     painter.setFont(font);
     painter.setPen(color);
@@ -67,9 +74,10 @@ QString timeText(Date when) {
 }
 
 int height() {
-    static const int tallest = std::max({QFontMetrics(methodFont()).height(),
-                                         QFontMetrics(AppStyle::font(AppStyle::TextStyle::caption)).height(),
-                                         QFontMetrics(AppStyle::font(AppStyle::TextStyle::caption2)).height()});
+    static const int tallest =
+        std::max({QFontMetrics(methodFont()).height(),
+                  QFontMetrics(AppStyle::font(AppStyle::TextStyle::caption)).height(),
+                  QFontMetrics(AppStyle::font(AppStyle::TextStyle::caption2)).height()});
     return tallest;
 }
 
@@ -77,18 +85,19 @@ void paint(QPainter& painter, const QRect& line, const ApiLogEntry& entry, const
     static const QFont method = methodFont();
     static const QFont caption = AppStyle::font(AppStyle::TextStyle::caption);
     static const QFont caption2 = AppStyle::font(AppStyle::TextStyle::caption2);
-    const QString methodShown = methodText(entry), client = clientText(entry), time = timeText(entry.timestamp);
+    const QString methodShown = methodText(entry), client = clientText(entry),
+                  time = timeText(entry.timestamp);
 
     // The time always shows; the client's label gives way first, then the method.
-    const int timeWidth = QFontMetrics(caption2).horizontalAdvance(time);
+    const int timeWidth = advance(caption2, time);
     const int room = std::max(0, line.width() - timeWidth - spacing);
-    const int methodWidth = std::min(QFontMetrics(method).horizontalAdvance(methodShown), room);
-    const int clientWidth =
-        std::min(QFontMetrics(caption).horizontalAdvance(client), std::max(0, room - methodWidth - spacing));
+    const int methodWidth = std::min(advance(method, methodShown), room);
+    const int clientWidth = std::min(advance(caption, client), std::max(0, room - methodWidth - spacing));
 
     QRect area = line;
     area.setWidth(methodWidth);
-    drawText(painter, area, method, AppStyle::foreground(palette, AppStyle::Foreground::primary), methodShown);
+    drawText(painter, area, method, AppStyle::foreground(palette, AppStyle::Foreground::primary),
+             methodShown);
     area.translate(methodWidth + spacing, 0);
     area.setWidth(clientWidth);
     drawText(painter, area, caption, AppStyle::foreground(palette, AppStyle::Foreground::secondary), client);

@@ -1,6 +1,8 @@
 #include <tallywick/ApiLogItemModel.h>
 
 #include <QDateTime>
+#include <string_view>
+#include <unordered_set>
 
 #include <tallywick/KeyedRowUpdate.h>
 
@@ -36,8 +38,10 @@ ApiLogItemModel::Row ApiLogItemModel::makeRow(const ApiLogEntry& entry) {
 
 void ApiLogItemModel::follow(const std::vector<ApiLogEntry>& log) {
     if (followShift(log)) return;
+    if (followReplacement(log)) return;
     reshapeRowsByKey(
-        rows_, log, [](const Row& row) { return row.entry.id; }, [](const ApiLogEntry& entry) { return entry.id; },
+        rows_, log, [](const Row& row) { return row.entry.id; },
+        [](const ApiLogEntry& entry) { return entry.id; },
         [](const ApiLogEntry& entry) { return makeRow(entry); },
         RowChangeSignals{
             .beginRemove = [this](int first, int last) { beginRemoveRows({}, first, last); },
@@ -50,35 +54,58 @@ void ApiLogItemModel::follow(const std::vector<ApiLogEntry>& log) {
 }
 
 bool ApiLogItemModel::followShift(const std::vector<ApiLogEntry>& log) {
-    if (rows_.empty()) return false;
     std::size_t arrived = 0;
-    while (arrived < log.size() && log[arrived].id != rows_.front().entry.id) ++arrived;
+    if (rows_.empty()) {
+        arrived = log.size();
+    } else {
+        while (arrived < log.size() && log[arrived].id != rows_.front().entry.id) ++arrived;
+        if (arrived == log.size()) return false;
+    }
     const std::size_t kept = log.size() - arrived;
-    if (arrived == log.size() || kept > rows_.size()) return false;
+    if (kept > rows_.size()) return false;
     for (std::size_t i = 0; i < kept; ++i) {
         if (log[arrived + i].id != rows_[i].entry.id) return false;
     }
 
     // Oldest first, as the records came in: each goes in at the top and,
-    // while the list is over its new length, takes the bottom row with it.
-    std::size_t surplus = rows_.size() - kept;
+    // when that makes the list longer than the log, the bottom row goes.
     for (std::size_t i = arrived; i-- > 0;) {
         beginInsertRows({}, 0, 0);
         rows_.insert(rows_.begin(), makeRow(log[i]));
         endInsertRows();
-        if (surplus > 0) {
+        if (rows_.size() > log.size()) {
             const int last = static_cast<int>(rows_.size()) - 1;
             beginRemoveRows({}, last, last);
             rows_.pop_back();
             endRemoveRows();
-            --surplus;
         }
     }
-    if (surplus > 0) {
-        const int size = static_cast<int>(rows_.size());
-        beginRemoveRows({}, size - static_cast<int>(surplus), size - 1);
-        rows_.resize(rows_.size() - surplus);
+    // A snapshot that brought a shorter log.
+    if (rows_.size() > log.size()) {
+        beginRemoveRows({}, static_cast<int>(log.size()), static_cast<int>(rows_.size()) - 1);
+        rows_.resize(log.size());
         endRemoveRows();
+    }
+    return true;
+}
+
+bool ApiLogItemModel::followReplacement(const std::vector<ApiLogEntry>& log) {
+    std::unordered_set<std::string_view> incoming;
+    for (const ApiLogEntry& entry : log) incoming.insert(entry.id);
+    for (const Row& row : rows_) {
+        if (incoming.contains(row.entry.id)) return false;
+    }
+    // More came in than the log keeps, or a snapshot replaced it: no row stays.
+    if (!rows_.empty()) {
+        beginRemoveRows({}, 0, static_cast<int>(rows_.size()) - 1);
+        rows_.clear();
+        endRemoveRows();
+    }
+    if (!log.empty()) {
+        beginInsertRows({}, 0, static_cast<int>(log.size()) - 1);
+        rows_.reserve(log.size());
+        for (const ApiLogEntry& entry : log) rows_.push_back(makeRow(entry));
+        endInsertRows();
     }
     return true;
 }
@@ -113,7 +140,8 @@ QVariant ApiLogItemModel::data(const QModelIndex& index, int role) const {
 
 Qt::ItemFlags ApiLogItemModel::flags(const QModelIndex& index) const {
     // Rows can be selected, so that their payloads can be copied; nothing is edited.
-    return rowAt(index) ? Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren : Qt::NoItemFlags;
+    return rowAt(index) ? Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren
+                        : Qt::NoItemFlags;
 }
 
 }  // namespace tallywick

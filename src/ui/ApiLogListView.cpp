@@ -28,7 +28,8 @@ ApiLogListView::ApiLogListView(QWidget* parent) : QListView(parent) {
 
 QString ApiLogListView::selectedPayloads() const {
     QModelIndexList rows = selectionModel() ? selectionModel()->selectedRows() : QModelIndexList();
-    std::sort(rows.begin(), rows.end(), [](const QModelIndex& a, const QModelIndex& b) { return a.row() < b.row(); });
+    std::sort(rows.begin(), rows.end(),
+              [](const QModelIndex& a, const QModelIndex& b) { return a.row() < b.row(); });
     QStringList payloads;
     for (const QModelIndex& row : rows) payloads << row.data(ApiLogItemModel::PayloadRole).toString();
     return payloads.join(QLatin1Char('\n'));

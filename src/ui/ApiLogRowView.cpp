@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QTextLayout>
+#include <QtMath>
 #include <algorithm>
 
 #include <tallywick/ApiLogHeaderLine.h>
@@ -18,12 +19,14 @@ namespace tallywick {
 namespace {
 
 int textWidth(int rowWidth) {
-    return std::max(1, rowWidth - 2 * ApiLogRowView::sideInset - DirectionBadge::width - ApiLogRowView::badgeSpacing);
+    return std::max(
+        1, rowWidth - 2 * ApiLogRowView::sideInset - DirectionBadge::width - ApiLogRowView::badgeSpacing);
 }
 
 int rowWidthFor(const QStyleOptionViewItem& option) {
     // List views ask for sizes without a width; the row spans the viewport.
-    if (const auto* view = qobject_cast<const QAbstractItemView*>(option.widget)) return view->viewport()->width();
+    if (const auto* view = qobject_cast<const QAbstractItemView*>(option.widget))
+        return view->viewport()->width();
     return option.rect.width();
 }
 
@@ -92,14 +95,24 @@ QStringList ApiLogRowView::payloadLines(const QString& payload, bool cut, int ro
 }
 
 int ApiLogRowView::payloadLineCount(const QString& payload, bool cut, int rowWidth) {
+    // Counted without laying the text out where that is certain, so that a
+    // burst of new rows is measured quickly: two line breaks make three lines.
+    int breaks = 0;
+    bool plain = true;  // printable ASCII only: every glyph one advance wide in a fixed-pitch font
+    for (const QChar c : payload) {
+        if (isLineBreak(c) && ++breaks == 2) return maxPayloadLines;
+        plain = plain && c.unicode() >= 0x20 && c.unicode() < 0x7f;
+    }
     static const QFont font = AppStyle::monospacedSmall();
     static const bool fixedPitch = QFontInfo(font).fixedPitch();
-    static const int advance = QFontMetrics(font).horizontalAdvance(QLatin1Char('0'));
-    if (fixedPitch && !cut && payload.size() * advance <= textWidth(rowWidth)) {
-        const bool plainLine = std::all_of(payload.begin(), payload.end(), [](QChar c) {
-            return c.unicode() >= 0x20 && c.unicode() < 0x7f;
-        });
-        if (plainLine) return 1;
+    static const qreal advance = QFontMetricsF(font).horizontalAdvance(QLatin1Char('0'));
+    if (fixedPitch && plain && advance >= 1) {
+        // Bounds either side of however the glyphs' advances are rounded.
+        const qsizetype atMost = textWidth(rowWidth) / qFloor(advance);
+        const qsizetype atLeast = textWidth(rowWidth) / qCeil(advance);
+        // Wrapping at words only ever takes more lines than wrapping anywhere.
+        if (cut || payload.size() > 2 * atMost) return maxPayloadLines;
+        if (payload.size() <= atLeast) return 1;
     }
     return static_cast<int>(payloadLines(payload, cut, rowWidth).size());
 }
@@ -116,7 +129,8 @@ QSize ApiLogRowView::sizeHint(const QStyleOptionViewItem& option, const QModelIn
     return {0, rowHeight(row->payloadLines)};
 }
 
-void ApiLogRowView::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
+void ApiLogRowView::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const {
     const auto* items = qobject_cast<const ApiLogItemModel*>(index.model());
     const ApiLogItemModel::Row* row = items ? items->rowAt(index) : nullptr;
     if (!row) return;

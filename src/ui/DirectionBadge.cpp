@@ -19,7 +19,7 @@ std::string_view symbolName(Direction direction) {
 
 QColor color(Direction direction, const QPalette& palette) {
     switch (direction) {
-        case Direction::request: return AppStyle::bonusColor(palette);  // the system blue
+        case Direction::request: return AppStyle::bonusColor(palette);    // the system blue
         case Direction::response: return AppStyle::creditColor(palette);  // the system green
         case Direction::notification: break;
     }
@@ -28,8 +28,8 @@ QColor color(Direction direction, const QPalette& palette) {
 }
 
 QRect symbolRect(const QRect& frame) {
-    // A symbol in the caption text style is as tall as that style's capitals and a little more.
-    const int side = QFontMetrics(AppStyle::font(AppStyle::TextStyle::caption)).height() - 2;
+    // A symbol in the caption text style: as tall as a line of it.
+    const int side = QFontMetrics(AppStyle::font(AppStyle::TextStyle::caption)).height();
     return {frame.left() + (frame.width() - side) / 2, frame.top() + topPadding, side, side};
 }
 

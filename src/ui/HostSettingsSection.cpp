@@ -58,10 +58,9 @@ void HostSettingsSection::registerLoginItem() {
 void HostSettingsSection::showConnection() {
     const bool connected = model_.isConnected();
     status_->setText(connected ? tr("Connected") : tr("Offline"));
-    status_->setTint(connected ? AppStyle::Tint([](const QPalette& palette) {
-        return AppStyle::connectedColor(palette);
-    })
-                               : AppStyle::tint(AppStyle::Foreground::secondary));
+    status_->setTint(
+        connected ? AppStyle::Tint([](const QPalette& palette) { return AppStyle::connectedColor(palette); })
+                  : AppStyle::tint(AppStyle::Foreground::secondary));
 }
 
 void HostSettingsSection::showVersion() {

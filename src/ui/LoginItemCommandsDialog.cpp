@@ -17,8 +17,9 @@ LoginItemCommandsDialog::LoginItemCommandsDialog(const QStringList& commands, QW
     setWindowTitle(tr("Login Item"));
 
     auto* explanation = new StyledLabel(AppStyle::TextStyle::body, AppStyle::Foreground::primary);
-    explanation->setText(tr("The host's login item is turned off. To turn it back on, run these commands in a "
-                            "terminal:"));
+    explanation->setText(
+        tr("The host's login item is turned off. To turn it back on, run these commands in a "
+           "terminal:"));
     explanation->setWordWrap(true);
 
     auto* lines = new QPlainTextEdit(commands.join(QLatin1Char('\n')));

@@ -15,9 +15,10 @@ NewAccountSettingsSection::NewAccountSettingsSection(AppModel& model, QWidget* p
     field_->setAccessibleName(tr("Starting points"));
     field_->setFixedWidth(fieldWidth);
     field_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    addRow(rowWithNote(labelledRow(tr("Starting points"), field_),
-                       QStringLiteral("Each new account is seeded with this many points as its opening entry. "
-                                      "Existing accounts are unaffected.")));
+    addRow(
+        rowWithNote(labelledRow(tr("Starting points"), field_),
+                    QStringLiteral("Each new account is seeded with this many points as its opening entry. "
+                                   "Existing accounts are unaffected.")));
     // Return, and leaving the field after a change.
     connect(field_, &QLineEdit::editingFinished, this, &NewAccountSettingsSection::commit);
     connect(&model_, &AppModel::settingsChanged, this, &NewAccountSettingsSection::settingsChanged);

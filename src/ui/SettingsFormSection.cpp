@@ -51,7 +51,8 @@ SettingsFormSection::SettingsFormSection(const QString& title, QWidget* parent)
     : QWidget(parent), card_(new Card), rows_(new QVBoxLayout(card_)) {
     rows_->setContentsMargins(0, 0, 0, 0);
     rows_->setSpacing(0);
-    auto* heading = new StyledLabel(AppStyle::sectionTitleFont(), AppStyle::tint(AppStyle::Foreground::primary));
+    auto* heading =
+        new StyledLabel(AppStyle::sectionTitleFont(), AppStyle::tint(AppStyle::Foreground::primary));
     heading->setText(title);
     heading->setContentsMargins(2, 0, 0, 0);
     auto* column = new QVBoxLayout(this);

@@ -28,7 +28,8 @@ QSize SettingsToggle::sizeHint() const {
 }
 
 QRect SettingsToggle::switchRect() const {
-    return {width() - kSwitch.width() - 2, (height() - kSwitch.height()) / 2, kSwitch.width(), kSwitch.height()};
+    return {width() - kSwitch.width() - 2, (height() - kSwitch.height()) / 2, kSwitch.width(),
+            kSwitch.height()};
 }
 
 void SettingsToggle::nextCheckState() {

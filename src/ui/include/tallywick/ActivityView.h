@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QTimer>
 #include <QWidget>
+#include <cstddef>
 
 class QLabel;
 
@@ -41,7 +43,8 @@ private:
     ApiLogItemModel* items_;
     ApiLogRowView* rows_;
     QTimer frame_;
-    bool behind_ = false;  // the log changed during the current frame
+    QElapsedTimer sinceCatchUp_;
+    std::size_t changesBehind_ = 0;  // changes of the log since the rows last caught up
 };
 
 // The pane as the main window's tab shows it.

@@ -52,8 +52,11 @@ public:
 
 private:
     static Row makeRow(const ApiLogEntry& entry);
-    // The common case: records arrived at the top, the oldest fell off the end.
+    // The common case: records arrived at the top (all of them, into an
+    // empty list), the oldest fell off the end.
     bool followShift(const std::vector<ApiLogEntry>& log);
+    // No record stays: the rows go and come as two blocks.
+    bool followReplacement(const std::vector<ApiLogEntry>& log);
 
     std::vector<Row> rows_;
 };

@@ -22,9 +22,10 @@ public:
     // The form's column grows no wider than this, centred in wider panes.
     static constexpr int maximumFormWidth = 720;
 
-    explicit SettingsPaneView(AppModel& model,
-                              RegistrationController::LoginItemFactory loginItem = RegistrationController::standardItem,
-                              QWidget* parent = nullptr);
+    explicit SettingsPaneView(
+        AppModel& model,
+        RegistrationController::LoginItemFactory loginItem = RegistrationController::standardItem,
+        QWidget* parent = nullptr);
 
     AccessSettingsSection& access() const { return *access_; }
     NewAccountSettingsSection& newAccounts() const { return *newAccounts_; }
