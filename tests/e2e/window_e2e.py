@@ -190,6 +190,16 @@ def keep_screenshot(fbdir, target):
     open(target, "wb").write(png)
 
 
+def finished(pid):
+    """Dead with its files closed: a zombie or gone. (A process loses its
+    executable link before its files, so the lock may outlive the link.)"""
+    try:
+        state = open(f"/proc/{pid}/stat").read().rsplit(")", 1)[1].split()[0]
+    except (OSError, IndexError):
+        return True
+    return state in ("Z", "X")
+
+
 def host_pids():
     own = os.path.realpath(os.path.join(BIN, "tallywick-host"))
     pids = []
@@ -242,9 +252,10 @@ def main():
     print("an entry typed in the window reached getBalance: %d" % (start + 125))
 
     # 4. The host dies and comes back; the next command in the window reaches it.
-    for pid in host_pids():
+    killed = host_pids()
+    for pid in killed:
         os.kill(pid, signal.SIGKILL)
-    wait_for("the host to be gone", lambda: not host_pids(), 10)
+    wait_for("the host to be gone", lambda: all(finished(pid) for pid in killed), 10)
     spawn([os.path.join(BIN, "tallywick-host")], env, os.path.join(SCRATCH, "host-again.log"))
     wait_for("the host again", host_pids, 10)
     time.sleep(0.5)
