@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include <tallywick/RegistrationController.h>
+#include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>
 #include <tallywick/TallywickApp.h>
 #include <tallywick/TallywickVersion.h>
@@ -37,7 +38,8 @@ int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView) 
                 "  --register-and-exit  register the host's login item and exit: 0 registered,\n"
                 "                       2 blocked by the user, 1 failed\n"
                 "  --version            print the version and exit\n"
-                "  --help               print this text and exit\n");
+                "  --help               print this text and exit\n\n");
+            std::fputs(runtimeDirectoryHelp(runtimeDirectoryPath()).c_str(), stdout);
             return 0;
         }
     }

@@ -3,8 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "ChildProcess.h"
-#include "HostLauncher.h"
+#include <tallywick/ChildProcess.h>
+#include <tallywick/HostLauncher.h>
 #include "TextFile.h"
 
 namespace tallywick {

@@ -10,7 +10,7 @@
 #include <tallywick/ServiceIdentity.h>
 #include <tallywick/SystemdLoginItem.h>
 
-#include "ChildProcess.h"
+#include <tallywick/ChildProcess.h>
 
 namespace tallywick {
 namespace {

@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include <tallywick/AutostartLoginItem.h>
+#include <tallywick/ChildProcess.h>
 #include <tallywick/SystemdLoginItem.h>
 
 namespace tallywick::RegistrationController {
@@ -112,15 +113,7 @@ void registerQuietly(LoginItem& item) {
 }
 
 std::string hostExecutablePath() {
-    std::filesystem::path folder;
-    if (QCoreApplication::instance()) {
-        folder = QCoreApplication::applicationDirPath().toStdString();
-    } else {
-        // Headless registration runs before any application object exists.
-        std::error_code error;
-        folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    }
-    return (folder / "tallywick-host").string();
+    return ChildProcess::siblingExecutable("tallywick-host");
 }
 
 std::string failureLine(std::string_view reason) {

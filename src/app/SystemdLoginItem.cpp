@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "ChildProcess.h"
-#include "HostLauncher.h"
+#include <tallywick/ChildProcess.h>
+#include <tallywick/HostLauncher.h>
 #include "TextFile.h"
 
 namespace tallywick {

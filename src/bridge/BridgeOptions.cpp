@@ -12,10 +12,10 @@ const char* BridgeOptions::usage() {
            "\n"
            "Connects an agent's Model Context Protocol client to the Tallywick host:\n"
            "JSON-RPC messages, one a line, on stdin and stdout; logs on stderr.\n"
-           "An agent's client starts it as a stdio server.\n"
+           "An agent's client starts it as a stdio server. When no host runs, the\n"
+           "first request starts one (waiting up to 5 s).\n"
            "\n"
-           "  --runtime-dir DIR  where the host's socket is (default: $TALLYWICK_RUNTIME_DIR,\n"
-           "                     else $XDG_RUNTIME_DIR/tallywick, else /tmp/tallywick-UID)\n"
+           "  --runtime-dir DIR  where the host's socket is\n"
            "  --version          print the version and exit\n"
            "  --help             print this text and exit\n";
 }
@@ -25,13 +25,14 @@ std::variant<BridgeOptions, std::string> BridgeOptions::parse(const std::vector<
     std::optional<std::string> runtime;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];
+        // Help and version still resolve the folders, which help shows.
         if (argument == "--help" || argument == "-h") {
             options.action = Action::help;
-            return options;
+            continue;
         }
         if (argument == "--version") {
-            options.action = Action::version;
-            return options;
+            if (options.action != Action::help) options.action = Action::version;
+            continue;
         }
         std::string value;
         if (argument.rfind("--runtime-dir=", 0) == 0) {

@@ -1,5 +1,6 @@
 #include "BridgeSession.h"
 
+#include <tallywick/HostLauncher.h>
 #include <tallywick/RuntimeDirectory.h>
 
 #include "AgentLine.h"
@@ -69,11 +70,26 @@ void BridgeSession::close() {
 // The current connection, or a new one with the session replayed on it when
 // there is none. Calls are queued on a connection while it is still connecting.
 std::shared_ptr<LinkConnection> BridgeSession::linkFor(const std::string& line) {
+    {
+        std::lock_guard lock(mutex_);
+        if (link_) return link_;
+    }
+    // Outside the lock, so earlier lines are still answered while a host
+    // starts. Only this thread opens links, so none appears meanwhile.
+    startHostIfNeeded();
     std::lock_guard lock(mutex_);
-    if (link_) return link_;
     link_ = open();
     if (link_) replay(link_, line);
     return link_;
+}
+
+void BridgeSession::startHostIfNeeded() {
+    const auto runtime = prepareRuntimeDirectory(config_.runtimeDirectory);
+    if (!runtime.usable()) return;  // open() reports it
+    const auto launcher = HostLauncher::forClient(runtime.path);
+    if (launcher.running()) return;
+    if (auto problem = launcher.ensureRunning()) report("no host was running and none could be started: " + *problem);
+    else report("no host was running: started " + launcher.hostPath());
 }
 
 std::shared_ptr<LinkConnection> BridgeSession::open() {

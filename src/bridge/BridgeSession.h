@@ -21,8 +21,9 @@ namespace tallywick {
 // replies and pushed notifications go to the output in the order the host
 // sends them. The connection is opened on the first line and again on the
 // next line after it is lost, replaying the session's handshake and login
-// first. A request that cannot reach the host is answered with an error
-// line, so the agent never waits for nothing.
+// first; when no host runs then, one is started on demand. A request that
+// cannot reach the host is answered with an error line, so the agent never
+// waits for nothing.
 class BridgeSession : public std::enable_shared_from_this<BridgeSession> {
 public:
     struct Config {
@@ -49,6 +50,7 @@ private:
     using Request = std::shared_ptr<const std::string>;
 
     std::shared_ptr<LinkConnection> linkFor(const std::string& line);
+    void startHostIfNeeded();  // a host on demand, waiting for it up to 5 s
     std::shared_ptr<LinkConnection> open();
     void replay(const std::shared_ptr<LinkConnection>& link, const std::string& line);
     void answered(const Request& request, std::string reply);

@@ -5,7 +5,10 @@
 #include <iostream>
 #include <string>
 
+#include <tallywick/AgentClientConfig.h>
+#include <tallywick/ChildProcess.h>
 #include <tallywick/IoThread.h>
+#include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>
 #include <tallywick/TallywickVersion.h>
 
@@ -37,7 +40,11 @@ int main(int argc, char** argv) {
     }
     const auto& options = std::get<BridgeOptions>(parsed);
     switch (options.action) {
-        case BridgeOptions::Action::help: std::cout << BridgeOptions::usage(); return 0;
+        case BridgeOptions::Action::help:
+            std::cout << BridgeOptions::usage() << "\n"
+                      << runtimeDirectoryHelp(options.runtimeDirectory) << "\n"
+                      << AgentClientConfig::instructions(ChildProcess::siblingExecutable("tallywick-bridge"));
+            return 0;
         case BridgeOptions::Action::version:
             std::cout << "tallywick-bridge " << TallywickVersion::displayString << "\n";
             return 0;

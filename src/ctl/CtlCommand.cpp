@@ -118,8 +118,8 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
     if (auto* problem = std::get_if<std::string>(&parsed)) return *problem;
     const Arguments& a = std::get<Arguments>(parsed);
 
-    if (topic == "snapshot" || topic == "events") {
-        command.kind = topic == "snapshot" ? Kind::snapshot : Kind::events;
+    if (topic == "snapshot" || topic == "events" || topic == "agent-config") {
+        command.kind = topic == "snapshot" ? Kind::snapshot : topic == "events" ? Kind::events : Kind::agentConfig;
         if (auto problem = expectCount(a, 0, topic); !problem.empty()) return problem;
     } else if (topic == "entry add") {
         command.kind = Kind::addEntry;
@@ -219,6 +219,11 @@ std::string CtlCommand::helpText(const std::string& topic) {
         {"events",
          "usage: tallywickctl events\n\n"
          "Follows the host's events, one JSON line each, until interrupted.\n"},
+        {"agent-config",
+         "usage: tallywickctl [--json] agent-config\n\n"
+         "Prints what an agent's MCP client needs to launch tallywick-bridge: the\n"
+         "\"mcpServers\" block for its configuration file and the one-line form for\n"
+         "clients that add servers from the command line. With --json, only the block.\n"},
     };
     if (auto found = texts.find(topic); found != texts.end()) return found->second;
     return "usage: tallywickctl [--json] [--runtime-dir DIR] COMMAND [ARGUMENTS]\n"
@@ -235,14 +240,15 @@ std::string CtlCommand::helpText(const std::string& topic) {
            "  settings allow-unauthenticated on|off      identify agents by client information\n"
            "  settings starting-points N                 opening credit of new accounts\n"
            "  events                                     follow the host's events\n"
+           "  agent-config                               how an agent's MCP client launches the bridge\n"
            "  help [COMMAND]                             this text, or a command's\n"
            "\n"
            "Options:\n"
            "  --json             print the host's JSON instead of tables\n"
-           "  --runtime-dir DIR  where the host's socket is (default: $TALLYWICK_RUNTIME_DIR,\n"
-           "                     else $XDG_RUNTIME_DIR/tallywick)\n"
+           "  --runtime-dir DIR  where the host's socket is\n"
            "  --version          print the version\n"
            "\n"
+           "When no host runs, one is started (waiting up to 5 s).\n"
            "Exit status: 0 done, 1 the host refused (its reason on stderr), 2 usage error,\n"
            "3 the host cannot be reached.\n";
 }

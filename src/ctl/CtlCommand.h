@@ -21,6 +21,7 @@ struct CtlCommand {
         setAllowUnauthenticated,
         setStartingPoints,
         events,
+        agentConfig,
         help,
         version,
     };

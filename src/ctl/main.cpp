@@ -1,12 +1,16 @@
 // tallywickctl: the host's control requests for scripts and terminals.
 #include <pthread.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <thread>
 
+#include <tallywick/AgentClientConfig.h>
+#include <tallywick/ChildProcess.h>
 #include <tallywick/EventLoop.h>
+#include <tallywick/HostLauncher.h>
 #include <tallywick/IoThread.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>
@@ -50,7 +54,9 @@ private:
 };
 
 int hostUnreachable() {
-    std::cerr << "tallywickctl: the Tallywick host cannot be reached (is tallywick-host running?)\n";
+    // The host accepted connections a moment ago (checked before sending).
+    std::cerr << "tallywickctl: the Tallywick host ended the connection before it answered; "
+                 "its log says why (journalctl --user or the host's stderr)\n";
     return unreachable;
 }
 
@@ -92,9 +98,26 @@ int followEvents(Session& session, const StopSignals& stop) {
     return status;
 }
 
+// A host on demand, as the desktop manager would start it; says why not.
+std::optional<std::string> hostProblem(const std::string& runtimeDirectory) {
+    const auto runtime = checkRuntimeDirectory(runtimeDirectory);
+    // A missing folder is made by the host we start; a wrong one is never used.
+    if (!runtime.usable() && ::access(runtimeDirectory.c_str(), F_OK) == 0)
+        return "the runtime folder " + runtimeDirectory + " is unsafe (" + runtime.problem +
+               "); fix or remove it, or name another with --runtime-dir";
+    if (auto problem = HostLauncher::forClient(runtimeDirectory).ensureRunning())
+        return "no Tallywick host is running and none could be started: " + *problem;
+    return std::nullopt;
+}
+
 int run(const CtlCommand& command, const StopSignals& stop) {
+    const std::string runtimeDirectory = command.runtimeDirectory.value_or(runtimeDirectoryPath());
+    if (auto problem = hostProblem(runtimeDirectory)) {
+        std::cerr << "tallywickctl: " << *problem << "\n";
+        return unreachable;
+    }
     ControlEndpoint endpoint = ControlEndpoint::standard();
-    if (command.runtimeDirectory) endpoint.path = endpointPath(*command.runtimeDirectory);
+    endpoint.path = endpointPath(runtimeDirectory);
     Session session(endpoint);
     session.client().onEvent = [](ControlEvent) {};
     session.client().onConnectionChange = [](bool) {};
@@ -147,6 +170,7 @@ int run(const CtlCommand& command, const StopSignals& stop) {
             return report(session.send(ControlRequest::setStartingPoints(command.points)), command.json,
                           "New accounts start with " + std::to_string(command.points) + " points.");
         case Kind::events: return followEvents(session, stop);
+        case Kind::agentConfig:
         case Kind::help:
         case Kind::version: break;
     }
@@ -169,6 +193,13 @@ int main(int argc, char** argv) {
     }
     if (command.kind == CtlCommand::Kind::help) {
         std::cout << CtlCommand::helpText(command.helpTopic);
+        if (command.helpTopic.empty())
+            std::cout << "\n" << runtimeDirectoryHelp(command.runtimeDirectory.value_or(runtimeDirectoryPath()));
+        return done;
+    }
+    if (command.kind == CtlCommand::Kind::agentConfig) {
+        const std::string bridge = ChildProcess::siblingExecutable("tallywick-bridge");
+        std::cout << (command.json ? AgentClientConfig::mcpServersJson(bridge) : AgentClientConfig::instructions(bridge));
         return done;
     }
     const int status = run(command, stop);

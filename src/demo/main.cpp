@@ -8,24 +8,14 @@
 #include <iostream>
 #include <string>
 
+#include <tallywick/ChildProcess.h>
+#include <tallywick/RuntimeDirectory.h>
 #include <tallywick/TallywickVersion.h>
 
 #include "DemoOptions.h"
 #include "DemoRunner.h"
 
 using namespace tallywick;
-
-namespace {
-
-// The programs of one build or installation sit side by side.
-std::string bridgeBesideUs() {
-    std::error_code error;
-    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (error) return "tallywick-bridge";
-    return (self.parent_path() / "tallywick-bridge").string();
-}
-
-}  // namespace
 
 int main(int argc, char** argv) {
     auto parsed = DemoOptions::parse({argv + 1, argv + argc});
@@ -35,14 +25,17 @@ int main(int argc, char** argv) {
     }
     const auto& options = std::get<DemoOptions>(parsed);
     switch (options.action) {
-        case DemoOptions::Action::help: std::cout << DemoOptions::usage(); return 0;
+        case DemoOptions::Action::help:
+            std::cout << DemoOptions::usage() << "\n"
+                      << runtimeDirectoryHelp(options.runtimeDirectory.value_or(runtimeDirectoryPath()));
+            return 0;
         case DemoOptions::Action::version:
             std::cout << "tallywick-demo " << TallywickVersion::displayString << "\n";
             return 0;
         case DemoOptions::Action::run: break;
     }
 
-    const std::string bridge = options.bridgePath.empty() ? bridgeBesideUs() : options.bridgePath;
+    const std::string bridge = options.bridgePath.empty() ? ChildProcess::siblingExecutable("tallywick-bridge") : options.bridgePath;
     if (::access(bridge.c_str(), X_OK) != 0 || std::filesystem::is_directory(bridge)) {
         std::cerr << "tallywick-demo: no tallywick-bridge at " << bridge
                   << " (build it, or name it with --bridge PATH)\n";
@@ -70,7 +63,7 @@ int main(int argc, char** argv) {
         case DemoRunner::Result::stopped: return 0;
         case DemoRunner::Result::hostMissing:
             std::cerr << "tallywick-demo: " << runner.problem()
-                      << " (runtime folder: " << options.runtimeDirectory.value_or("the default")
+                      << " (runtime folder: " << options.runtimeDirectory.value_or(runtimeDirectoryPath())
                       << "); start tallywick-host first\n";
             return 1;
         case DemoRunner::Result::handshakeRefused:

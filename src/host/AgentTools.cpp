@@ -24,11 +24,11 @@ AgentTools::Result accountResult(const Account& account) {
     writer.integer(account.balance);
     writer.endObject();
     if (auto text = std::move(writer).finish()) return {std::move(*text), false};
-    return AgentTools::failure("internalError", "The account could not be written");
+    return AgentTools::failure(ToolErrorCode::internalError, "The account could not be written");
 }
 
 AgentTools::Result invalidArguments(const McpFields& arguments) {
-    return AgentTools::failure("invalidArguments", *arguments.problem());
+    return AgentTools::failure(ToolErrorCode::invalidArguments, *arguments.problem());
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -67,18 +67,18 @@ AgentTools::Result AgentTools::signUp(McpFields& arguments, AgentSession& sessio
     if (!arguments.ok()) return invalidArguments(arguments);
     const auto keyLength = codePointCount(*key);
     if (keyLength < minimumKeyLength || keyLength > maximumKeyLength) {
-        return failure("invalidKey", "The key must be 8 to 1024 characters long");
+        return failure(ToolErrorCode::invalidKey, "The key must be 8 to 1024 characters long");
     }
     std::string displayName(trimmed(requestedName.value_or("")));
     if (codePointCount(displayName) > maximumNameLength) {
-        return failure("invalidArguments", "displayName must be at most 100 characters long");
+        return failure(ToolErrorCode::invalidArguments, "displayName must be at most 100 characters long");
     }
     if (displayName.empty()) displayName = defaultDisplayName();
 
     const auto hash = hasher_.hash(*key);
-    if (!hash) return failure("internalError", "The key could not be hashed; try again");
+    if (!hash) return failure(ToolErrorCode::internalError, "The key could not be hashed; try again");
     auto outcome = store_.createCredentialAccount(displayName, *hash, now);
-    if (auto* failed = std::get_if<Failure>(&outcome)) return failure("internalError", failed->reason);
+    if (auto* failed = std::get_if<Failure>(&outcome)) return failure(ToolErrorCode::internalError, failed->reason);
     const auto& account = std::get<Account>(outcome);
     effects.dataChanged = true;
     effects.changedAccounts.push_back(account.id);
@@ -105,7 +105,7 @@ AgentTools::Result AgentTools::login(McpFields& arguments, AgentSession& session
         static const std::string decoy = hasher_.hash("tallywick decoy key").value_or("");
         hasher_.verify(decoy, *key);
     }
-    if (!valid) return failure("invalidCredentials", "Unknown accountId or wrong key");
+    if (!valid) return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
     AgentBinding::bind(session, account->id, true, effects);
     AgentBinding(store_).recordClientInfo(session, *account, effects);
     return accountResult(*account);
@@ -116,7 +116,7 @@ AgentTools::Result AgentTools::getBalance(McpFields& arguments, AgentSession& se
     arguments.allowOnly({});
     if (!arguments.ok()) return invalidArguments(arguments);
     const auto account = AgentBinding(store_).readableAccount(session, now, effects);
-    if (!account) return failure("notSignedIn", notSignedInMessage);
+    if (!account) return failure(ToolErrorCode::notSignedIn, notSignedInMessage);
     return accountResult(*account);
 }
 
@@ -126,12 +126,12 @@ AgentTools::Result AgentTools::getHistory(McpFields& arguments, AgentSession& se
     const auto limit = arguments.integer("limit").value_or(20);
     const auto before = arguments.string("before");
     if (!arguments.ok()) return invalidArguments(arguments);
-    if (limit < 1 || limit > 100) return failure("invalidArguments", "limit must be from 1 to 100");
+    if (limit < 1 || limit > 100) return failure(ToolErrorCode::invalidArguments, "limit must be from 1 to 100");
     const auto account = AgentBinding(store_).readableAccount(session, now, effects);
-    if (!account) return failure("notSignedIn", notSignedInMessage);
+    if (!account) return failure(ToolErrorCode::notSignedIn, notSignedInMessage);
     auto page = history(*account, static_cast<int>(limit),
                         before ? std::optional<std::string>(*before) : std::nullopt);
-    if (auto* failed = std::get_if<Failure>(&page)) return failure("invalidArguments", failed->reason);
+    if (auto* failed = std::get_if<Failure>(&page)) return failure(ToolErrorCode::invalidArguments, failed->reason);
     return {std::move(std::get<std::string>(page)), false};
 }
 
@@ -200,13 +200,13 @@ std::string AgentTools::callResult(const Result& result) {
     return writer.text();
 }
 
-AgentTools::Result AgentTools::failure(std::string_view code, std::string_view message) {
+AgentTools::Result AgentTools::failure(ToolErrorCode code, std::string_view message) {
     JsonWriter writer;
     writer.beginObject();
     writer.key("error");
     writer.beginObject();
     writer.key("code");
-    writer.string(code);
+    writer.string(rawValue(code));
     writer.key("message");
     writer.string(message);
     writer.endObject();

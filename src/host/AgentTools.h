@@ -9,6 +9,7 @@
 #include "AgentSession.h"
 #include "McpFields.h"
 #include "Outcome.h"
+#include "ToolErrorCode.h"
 
 namespace tallywick {
 
@@ -38,7 +39,7 @@ public:
 
     // The "tools/call" result that carries a tool's result.
     static std::string callResult(const Result& result);
-    static Result failure(std::string_view code, std::string_view message);
+    static Result failure(ToolErrorCode code, std::string_view message);
 
     static constexpr std::size_t minimumKeyLength = 8;
     static constexpr std::size_t maximumKeyLength = 1024;

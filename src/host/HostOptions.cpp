@@ -41,9 +41,9 @@ const char* HostOptions::usage() {
            "desktop manager, tallywickctl and tallywick-bridge.\n"
            "\n"
            "  --database PATH    the ledger database (default: $TALLYWICK_DATA_DIR/ledger.sqlite3,\n"
-           "                     else $XDG_DATA_HOME/tallywick/ledger.sqlite3)\n"
-           "  --runtime-dir DIR  the folder for the socket and lock (default: $TALLYWICK_RUNTIME_DIR,\n"
-           "                     else $XDG_RUNTIME_DIR/tallywick)\n"
+           "                     else $XDG_DATA_HOME/tallywick/ledger.sqlite3, else\n"
+           "                     ~/.local/share/tallywick/ledger.sqlite3)\n"
+           "  --runtime-dir DIR  the folder for the socket and lock\n"
            "  --version          print the version and exit\n"
            "  --help             print this text and exit\n";
 }
@@ -53,13 +53,14 @@ std::variant<HostOptions, std::string> HostOptions::parse(const std::vector<std:
     std::optional<std::string> database, runtime;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];
+        // Help and version still resolve the folders, which help shows.
         if (argument == "--help" || argument == "-h") {
             options.action = Action::help;
-            return options;
+            continue;
         }
         if (argument == "--version") {
-            options.action = Action::version;
-            return options;
+            if (options.action != Action::help) options.action = Action::version;
+            continue;
         }
         std::optional<std::string>* target = nullptr;
         std::string name = argument, value;

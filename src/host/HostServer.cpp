@@ -1,12 +1,11 @@
 #include "HostServer.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <future>
 #include <set>
 
@@ -31,33 +30,39 @@ constexpr auto drainLimit = std::chrono::seconds(2);
 
 std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::start(const Config& config) {
     const auto runtime = prepareRuntimeDirectory(config.runtimeDirectory);
-    if (!runtime.usable()) return StartFailure{.message = runtime.problem};
+    if (!runtime.usable()) return StartFailure{.message = runtime.path + ": " + runtime.problem};
 
-    const std::string lockPath = runtime.path + "/host.lock";
-    const int lockFd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (lockFd < 0) return StartFailure{.message = "cannot open " + lockPath + ": " + std::strerror(errno)};
-    if (::flock(lockFd, LOCK_EX | LOCK_NB) != 0) {
-        const int error = errno;
-        ::close(lockFd);
-        if (error == EWOULDBLOCK)
-            return StartFailure{.alreadyRunning = true, .message = "another host is already running for this user"};
-        return StartFailure{.message = "cannot lock " + lockPath + ": " + std::strerror(error)};
+    auto userLock = HostLock::acquire(runtime.path + "/host.lock", std::to_string(::getpid()));
+    if (auto* refused = std::get_if<HostLock::Refused>(&userLock)) {
+        if (!refused->heldByOther) return StartFailure{.message = refused->reason};
+        return StartFailure{.alreadyRunning = true,
+                            .message = "another host is already running for this user in " + runtime.path};
+    }
+
+    // Two hosts on one file would each keep balances of their own.
+    if (auto problem = createPrivateFolders(std::filesystem::path(config.databasePath).parent_path()))
+        return StartFailure{.message = *problem};
+    auto databaseLock = HostLock::acquire(config.databasePath + ".lock", runtime.path);
+    if (auto* refused = std::get_if<HostLock::Refused>(&databaseLock)) {
+        if (!refused->heldByOther) return StartFailure{.message = refused->reason};
+        return StartFailure{.message = "another host already serves " + config.databasePath +
+                                       (refused->note.empty() ? std::string()
+                                                              : " (its runtime folder: " + refused->note + ")") +
+                                       "; stop it first, or give this one another --database"};
     }
 
     auto opened = LedgerStore::open(config.databasePath);
-    if (auto* problem = std::get_if<std::string>(&opened)) {
-        ::close(lockFd);
-        return StartFailure{.message = *problem};
-    }
+    if (auto* problem = std::get_if<std::string>(&opened)) return StartFailure{.message = *problem};
     std::unique_ptr<HostServer> server(new HostServer(
-        lockFd, std::move(std::get<std::unique_ptr<LedgerStore>>(opened)), endpointPath(runtime.path)));
+        Locks{std::move(std::get<HostLock>(userLock)), std::move(std::get<HostLock>(databaseLock))},
+        std::move(std::get<std::unique_ptr<LedgerStore>>(opened)), endpointPath(runtime.path)));
     if (auto problem = server->listen(config.callerRequirement)) return StartFailure{.message = *problem};
     server->run(std::max(1, config.ioThreads));
     return server;
 }
 
-HostServer::HostServer(int lockFd, std::unique_ptr<LedgerStore> store, std::string endpoint)
-    : lockFd_(lockFd),
+HostServer::HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::string endpoint)
+    : locks_(std::move(locks)),
       endpoint_(std::move(endpoint)),
       store_(std::move(store)),
       entries_(*store_),
@@ -99,7 +104,7 @@ HostServer::~HostServer() {
     }
     peers_.clear();
     listener_.reset();
-    ::close(lockFd_);  // releases the lock only after the last answer went out
+    // The locks go last, with the members: only after the last answer went out.
 }
 
 void HostServer::shutdown() {

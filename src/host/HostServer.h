@@ -20,6 +20,7 @@
 #include "ApiLog.h"
 #include "ControlService.h"
 #include "EntryCache.h"
+#include "HostLock.h"
 #include "KeyHasher.h"
 #include "LedgerStore.h"
 
@@ -57,7 +58,12 @@ private:
         std::optional<AgentSession> session; // has sent agent lines
     };
 
-    HostServer(int lockFd, std::unique_ptr<LedgerStore> store, std::string endpoint);
+    struct Locks {
+        HostLock user;      // one host per runtime folder
+        HostLock database;  // one host per database file
+    };
+
+    HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::string endpoint);
     std::optional<std::string> listen(const std::string& callerRequirement);
     void run(int threads);
 
@@ -76,7 +82,7 @@ private:
     void ledgersChanged(const std::vector<std::string>& accountIds);
     void shutdown();
 
-    int lockFd_;
+    Locks locks_;  // first, so released last
     std::string endpoint_;
     std::unique_ptr<LedgerStore> store_;
     EntryCache entries_;

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "Database.h"
+#include "HostLock.h"
 
 namespace tallywick {
 
@@ -159,24 +160,6 @@ std::string labelFor(const ClientInfo& info) {
 }
 
 // Opening and upgrading
-
-// Creates the missing folders of the path, private to the user.
-std::optional<std::string> createFolders(const std::filesystem::path& folder) {
-    std::vector<std::filesystem::path> missing;
-    std::error_code ignored;
-    for (auto path = folder; !path.empty() && !std::filesystem::exists(path, ignored);
-         path = path.parent_path()) {
-        missing.push_back(path);
-        if (path == path.parent_path()) break;
-    }
-    for (auto path = missing.rbegin(); path != missing.rend(); ++path) {
-        if (::mkdir(path->c_str(), 0700) != 0 && errno != EEXIST) {
-            return "Could not create the folder " + path->string() + ": " +
-                   std::error_code(errno, std::generic_category()).message();
-        }
-    }
-    return std::nullopt;
-}
 
 // SQLite would create the file readable by everyone; it holds key hashes.
 void createPrivately(const std::string& path) {
@@ -438,7 +421,7 @@ LedgerStore::LedgerStore(std::unique_ptr<Database> database) : db_(std::move(dat
 LedgerStore::~LedgerStore() = default;
 
 std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const std::string& path) {
-    if (auto problem = createFolders(std::filesystem::path(path).parent_path())) return *problem;
+    if (auto problem = createPrivateFolders(std::filesystem::path(path).parent_path())) return *problem;
     createPrivately(path);
     auto opened = Database::open(path);
     if (auto* error = std::get_if<DatabaseError>(&opened))

@@ -9,6 +9,7 @@
 #include <tallywick/TransactionKind.h>
 
 #include "AgentService.h"
+#include "ToolErrorCode.h"
 
 namespace tallywick::McpCatalog {
 
@@ -21,11 +22,15 @@ constexpr std::string_view instructions =
     "and getHistory; your history is also a resource you can subscribe to.";
 
 template <class E>
-std::string enumSchema() {
+std::string enumSchema(std::string_view description = {}) {
     JsonWriter writer;
     writer.beginObject();
     writer.key("type");
     writer.string("string");
+    if (!description.empty()) {
+        writer.key("description");
+        writer.string(description);
+    }
     writer.key("enum");
     writer.beginArray();
     for (E value : allCases<E>()) writer.string(rawValue(value));
@@ -36,14 +41,17 @@ std::string enumSchema() {
 
 // Failures come back as results too, so every output schema admits both shapes.
 std::string outputSchema(const std::string& success) {
-    constexpr std::string_view failure = R"({
+    const std::string failure = R"({
         "type": "object",
         "properties": {
             "error": {
                 "type": "object",
                 "properties": {
-                    "code": {"type": "string", "description": "e.g. notSignedIn, invalidCredentials"},
-                    "message": {"type": "string"}
+                    "code": )" + enumSchema<ToolErrorCode>(
+        "notSignedIn: call signUp or login first; invalidCredentials: wrong accountId or key; invalidKey: "
+        "the key is too short or too long; invalidArguments: fix the arguments as the message says; "
+        "internalError: the host could not do it, try again later") + R"(,
+                    "message": {"type": "string", "description": "what went wrong, for a person or a model"}
                 },
                 "required": ["code", "message"],
                 "additionalProperties": false
@@ -134,23 +142,30 @@ std::string buildToolsList() {
     constexpr std::string_view reads = R"({"readOnlyHint": true, "openWorldHint": false})";
     const std::string tools[] = {
         tool("signUp", "Sign up",
-             "Creates a Tallywick account of your own and signs this connection in to it. Keep the key and "
-             "the accountId returned: together they are the only way back in (login).",
+             "Use this once, when you have no Tallywick account yet. It creates an account of your own and "
+             "signs this connection in to it. Keep the key and the accountId returned: together they are the "
+             "only way back in (login).",
              R"({"key": {"type": "string", "minLength": 8, "maxLength": 1024,
-                         "description": "a secret of your choosing"},
+                         "description": "a secret of your choosing, 8 to 1024 characters; keep it for login"},
                  "displayName": {"type": "string", "maxLength": 100,
                                  "description": "how the person keeping the ledger sees the account"}})",
              R"(["key"])", account, changes),
         tool("login", "Log in",
-             "Signs this connection in to your Tallywick account with the key chosen at signUp.",
-             R"({"accountId": {"type": "string"}, "key": {"type": "string"}})", R"(["accountId", "key"])",
-             account, binds),
-        tool("getBalance", "Balance", "Your account's current balance of points.", "{}", "", account, reads),
+             "Use this at the start of a session when you already have an account from signUp. It signs this "
+             "connection in to that account.",
+             R"({"accountId": {"type": "string", "description": "the accountId that signUp gave you"},
+                 "key": {"type": "string", "description": "the key you chose at signUp"}})",
+             R"(["accountId", "key"])", account, binds),
+        tool("getBalance", "Balance",
+             "Use this to learn how many points you have now: your account's current balance.", "{}", "",
+             account, reads),
         tool("getHistory", "History",
-             "Your account's ledger entries, newest first, and its balance. For older entries pass the "
-             "nextBefore of one page as before.",
-             R"({"limit": {"type": "integer", "minimum": 1, "maximum": 100, "default": 20},
-                 "before": {"type": "string", "description": "an entry id; entries older than it"}})",
+             "Use this to see why your balance is what it is: your account's ledger entries, newest first, "
+             "with the balance. For older entries pass the nextBefore of one page as before.",
+             R"({"limit": {"type": "integer", "minimum": 1, "maximum": 100, "default": 20,
+                           "description": "how many entries to return, 1 to 100"},
+                 "before": {"type": "string",
+                            "description": "an entry id (a page's nextBefore); only entries older than it"}})",
              "", outputSchema(historyShape()), reads),
     };
     std::string list = R"({"tools":[)";

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <iostream>
 
+#include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>
 #include <tallywick/StopSignals.h>
 #include <tallywick/TallywickVersion.h>
@@ -21,7 +22,10 @@ int main(int argc, char** argv) {
     }
     const auto& options = std::get<HostOptions>(parsed);
     switch (options.action) {
-        case HostOptions::Action::help: std::cout << HostOptions::usage(); return 0;
+        case HostOptions::Action::help:
+            std::cout << HostOptions::usage() << "\nDatabase: " << options.databasePath << "\n"
+                      << runtimeDirectoryHelp(options.runtimeDirectory);
+            return 0;
         case HostOptions::Action::version:
             std::cout << "tallywick-host " << TallywickVersion::displayString << "\n";
             return 0;

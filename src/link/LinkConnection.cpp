@@ -14,6 +14,7 @@
 #include <tallywick/FrameCodec.h>
 #include <tallywick/PeerCheck.h>
 #include <tallywick/RuntimeDirectory.h>
+#include <tallywick/SocketAddress.h>
 
 namespace tallywick {
 
@@ -56,9 +57,13 @@ void LinkConnection::beginConnect() {
     const auto folder = std::filesystem::path(endpointPath_).parent_path().string();
     if (const auto checked = checkRuntimeDirectory(folder); !checked.usable())
         return end(LinkFailure::Kind::invalidated, checked.problem);
+    auto resolved = SocketAddress::of(endpointPath_);
+    if (auto* problem = std::get_if<std::string>(&resolved)) return end(LinkFailure::Kind::invalidated, *problem);
+    // A long path's folder stays open until the connect is done.
+    auto address = std::make_shared<SocketAddress>(std::move(std::get<SocketAddress>(resolved)));
     socket_.async_connect(
-        asio::local::stream_protocol::endpoint(endpointPath_),
-        asio::bind_executor(strand_, [self = shared_from_this()](const std::error_code& error) {
+        asio::local::stream_protocol::endpoint(address->usablePath()),
+        asio::bind_executor(strand_, [self = shared_from_this(), address](const std::error_code& error) {
             if (self->ended_) return;
             if (error)
                 return self->end(LinkFailure::Kind::invalidated,

@@ -6,6 +6,7 @@
 #include <asio/post.hpp>
 
 #include <tallywick/PeerCheck.h>
+#include <tallywick/SocketAddress.h>
 
 namespace tallywick {
 
@@ -14,27 +15,29 @@ std::variant<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(as
                                                                               std::string requirementText,
                                                                               OnConnection onConnection) {
     using asio::local::stream_protocol;
-    if (path.empty() || path.size() >= sizeof(sockaddr_un::sun_path))
-        return std::string("socket path too long");
-    ::unlink(path.c_str());
+    auto resolved = SocketAddress::of(path);
+    if (auto* problem = std::get_if<std::string>(&resolved)) return "cannot listen on " + path + ": " + *problem;
+    auto& address = std::get<SocketAddress>(resolved);
+    address.unlink();
     stream_protocol::acceptor acceptor(context);
     std::error_code error;
     acceptor.open(stream_protocol(), error);
     // The socket file must never exist with looser permissions, even briefly.
     const mode_t previous = ::umask(0177);
-    if (!error) acceptor.bind(stream_protocol::endpoint(path), error);
+    if (!error) acceptor.bind(stream_protocol::endpoint(address.usablePath()), error);
     ::umask(previous);
     if (!error) acceptor.listen(asio::socket_base::max_listen_connections, error);
     if (error) return "cannot listen on " + path + ": " + error.message();
-    auto listener = std::shared_ptr<LinkListener>(
-        new LinkListener(std::move(acceptor), std::move(requirementText), std::move(onConnection)));
+    auto listener = std::shared_ptr<LinkListener>(new LinkListener(
+        std::move(acceptor), std::move(address), std::move(requirementText), std::move(onConnection)));
     asio::post(listener->acceptor_.get_executor(), [listener] { listener->acceptNext(); });
     return listener;
 }
 
-LinkListener::LinkListener(asio::local::stream_protocol::acceptor acceptor, std::string requirementText,
-                           OnConnection onConnection)
+LinkListener::LinkListener(asio::local::stream_protocol::acceptor acceptor, SocketAddress address,
+                           std::string requirementText, OnConnection onConnection)
     : acceptor_(std::move(acceptor)),
+      address_(std::move(address)),
       requirementText_(std::move(requirementText)),
       onConnection_(std::move(onConnection)) {}
 
@@ -53,6 +56,8 @@ void LinkListener::acceptNext() {
 }
 
 void LinkListener::close() {
+    // Gone at once, so a client never waits on a socket nobody will accept.
+    if (!removed_.exchange(true)) address_.unlink();
     asio::post(acceptor_.get_executor(), [self = shared_from_this()] {
         std::error_code ignored;
         self->acceptor_.close(ignored);

@@ -11,10 +11,13 @@
 
 namespace tallywick {
 
-std::string runtimeDirectoryPath() {
+std::string runtimeDirectoryPath(const std::string& runUserRoot) {
     if (const char* own = std::getenv("TALLYWICK_RUNTIME_DIR"); own && *own) return own;
     if (const char* xdg = std::getenv("XDG_RUNTIME_DIR"); xdg && *xdg) return std::string(xdg) + "/tallywick";
-    return "/tmp/tallywick-" + std::to_string(::geteuid());
+    const std::string uid = std::to_string(::geteuid());
+    if (const std::string session = runUserRoot + "/" + uid; checkRuntimeDirectory(session).usable())
+        return session + "/tallywick";
+    return "/tmp/tallywick-" + uid;
 }
 
 RuntimeDirectory prepareRuntimeDirectory(const std::string& path) {
@@ -45,6 +48,13 @@ RuntimeDirectory checkRuntimeDirectory(const std::string& path) {
         result.problem = "the runtime folder is open to group or others";
     }
     return result;
+}
+
+std::string runtimeDirectoryHelp(const std::string& resolved) {
+    return "Runtime folder (the host's socket): " + resolved +
+           "\n"
+           "  from --runtime-dir, else $TALLYWICK_RUNTIME_DIR, else $XDG_RUNTIME_DIR/tallywick,\n"
+           "  else /run/user/UID/tallywick when that folder is private, else /tmp/tallywick-UID.\n";
 }
 
 std::string endpointPath(const std::string& runtimeDirectory) {

@@ -119,7 +119,7 @@ TEST_F(Bridge, RefusesLinesOverFourMebibytesAndGoesOn) {
 
 TEST_F(Bridge, WithoutAHostEveryRequestIsAnsweredAtOnce) {
     host_->stop();
-    auto bridge = this->bridge();
+    auto bridge = this->bridge(true);
     const auto start = std::chrono::steady_clock::now();
     bridge->sendLine(BridgeFixture::initialize("alone"));
     bridge->sendLine(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
@@ -134,14 +134,15 @@ TEST_F(Bridge, WithoutAHostEveryRequestIsAnsweredAtOnce) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
     EXPECT_EQ(bridge->readRest(), "");
     EXPECT_TRUE(exitedCleanly(bridge->wait(10s)));
-    EXPECT_NE(bridge->stderrText().find("host"), std::string::npos);
+    EXPECT_NE(bridge->stderrText().find("none could be started: the host executable is missing"), std::string::npos)
+        << bridge->stderrText();
 }
 
-// A killed host: the call in flight is answered one way or the other, calls
-// while it is away get the error, and once it is back the session is
-// replayed so the same account answers without a new login.
+// A killed host with none to start on demand: the call in flight is answered
+// one way or the other, calls while it is away get the error, and once it is
+// back the session is replayed so the same account answers without a new login.
 TEST_F(Bridge, SurvivesTheHostBeingKilledAndRestarted) {
-    auto bridge = this->bridge();
+    auto bridge = this->bridge(true);
     const std::string account = signUp(*bridge, "survivor");
     bridge->sendLine(BridgeFixture::tool("10", "getBalance"));
     host_->kill(SIGKILL);
@@ -163,6 +164,39 @@ TEST_F(Bridge, SurvivesTheHostBeingKilledAndRestarted) {
     EXPECT_FALSE(back.toolError);
     bridge->closeInput();
     EXPECT_EQ(bridge->readRest(), "") << "replayed lines must not be answered to the agent";
+    EXPECT_TRUE(exitedCleanly(bridge->wait(10s)));
+}
+
+// With the host beside it, a bridge that finds no host starts one: the
+// first call of the day works, and a killed host comes back on the next call
+// with the session replayed, the same account, no new login.
+TEST_F(Bridge, StartsTheHostOnDemand) {
+    host_->stop();
+    auto bridge = this->bridge();
+    const std::string account = signUp(*bridge, "early bird");
+    ASSERT_FALSE(account.empty()) << bridge->stderrText();
+    const auto first = host_->lockHolder();
+    ASSERT_TRUE(first);
+
+    ::kill(*first, SIGKILL);
+    while (host_->lockHolder() == first) std::this_thread::sleep_for(10ms);
+    bridge->sendLine(BridgeFixture::tool("20", "getBalance"));
+    const auto back = Reply::of(bridge->readLine().value_or(""));
+    EXPECT_EQ(back.id, "20");
+    EXPECT_EQ(back.accountId, account) << bridge->stderrText();
+    EXPECT_NE(host_->lockHolder(), first);
+    bridge->closeInput();
+    EXPECT_EQ(bridge->readRest(), "");
+    EXPECT_TRUE(exitedCleanly(bridge->wait(10s)));
+    EXPECT_NE(bridge->stderrText().find("no host was running: started"), std::string::npos) << bridge->stderrText();
+}
+
+// A runtime folder deeper than a socket address holds.
+TEST_F(Bridge, ReachesARuntimeFolderOfAnyLength) {
+    moveHostDeep();
+    auto bridge = this->bridge();
+    EXPECT_FALSE(signUp(*bridge, "deep diver").empty()) << bridge->stderrText();
+    bridge->closeInput();
     EXPECT_TRUE(exitedCleanly(bridge->wait(10s)));
 }
 

@@ -17,9 +17,12 @@ namespace tallywick::testing {
 // A host in a scratch folder and bridges pointed at its runtime folder.
 class BridgeFixture : public HostFixture {
 protected:
-    std::unique_ptr<BridgeProcess> bridge() {
+    // The bridge as built, with the host beside it to start on demand, or a
+    // copy alone that cannot start one.
+    std::unique_ptr<BridgeProcess> bridge(bool alone = false) {
         auto process = std::make_unique<BridgeProcess>(
-            TALLYWICK_BRIDGE_PATH, std::vector<std::string>{"--runtime-dir", host_->runtimeDirectory()},
+            alone ? aloneCopy(TALLYWICK_BRIDGE_PATH) : std::string(TALLYWICK_BRIDGE_PATH),
+            std::vector<std::string>{"--runtime-dir", host_->runtimeDirectory()},
             (folder_ / ("bridge" + std::to_string(++bridges_) + ".stderr")).string());
         EXPECT_TRUE(process->running());
         return process;

@@ -83,10 +83,47 @@ TEST_F(Ctl, ExitStatusSaysWhatHappened) {
     EXPECT_NE(help.out.find("entry add ACCOUNT KIND AMOUNT"), std::string::npos);
     EXPECT_NE(ctl({"--help"}).out.find("Exit status"), std::string::npos);
 
+    // No host and none beside the program to start: unreachable, at once, with the reason.
     host_->stop();
-    auto down = ctl({"snapshot"});
+    auto down = runProgram({aloneCopy(TALLYWICKCTL_PATH), "--runtime-dir", host_->runtimeDirectory(), "snapshot"},
+                           folder_);
     EXPECT_EQ(down.status, 3);
-    EXPECT_NE(down.err.find("cannot be reached"), std::string::npos);
+    EXPECT_LT(down.took, std::chrono::seconds(5));
+    EXPECT_NE(down.err.find("none could be started: the host executable is missing"), std::string::npos)
+        << down.err;
+
+    // An unsafe runtime folder is named as such, not taken for a missing host.
+    const auto open = folder_ / "open-run";
+    std::filesystem::create_directories(open);
+    std::filesystem::permissions(open, std::filesystem::perms::all);
+    auto unsafe = runProgram({TALLYWICKCTL_PATH, "--runtime-dir", open.string(), "snapshot"}, folder_);
+    EXPECT_EQ(unsafe.status, 3);
+    EXPECT_NE(unsafe.err.find("is unsafe (the runtime folder is open to group or others)"), std::string::npos)
+        << unsafe.err;
+}
+
+// A runtime folder deeper than a socket address holds: reached, and a host
+// started there on demand.
+TEST_F(Ctl, ReachesARuntimeFolderOfAnyLength) {
+    moveHostDeep();
+    auto answer = ctl({"settings", "starting-points", "9"});
+    EXPECT_EQ(answer.status, 0) << answer.err;
+    host_->stop();
+    auto again = ctl({"--json", "snapshot"});
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_NE(again.out.find(R"("startingPoints":9)"), std::string::npos);
+}
+
+// With the host beside it, a command finds the host started for it.
+TEST_F(Ctl, StartsTheHostOnDemand) {
+    ASSERT_EQ(ctl({"settings", "starting-points", "7"}).status, 0);
+    host_->stop();
+    ASSERT_FALSE(host_->lockHolder());
+    auto answer = ctl({"--json", "snapshot"});
+    EXPECT_EQ(answer.status, 0) << answer.err;
+    EXPECT_TRUE(host_->lockHolder()) << "a host runs for the folder";
+    // It serves the database the environment names: the one the first host kept.
+    EXPECT_NE(answer.out.find(R"("startingPoints":7)"), std::string::npos) << answer.out;
 }
 
 TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {

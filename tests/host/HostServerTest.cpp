@@ -243,6 +243,7 @@ TEST_F(HostServer, OneHostPerUserAndACleanStopOnSignal) {
     const int stopped = host_->kill(SIGTERM);
     ASSERT_TRUE(WIFEXITED(stopped));
     EXPECT_EQ(WEXITSTATUS(stopped), 0);
+    EXPECT_FALSE(std::filesystem::exists(host_->socketPath())) << "a stopped host leaves no socket to wait on";
     EXPECT_FALSE(app->snapshot());
     ASSERT_TRUE(host_->start());
     EXPECT_TRUE(app->snapshot());  // the next request reconnects
@@ -250,6 +251,36 @@ TEST_F(HostServer, OneHostPerUserAndACleanStopOnSignal) {
     const int usage = HostProcess::runToEnd({TALLYWICK_HOST_PATH, "--no-such-flag"},
                                             (folder_ / "usage.stderr").string());
     EXPECT_EQ(WEXITSTATUS(usage), 2);
+}
+
+// A second host on the same file through another runtime folder would keep
+// balances of its own: it refuses, names the first one's folder, and the
+// first goes on serving.
+TEST_F(HostServer, OneHostPerDatabase) {
+    const auto otherRuntime = folder_ / "other-run";
+    const int status = HostProcess::runToEnd(
+        {TALLYWICK_HOST_PATH, "--database", host_->databasePath(), "--runtime-dir", otherRuntime.string()},
+        (folder_ / "second.stderr").string());
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    const std::string said = slurp(folder_ / "second.stderr");
+    EXPECT_NE(said.find("another host already serves " + host_->databasePath()), std::string::npos) << said;
+    EXPECT_NE(said.find(host_->runtimeDirectory()), std::string::npos) << said;
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    EXPECT_FALSE(std::filesystem::exists(endpointPath(otherRuntime.string())));
+    EXPECT_TRUE(control()->snapshot());
+}
+
+// A runtime folder deeper than a socket address holds: served and reached.
+TEST_F(HostServer, ServesARuntimeFolderOfAnyLength) {
+    moveHostDeep();
+    ASSERT_GE(host_->socketPath().size(), 150u);
+    const auto state = control()->snapshot();
+    ASSERT_TRUE(state);
+    auto agent = this->agent();
+    EXPECT_NE(agent->send(initializeLine("deep")).value_or("").find("\"result\""), std::string::npos);
+    host_->stop();
+    EXPECT_FALSE(std::filesystem::exists(host_->socketPath()));
 }
 
 }  // namespace

@@ -86,3 +86,31 @@ TEST(RuntimeDirectoryTest, RefusesUnsafeFolders) {
         EXPECT_NE(prepareRuntimeDirectory(base / "theirs").problem.find("another user"), std::string::npos);
     }
 }
+
+// What an MCP client leaves a bridge: no XDG_RUNTIME_DIR. The login
+// manager's private session folder is found anyway, and only when it is
+// really the user's own and private.
+TEST(RuntimeDirectoryTest, WithoutTheVariablesTheSessionFolderIsFound) {
+    ScopedEnv own("TALLYWICK_RUNTIME_DIR", nullptr);
+    ScopedEnv xdg("XDG_RUNTIME_DIR", nullptr);
+    const auto root = scratch() / "run-user";
+    const std::string uid = std::to_string(::geteuid());
+    const std::string fallback = "/tmp/tallywick-" + uid;
+    EXPECT_EQ(runtimeDirectoryPath(root.string()), fallback) << "no session folder";
+
+    fs::create_directories(root / uid);
+    ::chmod((root / uid).c_str(), 0700);
+    EXPECT_EQ(runtimeDirectoryPath(root.string()), (root / uid / "tallywick").string());
+
+    ::chmod((root / uid).c_str(), 0710);
+    EXPECT_EQ(runtimeDirectoryPath(root.string()), fallback) << "open to the group";
+
+    fs::remove(root / uid);
+    fs::create_directories(root / "elsewhere");
+    ::chmod((root / "elsewhere").c_str(), 0700);
+    fs::create_directory_symlink(root / "elsewhere", root / uid);
+    EXPECT_EQ(runtimeDirectoryPath(root.string()), fallback) << "a link";
+
+    ScopedEnv set("XDG_RUNTIME_DIR", "/run/user/4242");
+    EXPECT_EQ(runtimeDirectoryPath(root.string()), "/run/user/4242/tallywick") << "the variable wins";
+}

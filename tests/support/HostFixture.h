@@ -68,6 +68,9 @@ protected:
                    std::to_string(::getpid()) + "-" + std::to_string(++counter));
         std::filesystem::remove_all(folder_);
         host_ = std::make_unique<HostProcess>(folder_, TALLYWICK_HOST_PATH);
+        // A host that a bridge or tallywickctl starts on demand inherits this,
+        // so it serves the test's database, never the user's own.
+        ::setenv("TALLYWICK_DATA_DIR", std::filesystem::path(host_->databasePath()).parent_path().c_str(), 1);
         if (startHost_) {
             ASSERT_TRUE(host_->start()) << host_->stderrText();
         }
@@ -75,6 +78,27 @@ protected:
     void TearDown() override {
         host_.reset();
         std::filesystem::remove_all(folder_);
+    }
+
+    // A copy of one of our programs in a folder of its own, without the host
+    // beside it: a client that cannot start a host on demand.
+    std::string aloneCopy(const std::string& program) const {
+        const auto folder = folder_ / "alone";
+        std::filesystem::create_directories(folder);
+        const auto copy = folder / std::filesystem::path(program).filename();
+        std::filesystem::copy_file(program, copy, std::filesystem::copy_options::overwrite_existing);
+        return copy.string();
+    }
+
+    // Restarts the host in a runtime folder whose socket path is at least
+    // 150 bytes, longer than a socket address holds.
+    void moveHostDeep() {
+        host_->stop();
+        auto deep = folder_;
+        while (endpointPath((deep / "run").string()).size() < 150) deep /= "a-rather-long-folder-name";
+        std::filesystem::create_directories(deep);  // the host makes only the last folder
+        host_->setRuntimeDirectory((deep / "run").string());
+        ASSERT_TRUE(host_->start()) << host_->stderrText();
     }
 
     std::unique_ptr<ControlSession> control() { return std::make_unique<ControlSession>(host_->socketPath()); }

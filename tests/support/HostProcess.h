@@ -2,21 +2,23 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstring>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <tallywick/RuntimeDirectory.h>
+#include <tallywick/SocketAddress.h>
 
 namespace tallywick::testing {
 
@@ -32,7 +34,8 @@ public:
     HostProcess(const HostProcess&) = delete;
     HostProcess& operator=(const HostProcess&) = delete;
 
-    std::string runtimeDirectory() const { return (folder_ / "run").string(); }
+    std::string runtimeDirectory() const { return runtime_.empty() ? (folder_ / "run").string() : runtime_; }
+    void setRuntimeDirectory(std::string path) { runtime_ = std::move(path); }
     std::string databasePath() const { return (folder_ / "data" / "ledger.sqlite3").string(); }
     std::string socketPath() const { return endpointPath(runtimeDirectory()); }
     std::string stderrPath() const { return (folder_ / "host.stderr").string(); }
@@ -62,7 +65,26 @@ public:
         pid_ = -1;
         return status;
     }
-    void stop() { kill(SIGTERM); }
+    // Stops our host, and any host a client started on demand in the same
+    // runtime folder (it is not our child: its lock tells when it is gone).
+    void stop() {
+        kill(SIGTERM);
+        stopOnDemandHost();
+    }
+
+    // The pid a running host wrote into its lock, if a host holds the lock.
+    std::optional<pid_t> lockHolder() const {
+        const std::string lock = runtimeDirectory() + "/host.lock";
+        const int fd = ::open(lock.c_str(), O_RDWR | O_CLOEXEC);
+        if (fd < 0) return std::nullopt;
+        std::optional<pid_t> holder;
+        if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+            char text[32] = {};
+            if (::pread(fd, text, sizeof text - 1, 0) > 0) holder = static_cast<pid_t>(std::atol(text));
+        }
+        ::close(fd);  // releases it again if we took it
+        return holder;
+    }
 
     // Runs a program to its end with stderr into a file; gives its wait status.
     static int runToEnd(const std::vector<std::string>& arguments, const std::string& stderrFile) {
@@ -88,17 +110,15 @@ public:
     }
 
 private:
-    // A socket file alone may be a killed host's leftover; only a listener accepts.
-    bool accepts() const {
-        const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        const std::string path = socketPath();
-        if (path.size() >= sizeof address.sun_path) return false;
-        std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-        const bool ok = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-        ::close(fd);
-        return ok;
+    bool accepts() const { return acceptsConnections(socketPath()); }
+
+    void stopOnDemandHost() {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        for (auto holder = lockHolder(); holder && std::chrono::steady_clock::now() < deadline;
+             holder = lockHolder()) {
+            if (*holder > 0) ::kill(*holder, SIGTERM);
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
     }
 
     bool waitForSocket() {
@@ -116,6 +136,7 @@ private:
     }
 
     std::filesystem::path folder_;
+    std::string runtime_;  // empty: the scratch folder's "run"
     std::string executable_;
     pid_t pid_ = -1;
 };

@@ -3,12 +3,14 @@
 #include <asio/io_context.hpp>
 #include <asio/local/stream_protocol.hpp>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
 #include <variant>
 
 #include <tallywick/LinkConnection.h>
+#include <tallywick/SocketAddress.h>
 
 namespace tallywick {
 
@@ -20,20 +22,24 @@ public:
     // Called on the I/O thread with each accepted, not yet started connection.
     using OnConnection = std::function<void(std::shared_ptr<LinkConnection>)>;
 
-    // Binds the path (mode 0600), replacing a stale socket file left there.
+    // Binds the path (mode 0600, any length), replacing a stale socket file
+    // left there.
     // The caller must own the path (the host holds its single-instance lock).
     static std::variant<std::shared_ptr<LinkListener>, std::string> listen(asio::io_context& context,
                                                                            const std::string& path,
                                                                            std::string requirementText,
                                                                            OnConnection onConnection);
+    // Removes the socket file and stops accepting.
     void close();
 
 private:
-    LinkListener(asio::local::stream_protocol::acceptor acceptor, std::string requirementText,
+    LinkListener(asio::local::stream_protocol::acceptor acceptor, SocketAddress address, std::string requirementText,
                  OnConnection onConnection);
     void acceptNext();
 
     asio::local::stream_protocol::acceptor acceptor_;
+    SocketAddress address_;  // keeps a long path's folder open until the socket is removed
+    std::atomic<bool> removed_{false};
     std::string requirementText_;
     OnConnection onConnection_;
 };

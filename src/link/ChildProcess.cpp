@@ -1,4 +1,4 @@
-#include "ChildProcess.h"
+#include <tallywick/ChildProcess.h>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 extern char** environ;
 
@@ -124,10 +125,11 @@ std::optional<std::string> findOnPath(const std::string& name) {
     return std::nullopt;
 }
 
-std::optional<std::string> spawnDetached(const std::string& path) {
+std::optional<std::string> spawnDetached(const std::vector<std::string>& arguments) {
+    if (arguments.empty()) return std::string("nothing to start");
+    const std::string& path = arguments.front();
     // Everything the children need is prepared here: between fork and exec
     // only async-signal-safe calls are allowed, since other threads may hold locks.
-    const std::vector<std::string> arguments{path};
     auto argv = argumentVector(arguments);
     int report[2] = {-1, -1};  // the grandchild writes errno here if exec fails
     if (::pipe2(report, O_CLOEXEC) != 0) return std::string("cannot create a pipe: ") + std::strerror(errno);
@@ -173,6 +175,13 @@ std::optional<std::string> spawnDetached(const std::string& path) {
     if (count == static_cast<ssize_t>(sizeof error))
         return "cannot run " + path + ": " + std::strerror(error);
     return std::nullopt;
+}
+
+std::string siblingExecutable(const std::string& name) {
+    std::error_code error;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) return name;
+    return (self.parent_path() / name).string();
 }
 
 }  // namespace tallywick::ChildProcess

@@ -23,9 +23,13 @@ Result run(const std::vector<std::string>& arguments);
 // The full path of an executable named `name` on PATH, if there is one.
 std::optional<std::string> findOnPath(const std::string& name);
 
-// Starts the program in a session of its own, detached from this process:
-// not our child, standard streams on /dev/null, no descriptors of ours.
-// Gives the reason when it could not be started.
-std::optional<std::string> spawnDetached(const std::string& path);
+// Starts the program (arguments[0], a path) in a session of its own,
+// detached from this process: not our child, standard streams on /dev/null,
+// no descriptors of ours. Gives the reason when it could not be started.
+std::optional<std::string> spawnDetached(const std::vector<std::string>& arguments);
+
+// The programs of one build or installation sit side by side: the path of
+// `name` in the folder of this process's own executable.
+std::string siblingExecutable(const std::string& name);
 
 }  // namespace tallywick::ChildProcess

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace tallywick {
+
+// An exclusive claim on a file for the life of the process (flock): what
+// keeps one host per user and one host per database. The holder writes a
+// short note into the file (its pid, its runtime folder) so that the one
+// refused can say who holds it. The kernel drops the claim of a killed host.
+class HostLock {
+public:
+    struct Refused {
+        bool heldByOther = false;  // false: the file itself could not be used
+        std::string note;          // the holder's note, when it left one
+        std::string reason;        // when the file could not be used
+    };
+
+    static std::variant<HostLock, Refused> acquire(const std::string& path, const std::string& note);
+
+    HostLock(HostLock&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
+    HostLock& operator=(HostLock&&) = delete;
+    HostLock(const HostLock&) = delete;
+    HostLock& operator=(const HostLock&) = delete;
+    ~HostLock();
+
+private:
+    explicit HostLock(int fd) : fd_(fd) {}
+    int fd_;
+};
+
+// Creates the missing folders of the path, private to the user; the reason
+// when one could not be made.
+std::optional<std::string> createPrivateFolders(const std::filesystem::path& folder);
+
+}  // namespace tallywick

@@ -1,0 +1,86 @@
+#include <tallywick/HostLauncher.h>
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string_view>
+#include <thread>
+
+#include <tallywick/ChildProcess.h>
+#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/ServiceIdentity.h>
+#include <tallywick/SocketAddress.h>
+
+namespace tallywick {
+namespace {
+
+std::string folderOf(const std::string& endpoint) {
+    return std::filesystem::path(endpoint).parent_path().string();
+}
+
+bool isSet(const char* name) {
+    const char* value = std::getenv(name);
+    return value && *value;
+}
+
+std::string firstWord(const std::string& text) {
+    const auto begin = text.find_first_not_of(" \t\r\n");
+    if (begin == std::string::npos) return {};
+    return text.substr(begin, text.find_first_of(" \t\r\n", begin) - begin);
+}
+
+}  // namespace
+
+HostLauncher HostLauncher::forClient(const std::string& runtimeDirectory) {
+    return HostLauncher(ChildProcess::siblingExecutable("tallywick-host"), endpointPath(runtimeDirectory));
+}
+
+bool HostLauncher::running() const {
+    return acceptsConnections(endpoint_);
+}
+
+std::optional<std::string> HostLauncher::launch(std::chrono::milliseconds patience) const {
+    if (::access(hostPath_.c_str(), X_OK) != 0) return "the host executable is missing: " + hostPath_;
+    // The folder is named, so a host started from a small environment serves
+    // the folder its client looked in.
+    if (auto failure = ChildProcess::spawnDetached({hostPath_, "--runtime-dir", folderOf(endpoint_)})) return failure;
+    if (!waitUntilRunning(patience)) return "the host was started but does not accept connections at " + endpoint_;
+    return std::nullopt;
+}
+
+std::optional<std::string> HostLauncher::ensureRunning(std::chrono::milliseconds patience) const {
+    if (running()) return std::nullopt;
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    if (startUnit(deadline)) return std::nullopt;
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    return launch(std::max(left, std::chrono::milliseconds(0)));
+}
+
+// The unit's host takes its folders from the user manager's environment, so
+// it only helps a client that looks where that host will listen.
+bool HostLauncher::startUnit(std::chrono::steady_clock::time_point deadline) const {
+    if (isSet("TALLYWICK_RUNTIME_DIR") || isSet("TALLYWICK_DATA_DIR")) return false;
+    if (folderOf(endpoint_) != runtimeDirectoryPath()) return false;
+    if (!ChildProcess::findOnPath("systemctl")) return false;
+    const std::string unit = buildIdentity().hostIdentifier + ".service";
+    const std::string state = firstWord(ChildProcess::run({"systemctl", "--user", "is-enabled", unit}).output);
+    // Masked is the user's no; not-found or nothing means it is not installed.
+    for (std::string_view no : {"", "masked", "masked-runtime", "not-found"}) {
+        if (state == no) return false;
+    }
+    if (ChildProcess::run({"systemctl", "--user", "start", unit}).exitStatus != 0) return false;
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    return waitUntilRunning(left);
+}
+
+bool HostLauncher::waitUntilRunning(std::chrono::milliseconds patience) const {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!running()) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+}
+
+}  // namespace tallywick

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace tallywick {
+
+// Starts the host for a runtime folder when nobody serves it. Several may be
+// started at once: the host's lock keeps one and the others leave at once.
+class HostLauncher {
+public:
+    HostLauncher(std::string hostPath, std::string endpoint)
+        : hostPath_(std::move(hostPath)), endpoint_(std::move(endpoint)) {}
+
+    // What a client (the bridge, tallywickctl) does when it finds no host:
+    // the host beside its own executable, for that runtime folder.
+    static HostLauncher forClient(const std::string& runtimeDirectory);
+
+    // Whether a host accepts connections at the endpoint now.
+    bool running() const;
+
+    // Starts the host detached, serving the endpoint's folder, and waits
+    // until it accepts; the reason when it does not.
+    std::optional<std::string> launch(std::chrono::milliseconds patience = std::chrono::seconds(3)) const;
+
+    // A host on demand, as the desktop manager's login item starts it: the
+    // systemd user unit when it is installed, not masked and would serve
+    // this folder, else the host executable directly. Waits up to the
+    // patience in all; nothing when a host serves.
+    std::optional<std::string> ensureRunning(std::chrono::milliseconds patience = std::chrono::seconds(5)) const;
+
+    // Waits until the host accepts; false when the time is up.
+    bool waitUntilRunning(std::chrono::milliseconds patience) const;
+
+    const std::string& hostPath() const { return hostPath_; }
+
+private:
+    bool startUnit(std::chrono::steady_clock::time_point deadline) const;
+
+    std::string hostPath_;
+    std::string endpoint_;
+};
+
+}  // namespace tallywick
