@@ -5,6 +5,7 @@
 #include <iostream>
 #include <string>
 
+#include <tallywick/GuardedMain.h>
 #include <tallywick/AgentClientConfig.h>
 #include <tallywick/ChildProcess.h>
 #include <tallywick/IoThread.h>
@@ -29,7 +30,9 @@ void logLine(const std::string& message) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
     // An agent that stops reading must not kill us mid-write; the write fails instead.
     std::signal(SIGPIPE, SIG_IGN);
 
@@ -68,4 +71,10 @@ int main(int argc, char** argv) {
     session->close();
     session.reset();
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return guardedMain("tallywick-bridge", [&] { return run(argc, argv); });
 }

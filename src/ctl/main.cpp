@@ -7,6 +7,7 @@
 #include <iostream>
 #include <thread>
 
+#include <tallywick/GuardedMain.h>
 #include <tallywick/AgentClientConfig.h>
 #include <tallywick/ChildProcess.h>
 #include <tallywick/EventLoop.h>
@@ -179,7 +180,9 @@ int run(const CtlCommand& command, const StopSignals& stop) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
     const StopSignals stop;  // before any thread starts, so only `events` sees them
     auto parsed = CtlCommand::parse({argv + 1, argv + argc});
     if (auto* problem = std::get_if<std::string>(&parsed)) {
@@ -205,4 +208,10 @@ int main(int argc, char** argv) {
     const int status = run(command, stop);
     std::cout.flush();
     return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return guardedMain("tallywickctl", [&] { return run(argc, argv); });
 }

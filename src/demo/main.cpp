@@ -8,6 +8,7 @@
 #include <iostream>
 #include <string>
 
+#include <tallywick/GuardedMain.h>
 #include <tallywick/ChildProcess.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/TallywickVersion.h>
@@ -17,7 +18,9 @@
 
 using namespace tallywick;
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
     auto parsed = DemoOptions::parse({argv + 1, argv + argc});
     if (auto* problem = std::get_if<std::string>(&parsed)) {
         std::cerr << "tallywick-demo: " << *problem << "\n" << DemoOptions::usage();
@@ -72,4 +75,10 @@ int main(int argc, char** argv) {
             return 1;
     }
     return 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return guardedMain("tallywick-demo", [&] { return run(argc, argv); });
 }

@@ -9,6 +9,7 @@
 #include <future>
 #include <set>
 
+#include <tallywick/IoThread.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/TallywickVersion.h>
 
@@ -83,7 +84,7 @@ std::optional<std::string> HostServer::listen(const std::string& callerRequireme
 }
 
 void HostServer::run(int threads) {
-    for (int i = 0; i < threads; ++i) threads_.emplace_back([this] { context_.run(); });
+    for (int i = 0; i < threads; ++i) threads_.emplace_back([this] { IoThread::runUntilStopped(context_); });
 }
 
 HostServer::~HostServer() {

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <iostream>
 
+#include <tallywick/GuardedMain.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>
 #include <tallywick/StopSignals.h>
@@ -12,7 +13,9 @@
 
 using namespace tallywick;
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
     const StopSignals stop;  // before any thread starts
 
     auto parsed = HostOptions::parse({argv + 1, argv + argc});
@@ -50,4 +53,10 @@ int main(int argc, char** argv) {
     std::cerr << "tallywick-host: stopping on signal " << signal << "\n";
     server.reset();
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return guardedMain("tallywick-host", [&] { return run(argc, argv); });
 }

@@ -1,6 +1,7 @@
 #include <tallywick/AppMain.h>
+#include <tallywick/GuardedMain.h>
 #include <tallywick/RootView.h>
 
 int main(int argc, char** argv) {
-    return tallywick::appMain(argc, argv, tallywick::makeRootView);
+    return tallywick::guardedMain("tallywick", [&] { return tallywick::appMain(argc, argv, tallywick::makeRootView); });
 }

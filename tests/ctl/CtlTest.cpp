@@ -81,7 +81,17 @@ TEST_F(Ctl, ExitStatusSaysWhatHappened) {
     auto help = ctl({"entry", "add", "--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("entry add ACCOUNT KIND AMOUNT"), std::string::npos);
-    EXPECT_NE(ctl({"--help"}).out.find("Exit status"), std::string::npos);
+    const auto overview = ctl({"--help"});
+    EXPECT_NE(overview.out.find("Exit status"), std::string::npos);
+    EXPECT_NE(overview.out.find("Runtime folder (the host's socket): " + host_->runtimeDirectory() + "\n"),
+              std::string::npos)
+        << overview.out;
+    // How an agent's client launches the bridge, needing no host to tell.
+    const auto config = runProgram({TALLYWICKCTL_PATH, "agent-config"}, folder_);
+    EXPECT_EQ(config.status, 0);
+    const std::string bridge = (std::filesystem::path(TALLYWICKCTL_PATH).parent_path() / "tallywick-bridge").string();
+    EXPECT_NE(config.out.find("\"command\": \"" + bridge + "\""), std::string::npos) << config.out;
+    EXPECT_NE(config.out.find("mcp add tallywick -- " + bridge + "\n"), std::string::npos) << config.out;
 
     // No host and none beside the program to start: unreachable, at once, with the reason.
     host_->stop();

@@ -8,7 +8,7 @@ import { Client } from '@modelcontextprotocol/sdk/client/index.js';
 import { StdioClientTransport } from '@modelcontextprotocol/sdk/client/stdio.js';
 import { McpError, ResourceUpdatedNotificationSchema } from '@modelcontextprotocol/sdk/types.js';
 
-import { Host, programs } from './bridgeClients.mjs';
+import { Host, aloneBridge, programs } from './bridgeClients.mjs';
 
 const host = new Host('sdk');
 const clients = [];
@@ -19,16 +19,17 @@ after(async () => {
   await host.remove();
 });
 
-async function connect(name) {
+async function connect(name, command = programs.bridge) {
   const transport = new StdioClientTransport({
-    command: programs.bridge,
+    command,
     args: ['--runtime-dir', host.runtimeDir],
+    env: host.bridgeEnv,
     stderr: 'pipe',
   });
   transport.stderr.on('data', () => {});  // the bridge's log, not needed here
   const client = new Client({ name, version: '1.0.0' });
+  clients.push(client);  // closed at the end even when the handshake fails
   await client.connect(transport);
-  clients.push(client);
   return client;
 }
 
@@ -100,16 +101,22 @@ test('history and a subscription told of an entry added at the desk', async () =
   account.balance += 25;
 });
 
-test('a host killed and restarted mid-session keeps the session without a new login', async () => {
+test('a host killed mid-session is started again on the next call, and the session goes on without a new login', async () => {
   await host.stop('SIGKILL');
-  await assert.rejects(call(agent, 'getBalance'), (error) => {
+  const balance = await call(agent, 'getBalance');
+  assert.equal(balance.isError, false);
+  assert.deepEqual(balance.structuredContent, account);
+  assert.ok(host.lockHolder(), 'a host started on demand serves the folder');
+});
+
+test('with no host and none to start, a bridge answers at once with -31000', async () => {
+  await host.stopOnDemand();
+  const started = Date.now();
+  await assert.rejects(connect('lonely', aloneBridge()), (error) => {
     assert.ok(error instanceof McpError);
     assert.equal(error.code, -31000);
     assert.match(error.message, /Tallywick host is not running/);
     return true;
   });
-  await host.start();
-  const balance = await call(agent, 'getBalance');
-  assert.equal(balance.isError, false);
-  assert.deepEqual(balance.structuredContent, account);
+  assert.ok(Date.now() - started < 5000, 'within 5 s');
 });
