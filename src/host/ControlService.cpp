@@ -69,7 +69,9 @@ ControlService::Result ControlService::execute(const ControlRequest& request, Da
                 if (result.dataChanged) result.deletedAccount = c.id;
                 return result;
             } else if constexpr (std::is_same_v<Case, R::SetAllowUnauthenticated>) {
-                return answer(store_.setAllowUnauthenticated(c.value));
+                auto result = answer(store_.setAllowUnauthenticated(c.value));
+                result.clientInfoBindingsEnd = result.dataChanged && !c.value;
+                return result;
             } else {
                 static_assert(std::is_same_v<Case, R::SetStartingPoints>);
                 return answer(store_.setStartingPoints(c.value));

@@ -29,6 +29,7 @@ public:
         std::optional<LedgerEntry> writtenEntry;    // as stored, after a create or update
         std::optional<std::string> removedEntry;
         std::optional<std::string> deletedAccount;  // its agents lose their binding
+        bool clientInfoBindingsEnd = false;         // unauthenticated agents were just switched off
     };
 
     Result handle(std::string_view requestText, Date now);

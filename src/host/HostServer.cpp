@@ -161,8 +161,10 @@ void HostServer::handleControl(Peer& peer, std::uint64_t callId, const std::stri
     else ledgersChanged(result.changedLedgers);
     if (result.deletedAccount) {
         entries_.reloadAccount(*result.deletedAccount);
-        unbindAccount(*result.deletedAccount);
+        unbind([&](const AgentSession& session) { return session.accountId == *result.deletedAccount; });
     }
+    // Off means off now, not at each agent's next request.
+    if (result.clientInfoBindingsEnd) unbind([](const AgentSession& session) { return !session.authenticated; });
     if (result.dataChanged) broadcast(ControlEvent::dataChanged());
     for (const auto& account : result.changedLedgers) notifySubscribers(account);
 }
@@ -210,11 +212,11 @@ void HostServer::notifySubscribers(const std::string& accountId) {
     }
 }
 
-void HostServer::unbindAccount(const std::string& accountId) {
+void HostServer::unbind(const std::function<bool(const AgentSession&)>& which) {
     bool changed = false;
     for (auto& [key, peer] : peers_) {
         auto& session = peer.session;
-        if (!session || session->accountId != accountId) continue;
+        if (!session || !session->accountId || !which(*session)) continue;
         session->accountId.reset();
         session->authenticated = false;
         session->subscriptions.clear();

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -74,7 +75,8 @@ private:
     void handleAgent(Peer& peer, std::uint64_t callId, const std::string& payload);
     void drop(std::uint64_t peerKey);
     void notifySubscribers(const std::string& accountId);
-    void unbindAccount(const std::string& accountId);
+    // Ends the binding and subscriptions of every agent the test picks.
+    void unbind(const std::function<bool(const AgentSession&)>& which);
     void log(const AgentSession& session, Direction direction, std::optional<std::string> method,
              std::string_view payload);
     void broadcast(const ControlEvent& event);

@@ -625,6 +625,16 @@ Outcome<std::monostate> LedgerStore::recordClientInfo(const std::string& account
     });
 }
 
+namespace {
+
+// The highest entry identifier ever handed out, deleted or not.
+std::int64_t lastEntryNumber(Transaction& tx) {
+    auto row = tx.query("SELECT seq FROM sqlite_sequence WHERE name = 'entries'");
+    return tx.next(row) ? row.integer(0) : 0;
+}
+
+}  // namespace
+
 Outcome<LedgerStore::HistoryPage> LedgerStore::history(const std::string& accountId, int limit,
                                                        const std::optional<std::string>& before) const {
     limit = std::clamp(limit, 1, 100);
@@ -635,9 +645,14 @@ Outcome<LedgerStore::HistoryPage> LedgerStore::history(const std::string& accoun
         if (!nextSequence(tx, *account)) return noSuchAccount();
         auto below = std::numeric_limits<std::int64_t>::max();
         if (before) {
+            // Identifiers grow with creation and are never reused, so a page
+            // goes on below an entry deleted since it was named; only an entry
+            // of another account (or no identifier at all) is refused.
             const auto number = parseId(*before, 'E');
-            const auto owner = number ? entryOwner(tx, *number) : std::nullopt;
-            if (!owner || owner->account != *account) return noSuchEntry();
+            if (!number) return noSuchEntry();
+            if (const auto owner = entryOwner(tx, *number); owner ? owner->account != *account
+                                                                   : *number > lastEntryNumber(tx))
+                return noSuchEntry();  // another account's, or one never handed out
             below = *number - 1;
         }
         // One more than asked for tells whether older entries remain.

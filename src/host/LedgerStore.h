@@ -70,7 +70,8 @@ public:
                                              const std::vector<ClientInfoField>& fields);
 
     // One account's entries, newest first, at most `limit`, starting below the
-    // entry `before` when given ("No such entry" when it is not this account's).
+    // entry `before` when given, even when it has been deleted since ("No
+    // such entry" when it is another account's).
     struct HistoryPage {
         std::vector<LedgerEntry> entries;
         std::optional<std::string> nextBefore;  // set when older entries remain

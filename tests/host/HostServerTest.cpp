@@ -285,3 +285,44 @@ TEST_F(HostServer, ServesARuntimeFolderOfAnyLength) {
 
 }  // namespace
 }  // namespace tallywick::testing
+
+namespace tallywick::testing {
+namespace {
+
+// Switching unauthenticated agents off ends every binding made by client
+// information at once, subscriptions included, while agents that signed up
+// keep theirs; the desk hears of it.
+TEST_F(HostServer, SwitchingUnauthenticatedAgentsOffUnbindsThemAtOnce) {
+    auto app = control();
+    auto known = agent();
+    ASSERT_TRUE(known->send(initializeLine("known-by-name")));
+    auto signedUp = agent();
+    ASSERT_TRUE(signedUp->send(initializeLine("with-a-key")));
+    ASSERT_TRUE(signedUp->send(toolLine(2, "signUp", R"({"key":"a long enough key"})")));
+    const auto before = app->snapshot();
+    ASSERT_EQ(before->connections.size(), 2u);
+    const std::string knownAccount = *before->connections[0].accountId;
+    ASSERT_TRUE(known->send(R"({"jsonrpc":"2.0","id":3,"method":"resources/subscribe","params":{"uri":"tallywick://account/)" +
+                            knownAccount + R"(/history"}})"));
+
+    const auto heard = app->events().size();
+    ASSERT_EQ(app->change(ControlRequest::setAllowUnauthenticated(false)), "ok");
+    const auto after = app->snapshot();
+    ASSERT_EQ(after->connections.size(), 2u);
+    EXPECT_EQ(after->connections[0].accountId, std::nullopt) << "unbound without a request of its own";
+    EXPECT_TRUE(after->connections[1].accountId && after->connections[1].authenticated);
+    EXPECT_TRUE(app->waitUntil([&](const std::vector<ControlEvent>& events) {
+        return std::any_of(events.begin() + static_cast<std::ptrdiff_t>(heard), events.end(), [](const auto& event) {
+            return std::holds_alternative<ControlEvent::ConnectionsChanged>(event.value);
+        });
+    }));
+    // The ended subscription hears nothing of a change to its old account.
+    ASSERT_EQ(app->change(ControlRequest::createEntry({.accountId = knownAccount, .kind = TransactionKind::credit,
+                                                       .amount = 3})),
+              "ok");
+    ASSERT_TRUE(known->send(R"({"jsonrpc":"2.0","id":4,"method":"ping"})"));
+    EXPECT_TRUE(known->notifications().empty());
+}
+
+}  // namespace
+}  // namespace tallywick::testing

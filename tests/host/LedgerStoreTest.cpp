@@ -353,7 +353,17 @@ TEST_F(LedgerStoreTest, HistoryPagesNewestFirst) {
     const auto bobEntry = store->entries()[3];
     ASSERT_EQ(bobEntry.accountId, bob.id);
     EXPECT_EQ(reason(store->history(ada.id, 3, bobEntry.id)), "No such entry");
-    EXPECT_EQ(reason(store->history(ada.id, 3, std::string("E999"))), "No such entry");
+    EXPECT_EQ(reason(store->history(ada.id, 3, std::string("X1"))), "No such entry");
+    EXPECT_EQ(reason(store->history(ada.id, 3, std::string("E999"))), "No such entry") << "never handed out";
+
+    // The entry a page ended on is deleted before the next page is asked for:
+    // the next page is still the one below it, and so is the page after.
+    const auto head = ok(store->history(ada.id, 2, std::nullopt));
+    ASSERT_EQ(memos(head), "76");
+    ok(store->deleteEntry(*head.nextBefore));
+    const auto afterDelete = ok(store->history(ada.id, 2, head.nextBefore));
+    EXPECT_EQ(memos(afterDelete), "54");
+    EXPECT_EQ(memos(ok(store->history(ada.id, 10, afterDelete.nextBefore))), "321");
 }
 
 TEST_F(LedgerStoreTest, RecognisesAClientByItsExactName) {
