@@ -2,59 +2,95 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
+#include <vector>
+
 #include <tallywick/JsonWriter.h>
 
 namespace tallywick {
 
 namespace {
 
+using simdjson::dom::array;
 using simdjson::dom::element;
 using simdjson::dom::object;
 
-// Writes `value` with the member `path[0]` rewritten by descending, and the
-// last step's value replaced by the redaction text.
-void rewrite(std::string& out, object value, std::span<const std::string_view> path) {
-    out += '{';
-    bool first = true;
-    for (auto [memberKey, memberValue] : value) {
-        if (!first) out += ',';
-        first = false;
-        appendJsonString(out, memberKey);
-        out += ':';
-        object inner;
-        if (memberKey != path.front()) {
-            out += simdjson::minify(memberValue);
-        } else if (path.size() == 1) {
-            appendJsonString(out, redactedKey);
-        } else if (memberValue.get(inner) == simdjson::SUCCESS) {
-            rewrite(out, inner, path.subspan(1));
-        } else {
-            out += simdjson::minify(memberValue);
+constexpr std::string_view kKey = "key";
+
+struct Survey {
+    bool ambiguous = false;  // some object names a member twice
+    bool holdsKey = false;
+};
+
+// Depth is bounded by the parser's own limit, so recursion is safe here.
+void survey(element value, Survey& found) {
+    object members;
+    array items;
+    if (value.get(members) == simdjson::SUCCESS) {
+        std::vector<std::string_view> names;
+        for (auto [name, inner] : members) {
+            names.push_back(name);
+            if (name == kKey) found.holdsKey = true;
+            survey(inner, found);
         }
+        std::sort(names.begin(), names.end());
+        if (std::adjacent_find(names.begin(), names.end()) != names.end()) found.ambiguous = true;
+    } else if (value.get(items) == simdjson::SUCCESS) {
+        for (element item : items) survey(item, found);
     }
-    out += '}';
+}
+
+void rewrite(std::string& out, element value) {
+    object members;
+    array items;
+    if (value.get(members) == simdjson::SUCCESS) {
+        out += '{';
+        bool first = true;
+        for (auto [name, inner] : members) {
+            if (!first) out += ',';
+            first = false;
+            appendJsonString(out, name);
+            out += ':';
+            if (name == kKey) appendJsonString(out, redactedKey);
+            else rewrite(out, inner);
+        }
+        out += '}';
+    } else if (value.get(items) == simdjson::SUCCESS) {
+        out += '[';
+        bool first = true;
+        for (element item : items) {
+            if (!first) out += ',';
+            first = false;
+            rewrite(out, item);
+        }
+        out += ']';
+    } else {
+        out += simdjson::minify(value);
+    }
 }
 
 }  // namespace
 
+std::string unreadableLine(std::size_t bytes) {
+    return "[unreadable line of " + std::to_string(bytes) + " bytes]";
+}
+
 std::optional<std::string> redactedForLog(std::string_view line) {
-    simdjson::dom::parser parser;
-    object root;
-    if (parser.parse(line.data(), line.size()).get(root)) {
-        // A broken line cannot be taken apart safely; one that may hold a key is withheld whole.
-        if (line.find("key") == std::string_view::npos) return std::nullopt;
-        return std::string(unreadableWithheld);
-    }
-    std::string_view method;
-    if (root["method"].get(method) || method != "tools/call") return std::nullopt;
-    element key;
-    if (root.at_pointer("/params/arguments/key").get(key)) return std::nullopt;
-    // A key given twice is hidden wherever it stands: every "key" member of
-    // the arguments is rewritten, not only the one the parser kept.
-    static constexpr std::string_view path[] = {"params", "arguments", "key"};
+    thread_local simdjson::dom::parser parser;
+    element root;
+    object members;
+    if (parser.parse(line.data(), line.size()).get(root) != simdjson::SUCCESS ||
+        root.get(members) != simdjson::SUCCESS)
+        return unreadableLine(line.size());
+    Survey found;
+    survey(root, found);
+    // Which of two members a reader takes is a guess, and so is whether the
+    // one a peer took held a key: such a line is not logged at all.
+    if (found.ambiguous) return unreadableLine(line.size());
+    if (!found.holdsKey) return std::nullopt;
     std::string out;
     out.reserve(line.size());
-    rewrite(out, root, path);
+    rewrite(out, root);
     return out;
 }
 

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <thread>
 
+#include <tallywick/TallywickCoding.h>
+
 #include "support/HostFixture.h"
 
 namespace tallywick::testing {
@@ -322,6 +324,49 @@ TEST_F(HostServer, SwitchingUnauthenticatedAgentsOffUnbindsThemAtOnce) {
               "ok");
     ASSERT_TRUE(known->send(R"({"jsonrpc":"2.0","id":4,"method":"ping"})"));
     EXPECT_TRUE(known->notifications().empty());
+}
+
+}  // namespace
+}  // namespace tallywick::testing
+
+namespace tallywick::testing {
+namespace {
+
+// Every way an agent may wrap its key into a line: the key reaches neither
+// the snapshot's log, nor the events pushed to the desk, nor stderr.
+TEST_F(HostServer, KeysNeverReachTheLogHoweverTheLineIsWritten) {
+    const std::string key = "KEY-3141592653";
+    auto app = control();
+    ASSERT_TRUE(app->snapshot());  // the desk follows the events from here
+    auto bot = agent();
+    ASSERT_TRUE(bot->send(initializeLine("wrapper")));
+    const std::string lines[] = {
+        R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"signUp","arguments":{"key":")" + key + R"("}}})",
+        R"({"jsonrpc":"2.0","id":3,"method":"tools/call","method":"x","params":{"name":"login","arguments":{"accountId":"A1","key":")" + key + R"("}}})",
+        R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"login"},"params":{"arguments":{"key":")" + key + R"("}}})",
+        R"({"jsonrpc":"2.0","id":5,"method":"tools/call","params":{"name":"login","arguments":{},"arguments":{"key":")" + key + R"("}}})",
+        R"({"jsonrpc":"2.0","id":6,"method":"tools/call","params":{"name":"login","arguments":{"k\u0065y":")" + key + R"("}}})",
+        R"({"jsonrpc":"2.0","id":7,"method":"tools/call","params":{"arguments":{"k\u0065y":")" + key + R"("}})",
+        R"({"jsonrpc":"2.0","id":8,"method":"tools/call","params":{"arguments":{"key":")" + key.substr(0, 5),
+        key.substr(5) + R"("}}})",
+        R"({"jsonrpc":"2.0","id":9,"method":"ping","params":{"deep":[{"key":")" + key + R"("}]}})",
+    };
+    for (const auto& line : lines) ASSERT_TRUE(bot->send(line)) << line;
+    const auto state = app->snapshot();
+    ASSERT_TRUE(state);
+    ASSERT_GE(state->recentApiLog.size(), std::size(lines));
+    for (const auto& record : state->recentApiLog) EXPECT_EQ(record.payload.find(key), std::string::npos) << record.payload;
+    for (const auto& event : app->events()) {
+        const auto text = TallywickCoding::encodeToString(event);
+        ASSERT_TRUE(text);
+        EXPECT_EQ(text->find(key), std::string::npos) << *text;
+        EXPECT_EQ(text->find(key.substr(5)), std::string::npos) << *text;
+    }
+    const auto unreadable = std::count_if(state->recentApiLog.begin(), state->recentApiLog.end(), [](const auto& r) {
+        return r.payload.rfind("[unreadable line of ", 0) == 0;
+    });
+    EXPECT_EQ(unreadable, 6);
+    EXPECT_EQ(host_->stderrText().find(key), std::string::npos);
 }
 
 }  // namespace

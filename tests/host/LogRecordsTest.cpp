@@ -14,17 +14,41 @@ TEST(LogRedaction, KeysAreReplacedWhereverTheyStandAndNothingElseChanges) {
     EXPECT_EQ(*signUp,
               R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"signUp","arguments":{"key":"[redacted]","displayName":"Bot"}}})");
 
-    // A key given twice, or escaped, is hidden in every copy.
-    const auto twice = redactedForLog(
-        R"({"method":"tools/call","params":{"arguments":{"key":"one-secret"}},"params":{"arguments":{"key":"tw\u006f-secret"}}})");
-    ASSERT_TRUE(twice);
-    EXPECT_EQ(twice->find("secret"), std::string::npos) << *twice;
+    // Any member named key, at any depth, under any method, however spelt.
+    EXPECT_EQ(redactedForLog(R"({"a":{"b":[{"key":"s1"},{"key":{"deep":"s2"}}]},"key":3})"),
+              R"({"a":{"b":[{"key":"[redacted]"},{"key":"[redacted]"}]},"key":"[redacted]"})");
+    EXPECT_EQ(redactedForLog(R"({"method":"tools/call","params":{"arguments":{"k\u0065y":"secret"}}})"),
+              R"({"method":"tools/call","params":{"arguments":{"key":"[redacted]"}}})");
+    EXPECT_EQ(redactedForLog(R"({"method":"initialize","params":{"clientInfo":{"name":"x","key":"secret"}}})"),
+              R"({"method":"initialize","params":{"clientInfo":{"name":"x","key":"[redacted]"}}})");
 
+    // Nothing to hide: logged as it came.
     EXPECT_FALSE(redactedForLog(R"({"method":"tools/call","params":{"name":"getBalance","arguments":{}}})"));
-    EXPECT_FALSE(redactedForLog(R"({"method":"initialize","params":{"key":"not an argument"}})"));
-    EXPECT_FALSE(redactedForLog("not json at all"));
-    EXPECT_EQ(redactedForLog(R"({"method":"tools/call","params":{"arguments":{"key":"cut-off)"),
-              std::string(unreadableWithheld));
+    EXPECT_FALSE(redactedForLog(R"({"method":"x","params":{"keys":"a","Key":"b","monkey":"c"}})"));
+}
+
+// What a reader could take two ways, or not at all, is never logged: the
+// log shows only its length.
+TEST(LogRedaction, AmbiguousOrBrokenLinesAreNotLogged) {
+    const std::string_view lines[] = {
+        R"({"method":"initialize","method":"tools/call","params":{"arguments":{"key":"secret"}}})",
+        R"({"method":"tools/call","params":{"name":"login"},"params":{"arguments":{"key":"secret"}}})",
+        R"({"method":"tools/call","params":{"arguments":{},"arguments":{"key":"secret"}}})",
+        R"({"params":{"arguments":{"key":"one","k\u0065y":"secret"}}})",
+        R"({"method":"tools/call","params":{"arguments":{"k\u0065y":"secret"}})",  // one brace short
+        // A key split over two lines: neither half is readable.
+        R"({"method":"tools/call","params":{"arguments":{"key":"sec)",
+        R"(ret"}}})",
+        R"(["key","secret"])",
+        R"("secret")",
+        "not json at all",
+        "",
+    };
+    for (const auto line : lines) {
+        const auto logged = redactedForLog(line);
+        ASSERT_TRUE(logged) << line;
+        EXPECT_EQ(*logged, "[unreadable line of " + std::to_string(line.size()) + " bytes]") << line;
+    }
 }
 
 TEST(ApiLog, KeepsTheNewestThousandAndCutsPayloadsOnCharacterBoundaries) {
