@@ -1,5 +1,7 @@
 #include <tallywick/AppModel.h>
 
+#include <cstdio>
+
 #include <QPointer>
 #include <algorithm>
 
@@ -80,6 +82,9 @@ void AppModel::refresh() {
         if (!response) return;
         if (auto* answer = std::get_if<ControlResponse::Snapshot>(&response->value)) {
             model.applySnapshot(std::move(answer->snapshot));
+        } else if (auto* failure = std::get_if<ControlResponse::Failure>(&response->value)) {
+            // The window keeps what it shows; the reason ("Snapshot too large") goes to the log.
+            std::fprintf(stderr, "tallywick: the host did not send its state: %s\n", failure->reason.c_str());
         }
     });
 }

@@ -3,6 +3,8 @@
 #include <charconv>
 #include <map>
 
+#include <tallywick/JsonWriter.h>
+
 namespace tallywick {
 
 namespace {
@@ -188,6 +190,17 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
         command.points = *points;
     } else {
         return "unknown command '" + topic + "' (see tallywickctl --help)";
+    }
+    // Text the host stores must be UTF-8; the shell can hand us anything.
+    const std::pair<const char*, std::string_view> texts[] = {
+        {"--memo", command.newEntry.memo},
+        {"--memo", command.edit.memo.value_or("")},
+        {"NAME", command.displayName},
+        {"ACCOUNT", command.newEntry.accountId},
+        {"the identifier", command.id},
+    };
+    for (const auto& [what, text] : texts) {
+        if (!isValidUtf8(text)) return std::string(what) + " must be UTF-8 text (check the terminal's or script's encoding)";
     }
     return command;
 }

@@ -9,6 +9,7 @@
 #include <future>
 #include <set>
 
+#include <tallywick/Frame.h>
 #include <tallywick/IoThread.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/TallywickVersion.h>
@@ -278,6 +279,8 @@ std::string HostServer::snapshotText() const {
     out.append(*text, 0, at);
     entries_.appendEntries(out);
     out.append(*text, at);
+    // Said in words, so the desk can tell it from a host that went away.
+    if (out.size() > kMaxReplyPayload) return *TallywickCoding::encodeToString(ControlResponse::failure("Snapshot too large"));
     return out;
 }
 

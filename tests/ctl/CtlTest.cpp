@@ -78,6 +78,12 @@ TEST_F(Ctl, ExitStatusSaysWhatHappened) {
         EXPECT_EQ(usage.status, 2) << bad[0];
         EXPECT_FALSE(usage.err.empty());
     }
+    // Bytes that are not UTF-8 are a usage error, said as such, not a lost host.
+    auto notText = ctl({"entry", "add", "A1", "credit", "1", "--memo", "caf\xe9"});
+    EXPECT_EQ(notText.status, 2);
+    EXPECT_NE(notText.err.find("--memo must be UTF-8 text"), std::string::npos) << notText.err;
+    EXPECT_EQ(ctl({"account", "rename", "A1", "\xff\xfe"}).status, 2);
+
     auto help = ctl({"entry", "add", "--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("entry add ACCOUNT KIND AMOUNT"), std::string::npos);
@@ -122,6 +128,25 @@ TEST_F(Ctl, ReachesARuntimeFolderOfAnyLength) {
     auto again = ctl({"--json", "snapshot"});
     EXPECT_EQ(again.status, 0) << again.err;
     EXPECT_NE(again.out.find(R"("startingPoints":9)"), std::string::npos);
+}
+
+// A state larger than one frame can carry is refused in words, which
+// tallywickctl passes on as a refusal, not as a host it cannot reach.
+TEST_F(Ctl, SaysSoWhenTheSnapshotIsTooLarge) {
+    const std::string account = agentAccount("hoarder");
+    ASSERT_FALSE(account.empty());
+    auto desk = control();
+    const std::string memo(16u << 20, 'm');
+    for (int i = 0; i < 17; ++i) {
+        ASSERT_EQ(desk->change(ControlRequest::createEntry(
+                      {.accountId = account, .kind = TransactionKind::note, .memo = memo})),
+                  "ok");
+    }
+    auto answer = ctl({"snapshot"});
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_EQ(answer.err, "tallywickctl: Snapshot too large\n");
+    // Everything else still works.
+    EXPECT_EQ(ctl({"settings", "starting-points", "3"}).status, 0);
 }
 
 // With the host beside it, a command finds the host started for it.

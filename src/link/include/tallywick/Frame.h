@@ -29,5 +29,7 @@ inline constexpr std::string_view kHelloName = "tallywick-link";
 inline constexpr std::string_view kLinkVersion = "1";
 inline constexpr std::uint32_t kMaxFrameLength = 256u << 20;  // 256 MiB
 inline constexpr std::size_t kFrameHeaderSize = 4 + 1 + 8 + 1;
+// The largest payload a reply (which has no name) can carry.
+inline constexpr std::size_t kMaxReplyPayload = kMaxFrameLength - (kFrameHeaderSize - 4);
 
 }  // namespace tallywick
