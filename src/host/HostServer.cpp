@@ -1,7 +1,9 @@
 #include "HostServer.h"
 
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -30,7 +32,28 @@ constexpr auto drainLimit = std::chrono::seconds(2);
 
 }  // namespace
 
+namespace {
+
+// Every connection holds a descriptor: the soft limit goes up to the hard
+// one, and the connection bound stays clear of what is left.
+std::size_t raiseDescriptorLimit() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 256;
+    if (limit.rlim_cur < limit.rlim_max) {
+        rlimit raised = limit;
+        raised.rlim_cur = limit.rlim_max;
+        if (::setrlimit(RLIMIT_NOFILE, &raised) == 0) limit = raised;
+    }
+    constexpr rlim_t reserve = 64;  // the database, the log, the event loop, children
+    return limit.rlim_cur == RLIM_INFINITY || limit.rlim_cur > HostServer::kMaxConnections + reserve
+               ? HostServer::kMaxConnections
+               : static_cast<std::size_t>(std::max<rlim_t>(limit.rlim_cur, 2 * reserve) - reserve);
+}
+
+}  // namespace
+
 std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::start(const Config& config) {
+    const std::size_t maxConnections = raiseDescriptorLimit();
     const auto runtime = prepareRuntimeDirectory(config.runtimeDirectory);
     if (!runtime.usable()) return StartFailure{.message = runtime.path + ": " + runtime.problem};
 
@@ -58,6 +81,7 @@ std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::
     std::unique_ptr<HostServer> server(new HostServer(
         Locks{std::move(std::get<HostLock>(userLock)), std::move(std::get<HostLock>(databaseLock))},
         std::move(std::get<std::unique_ptr<LedgerStore>>(opened)), endpointPath(runtime.path)));
+    server->maxConnections_ = maxConnections;
     if (auto problem = server->listen(config.callerRequirement)) return StartFailure{.message = *problem};
     server->run(std::max(1, config.ioThreads));
     return server;
@@ -118,6 +142,16 @@ void HostServer::shutdown() {
 
 void HostServer::adopt(std::shared_ptr<LinkConnection> link) {
     if (stopping_) return link->close();
+    if (peers_.size() >= maxConnections_) {
+        // Room is made by the oldest peer that has not even said hello (our
+        // own clients greet at once); when every peer has, the new one waits
+        // outside.
+        const auto silent = std::find_if(peers_.begin(), peers_.end(),
+                                         [](const auto& peer) { return !peer.second.link->greeted(); });
+        if (silent == peers_.end()) return link->close();
+        silent->second.link->close();
+        peers_.erase(silent);
+    }
     const std::uint64_t key = nextPeerKey_++;
     {
         std::lock_guard lock(openMutex_);

@@ -44,7 +44,12 @@ public:
         std::string message;
     };
 
+    // Raises the open-file limit to the hard limit, takes the locks, opens
+    // the store and listens.
     static std::variant<std::unique_ptr<HostServer>, StartFailure> start(const Config& config);
+
+    // Connections served at once, at most (fewer when descriptors are scarce).
+    static constexpr std::size_t kMaxConnections = 1024;
 
     // Finishes the request in hand, lets answers already given reach their
     // peers, then closes every connection and releases the lock.
@@ -92,6 +97,7 @@ private:
     ApiLog log_;
     ControlService control_;
     AgentService agents_;
+    std::size_t maxConnections_ = kMaxConnections;
     std::uint64_t nextPeerKey_ = 1;
     std::uint64_t nextConnection_ = 1;
     bool stopping_ = false;

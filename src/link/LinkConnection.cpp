@@ -24,17 +24,18 @@ std::shared_ptr<LinkConnection> LinkConnection::connect(asio::io_context& contex
         new LinkConnection(Socket(context), std::move(endpointPath), std::move(requirementText), true));
 }
 
-std::shared_ptr<LinkConnection> LinkConnection::adopt(Socket socket) {
-    return std::shared_ptr<LinkConnection>(new LinkConnection(std::move(socket), {}, {}, false));
+std::shared_ptr<LinkConnection> LinkConnection::adopt(Socket socket, std::chrono::milliseconds helloDeadline) {
+    return std::shared_ptr<LinkConnection>(new LinkConnection(std::move(socket), {}, {}, false, helloDeadline));
 }
 
 LinkConnection::LinkConnection(Socket socket, std::string endpointPath, std::string requirementText,
-                               bool connectFirst)
+                               bool connectFirst, std::chrono::milliseconds helloDeadline)
     : socket_(std::move(socket)),
       strand_(asio::make_strand(socket_.get_executor())),
       endpointPath_(std::move(endpointPath)),
       requirementText_(std::move(requirementText)),
-      connectFirst_(connectFirst) {}
+      connectFirst_(connectFirst),
+      helloDeadline_(helloDeadline) {}
 
 LinkConnection::~LinkConnection() = default;
 
@@ -43,7 +44,15 @@ void LinkConnection::start(Handlers handlers) {
         self->handlers_ = std::move(handlers);
         // Hello goes first, ahead of any call made before the socket is up.
         auto hello = encodeFrameHead(FrameKind::hello, 0, kHelloName, kLinkVersion);
+        self->queuedBytes_ += hello->size() + kLinkVersion.size();
         self->writes_.push_front({std::move(*hello), std::string(kLinkVersion)});
+        if (self->helloDeadline_.count() > 0) {
+            // A peer that connects and says nothing holds a descriptor of ours.
+            self->helloTimer_.emplace(self->strand_, self->helloDeadline_);
+            self->helloTimer_->async_wait([self](const std::error_code& error) {
+                if (!error && !self->helloReceived_) self->end(LinkFailure::Kind::invalidated, "no hello in time");
+            });
+        }
         if (self->connectFirst_) {
             self->beginConnect();
         } else {
@@ -90,8 +99,7 @@ void LinkConnection::call(std::string method, std::string payload, ReplyHandler 
         auto head = encodeFrameHead(FrameKind::call, id, method, payload);
         if (!head) return onError({LinkFailure::Kind::unsendable, "the call cannot be framed"});
         self->pending_.emplace(id, Pending{std::move(onReply), std::move(onError)});
-        self->writes_.push_back({std::move(*head), std::move(payload)});
-        self->writeNext();
+        if (self->push({std::move(*head), std::move(payload)})) self->writeNext();
     });
 }
 
@@ -135,8 +143,22 @@ void LinkConnection::enqueue(FrameKind kind, std::uint64_t id, std::string name,
         if (kind == FrameKind::reply) enqueue(FrameKind::failure, id, {}, "reply cannot be framed");
         return;
     }
-    writes_.push_back({std::move(*head), std::move(payload)});
-    writeNext();
+    if (push({std::move(*head), std::move(payload)})) writeNext();
+}
+
+bool LinkConnection::push(Outgoing frame) {
+    const std::size_t size = frame.head.size() + frame.payload.size();
+    // The frame being written is on its way; what waits behind it is the
+    // backlog. One frame alone may be large (a snapshot), a pile may not.
+    const std::size_t inFlight = writing_ && !writes_.empty() ? writes_.front().head.size() + writes_.front().payload.size() : 0;
+    const std::size_t backlog = queuedBytes_ - inFlight;
+    if (backlog > 0 && backlog + size > kMaxBacklog) {
+        end(LinkFailure::Kind::invalidated, "the peer does not read: over 64 MiB waited to be sent");
+        return false;
+    }
+    queuedBytes_ += size;
+    writes_.push_back(std::move(frame));
+    return true;
 }
 
 void LinkConnection::writeNext() {
@@ -152,6 +174,7 @@ void LinkConnection::writeNext() {
                     self->helloReceived_ ? LinkFailure::Kind::interrupted : LinkFailure::Kind::invalidated,
                     "write failed: " + error.message());
             }
+            self->queuedBytes_ -= self->writes_.front().head.size() + self->writes_.front().payload.size();
             self->writes_.pop_front();
             if (self->finishing_ && self->writes_.empty())
                 return self->end(LinkFailure::Kind::invalidated, "closed");
@@ -220,6 +243,8 @@ bool LinkConnection::handleFrame(Frame frame) {
             return violation("wrong hello");
         }
         helloReceived_ = true;
+        greeted_.store(true, std::memory_order_relaxed);
+        if (helloTimer_) helloTimer_->cancel();
         return true;
     }
     if (!helloReceived_) return violation("a frame before hello");
@@ -259,6 +284,8 @@ void LinkConnection::end(LinkFailure::Kind kind, const std::string& reason) {
     auto pending = std::move(pending_);
     pending_.clear();
     writes_.clear();
+    queuedBytes_ = 0;
+    if (helloTimer_) helloTimer_->cancel();
     // Handlers may hold their owner; dropping them here breaks the cycle.
     auto handlers = std::move(handlers_);
     handlers_ = {};

@@ -19,7 +19,8 @@ std::variant<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(as
     if (auto* problem = std::get_if<std::string>(&resolved)) return "cannot listen on " + path + ": " + *problem;
     auto& address = std::get<SocketAddress>(resolved);
     address.unlink();
-    stream_protocol::acceptor acceptor(context);
+    // On a strand of its own: accepts, retries and the close never overlap.
+    stream_protocol::acceptor acceptor(asio::make_strand(context));
     std::error_code error;
     acceptor.open(stream_protocol(), error);
     // The socket file must never exist with looser permissions, even briefly.
@@ -37,6 +38,7 @@ std::variant<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(as
 LinkListener::LinkListener(asio::local::stream_protocol::acceptor acceptor, SocketAddress address,
                            std::string requirementText, OnConnection onConnection)
     : acceptor_(std::move(acceptor)),
+      retry_(acceptor_.get_executor()),
       address_(std::move(address)),
       requirementText_(std::move(requirementText)),
       onConnection_(std::move(onConnection)) {}
@@ -45,12 +47,19 @@ void LinkListener::acceptNext() {
     acceptor_.async_accept([self = shared_from_this()](const std::error_code& error,
                                                        asio::local::stream_protocol::socket socket) {
         if (error == asio::error::operation_aborted || !self->acceptor_.is_open()) return;
-        if (!error) {
-            if (refusePeer(socket.native_handle(), self->requirementText_).empty()) {
-                self->onConnection_(LinkConnection::adopt(std::move(socket)));
-            }
-            // A refused socket closes as it goes out of scope, unread.
+        if (error) {
+            // Out of descriptors or memory: accepting again at once would
+            // spin; a moment later some may have been given back.
+            self->retry_.expires_after(std::chrono::milliseconds(100));
+            self->retry_.async_wait([self](const std::error_code& waited) {
+                if (!waited && self->acceptor_.is_open()) self->acceptNext();
+            });
+            return;
         }
+        if (refusePeer(socket.native_handle(), self->requirementText_).empty()) {
+            self->onConnection_(LinkConnection::adopt(std::move(socket)));
+        }
+        // A refused socket closes as it goes out of scope, unread.
         self->acceptNext();
     });
 }
@@ -61,6 +70,7 @@ void LinkListener::close() {
     asio::post(acceptor_.get_executor(), [self = shared_from_this()] {
         std::error_code ignored;
         self->acceptor_.close(ignored);
+        self->retry_.cancel();
     });
 }
 

@@ -2,14 +2,18 @@
 
 #include <asio/io_context.hpp>
 #include <asio/local/stream_protocol.hpp>
+#include <asio/steady_timer.hpp>
 #include <asio/strand.hpp>
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <tallywick/Frame.h>
@@ -54,8 +58,18 @@ public:
     // the requirement text (empty: the uid check only) before reading anything.
     static std::shared_ptr<LinkConnection> connect(asio::io_context& context, std::string endpointPath,
                                                    std::string requirementText);
-    // A server end, for a socket whose peer was already checked.
-    static std::shared_ptr<LinkConnection> adopt(Socket socket);
+    // A server end, for a socket whose peer was already checked. A peer that
+    // has not sent its whole hello when the deadline passes is closed.
+    static std::shared_ptr<LinkConnection> adopt(Socket socket,
+                                                 std::chrono::milliseconds helloDeadline = kHelloDeadline);
+
+    // Frames waiting behind the one being written, at most: a peer that
+    // stops reading is disconnected before it can make us hold more.
+    static constexpr std::size_t kMaxBacklog = 64u << 20;
+    static constexpr std::chrono::milliseconds kHelloDeadline{10'000};
+
+    // Whether the peer's hello has arrived. Any thread.
+    bool greeted() const { return greeted_.load(std::memory_order_relaxed); }
 
     // Begins the connection's life; handlers are fixed from here on.
     void start(Handlers handlers);
@@ -77,7 +91,8 @@ private:
         ErrorHandler onError;
     };
 
-    LinkConnection(Socket socket, std::string endpointPath, std::string requirementText, bool connectFirst);
+    LinkConnection(Socket socket, std::string endpointPath, std::string requirementText, bool connectFirst,
+                   std::chrono::milliseconds helloDeadline = {});
 
     void beginConnect();
     void beginSession();
@@ -87,6 +102,8 @@ private:
         std::string payload;
     };
     void enqueue(FrameKind kind, std::uint64_t id, std::string name, std::string payload);
+    // Queues a framed write unless the backlog bound is passed; false then, and the connection has ended.
+    bool push(Outgoing frame);
     void writeNext();
     void readMore();
     void handleBytes(std::size_t count);
@@ -103,7 +120,11 @@ private:
     std::map<std::uint64_t, Pending> pending_;  // by id, so that failures run in call order
     std::uint64_t nextId_ = 1;
     std::deque<Outgoing> writes_;
+    std::size_t queuedBytes_ = 0;  // of every frame in writes_
     bool writing_ = false;
+    std::chrono::milliseconds helloDeadline_;
+    std::optional<asio::steady_timer> helloTimer_;
+    std::atomic<bool> greeted_{false};
     // Received bytes not yet taken as frames; grown to hold a whole frame
     // once its length is known, so a large one arrives in a few big reads.
     std::unique_ptr<char[]> readBuffer_;

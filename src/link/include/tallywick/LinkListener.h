@@ -2,6 +2,7 @@
 
 #include <asio/io_context.hpp>
 #include <asio/local/stream_protocol.hpp>
+#include <asio/steady_timer.hpp>
 
 #include <atomic>
 #include <functional>
@@ -38,6 +39,7 @@ private:
     void acceptNext();
 
     asio::local::stream_protocol::acceptor acceptor_;
+    asio::steady_timer retry_;  // after a failed accept
     SocketAddress address_;  // keeps a long path's folder open until the socket is removed
     std::atomic<bool> removed_{false};
     std::string requirementText_;
