@@ -19,9 +19,13 @@ namespace {
 using Answer = std::variant<std::string, McpError>;  // the result's JSON, or the error
 
 constexpr std::string_view emptyResult = "{}";
-constexpr std::size_t maximumInfoLength = 200;    // name, version, title of a client
-constexpr std::size_t maximumFieldCount = 32;     // further client details kept
-constexpr std::size_t maximumFieldLength = 1000;  // a detail's value
+// What one agent may make the host keep of its client information; a
+// handshake over any of these is refused, so nothing is cut in silence.
+constexpr std::size_t maximumInfoLength = 256;       // name, version, title, in characters
+constexpr std::size_t maximumFieldCount = 32;        // further client details
+constexpr std::size_t maximumFieldKeyLength = 64;    // a detail's name, in characters
+constexpr std::size_t maximumFieldLength = 1024;     // a detail's value, in characters
+constexpr std::size_t maximumFieldsBytes = 8 * 1024; // every detail's name and value together
 
 constexpr std::array<std::string_view, 8> logLevels{"debug", "info",     "notice", "warning",
                                                     "error", "critical", "alert",  "emergency"};
@@ -46,14 +50,26 @@ std::optional<std::string> detailText(simdjson::dom::element value) {
 }
 
 // What the client says about itself beyond name, version and title, plus the
-// negotiated revision, ordered by key so that the same handshake stores the same list.
-std::vector<ClientInfoField> clientDetails(simdjson::dom::object info, std::string_view revision) {
+// negotiated revision, ordered by key so that the same handshake stores the
+// same list; the reason when it says too much.
+std::variant<std::vector<ClientInfoField>, McpError> clientDetails(simdjson::dom::object info,
+                                                                   std::string_view revision) {
     std::map<std::string, std::string, std::less<>> details;
+    std::size_t bytes = 0;
     for (auto [key, value] : info) {
         if (key == "name" || key == "version" || key == "title" || details.contains(key)) continue;
-        if (details.size() >= maximumFieldCount || codePointCount(key) > maximumInfoLength) continue;
         auto text = detailText(value);
-        if (text && codePointCount(*text) <= maximumFieldLength) details.emplace(key, std::move(*text));
+        if (!text) continue;  // nested values are not details a person reads
+        if (details.size() == maximumFieldCount)
+            return McpError::params("clientInfo has more than 32 further fields");
+        if (codePointCount(key) > maximumFieldKeyLength)
+            return McpError::params("clientInfo field names must be at most 64 characters");
+        if (codePointCount(*text) > maximumFieldLength)
+            return McpError::params("clientInfo." + std::string(key) + " must be at most 1024 characters");
+        bytes += key.size() + text->size();
+        if (bytes > maximumFieldsBytes)
+            return McpError::params("clientInfo's further fields must be at most 8 KiB in all");
+        details.emplace(key, std::move(*text));
     }
     details["protocolVersion"] = std::string(revision);
     std::vector<ClientInfoField> fields;
@@ -62,6 +78,9 @@ std::vector<ClientInfoField> clientDetails(simdjson::dom::object info, std::stri
 }
 
 Answer initialize(Turn& turn, McpFields& params) {
+    // Once per connection: a client that handshakes in a loop changes nothing.
+    if (turn.session.initialized)
+        return McpError{McpError::invalidRequest, "Invalid Request: this connection is already initialized"};
     const auto requested = params.string("protocolVersion", true);
     const auto infoObject = params.object("clientInfo", true);
     if (!params.ok()) return McpError::params(*params.problem());
@@ -73,32 +92,25 @@ Answer initialize(Turn& turn, McpFields& params) {
     if (name->empty()) return McpError::params("clientInfo.name must not be empty");
     for (const auto& [field, text] : {std::pair{"name", name}, {"version", version}, {"title", title}}) {
         if (text && codePointCount(*text) > maximumInfoLength) {
-            return McpError::params("clientInfo." + std::string(field) + " is too long");
+            return McpError::params("clientInfo." + std::string(field) + " must be at most 256 characters");
         }
     }
-
     const auto revision = McpCatalog::negotiate(*requested);
+    auto details = clientDetails(*infoObject, revision);
+    if (auto* refused = std::get_if<McpError>(&details)) return *refused;
+
     AgentSession& session = turn.session;
     session.clientInfo = ClientInfo{.name = std::string(*name),
                                     .version = version ? std::optional<std::string>(*version) : std::nullopt,
                                     .title = title ? std::optional<std::string>(*title) : std::nullopt};
-    session.clientInfoFields = clientDetails(*infoObject, revision);
+    session.clientInfoFields = std::move(std::get<std::vector<ClientInfoField>>(details));
     session.protocolVersion = std::string(revision);
     session.initialized = true;
     turn.effects.connectionsChanged = true;
 
-    // A handshake repeated after a login keeps the login; otherwise the
-    // connection speaks for its client's account when the host allows that.
+    // The connection speaks for its client's account when the host allows that.
     AgentBinding binding(turn.store);
-    if (session.authenticated) {
-        if (auto account = binding.readableAccount(session, turn.now, turn.effects)) {
-            binding.recordClientInfo(session, *account, turn.effects);
-        }
-    } else if (turn.store.settings().allowUnauthenticated) {
-        binding.bindByClientInfo(session, turn.now, turn.effects);
-    } else {
-        AgentBinding::unbind(session, turn.effects);
-    }
+    if (turn.store.settings().allowUnauthenticated) binding.bindByClientInfo(session, turn.now, turn.effects);
     return McpCatalog::initializeResult(revision);
 }
 

@@ -71,7 +71,7 @@ AgentTools::Result AgentTools::signUp(McpFields& arguments, AgentSession& sessio
     }
     std::string displayName(trimmed(requestedName.value_or("")));
     if (codePointCount(displayName) > maximumNameLength) {
-        return failure(ToolErrorCode::invalidArguments, "displayName must be at most 100 characters long");
+        return failure(ToolErrorCode::invalidArguments, "displayName must be at most 256 characters long");
     }
     if (displayName.empty()) displayName = defaultDisplayName();
 

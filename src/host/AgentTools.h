@@ -43,7 +43,7 @@ public:
 
     static constexpr std::size_t minimumKeyLength = 8;
     static constexpr std::size_t maximumKeyLength = 1024;
-    static constexpr std::size_t maximumNameLength = 100;
+    static constexpr std::size_t maximumNameLength = 256;
 
 private:
     Result signUp(McpFields& arguments, AgentSession& session, Date now, AgentService::Effects& effects);

@@ -147,7 +147,7 @@ std::string buildToolsList() {
              "only way back in (login).",
              R"({"key": {"type": "string", "minLength": 8, "maxLength": 1024,
                          "description": "a secret of your choosing, 8 to 1024 characters; keep it for login"},
-                 "displayName": {"type": "string", "maxLength": 100,
+                 "displayName": {"type": "string", "maxLength": 256,
                                  "description": "how the person keeping the ledger sees the account"}})",
              R"(["key"])", account, changes),
         tool("login", "Log in",

@@ -62,6 +62,59 @@ TEST_F(AgentServiceTest, HandshakeWithBadParamsChangesNothing) {
     }
 }
 
+// What an agent may make the host keep of itself is bounded, and a handshake
+// over a bound is refused whole, never stored cut; one handshake a connection.
+TEST_F(AgentServiceTest, ClientInformationIsBoundedAndTakenOncePerConnection) {
+    const auto handshake = [&](AgentSession& session, const std::string& info) {
+        auto effects = send(session, R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":)"
+                                     R"("2025-11-25","capabilities":{},"clientInfo":)" + info + "}}");
+        Json reply(effects.reply.value_or(""));
+        return reply.has("/error") ? std::to_string(reply.integer("/error/code")) + " " +
+                                         std::string(reply.text("/error/message"))
+                                   : std::string("ok");
+    };
+    const auto fields = [](int count, std::size_t keyLength, std::size_t valueLength) {
+        std::string text;
+        for (int i = 0; i < count; ++i) {
+            std::string key = std::to_string(i);
+            key += std::string(keyLength - key.size(), 'k');
+            text += R"(,")" + key + R"(":")" + std::string(valueLength, 'v') + '"';
+        }
+        return text;
+    };
+    const std::string longest(256, 'n');
+    const auto info = [&](const std::string& name, const std::string& rest) {
+        return R"({"name":")" + name + R"(","version":")" + longest + R"(","title":")" + longest + '"' + rest + "}";
+    };
+
+    AgentSession full;
+    EXPECT_EQ(handshake(full, info(longest, fields(32, 64, 100))), "ok") << "every bound reached, none passed";
+    EXPECT_EQ(full.clientInfoFields.size(), 33u);
+    AgentSession exactly;
+    EXPECT_EQ(handshake(exactly, info("x", fields(8, 24, 1000))), "ok") << "8 KiB in all";
+
+    const std::pair<std::string, std::string> refused[] = {
+        {info(longest + "n", ""), "clientInfo.name must be at most 256 characters"},
+        {info("x", fields(33, 4, 1)), "more than 32 further fields"},
+        {info("x", fields(1, 65, 1)), "field names must be at most 64 characters"},
+        {info("x", fields(1, 4, 1025)), "must be at most 1024 characters"},
+        {info("x", fields(9, 24, 1000)), "at most 8 KiB in all"},
+    };
+    for (const auto& [text, reason] : refused) {
+        AgentSession session;
+        const auto answer = handshake(session, text);
+        EXPECT_EQ(answer.rfind("-32602 Invalid params: ", 0), 0u) << answer;
+        EXPECT_NE(answer.find(reason), std::string::npos) << answer;
+        EXPECT_EQ(session, AgentSession{});
+    }
+
+    // A second handshake on one connection changes nothing, not even the client.
+    const AgentSession before = full;
+    EXPECT_EQ(handshake(full, info("someone else", "")),
+              "-32600 Invalid Request: this connection is already initialized");
+    EXPECT_EQ(full, before);
+}
+
 TEST_F(AgentServiceTest, EnvelopeErrorsFollowJsonRpc) {
     EXPECT_EQ(errorOf(R"({"jsonrpc":"2.0","id":1,"method":"nope"})"), "-32601 Method not found id=1");
     EXPECT_EQ(errorOf(R"({"jsonrpc":"1.0","id":"x","method":"ping"})"), "-32600 Invalid Request id=\"x\"");

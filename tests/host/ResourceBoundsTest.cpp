@@ -9,6 +9,7 @@
 #include <thread>
 
 #include <tallywick/FrameCodec.h>
+#include <tallywick/TallywickCoding.h>
 #include <tallywick/SocketAddress.h>
 
 #include "support/HostFixture.h"
@@ -147,6 +148,52 @@ TEST_F(ResourceBounds, SilentCrowdsDoNotLockTheDeskOut) {
     EXPECT_TRUE(closedByPeerWithin(crowd.back(), LinkConnection::kHelloDeadline + 5s));
     for (const int fd : crowd) ::close(fd);
     EXPECT_TRUE(desk->snapshot());
+}
+
+// Agents that say as much about themselves as they may, 300 of them, and
+// one that handshakes 300 times: the desk's snapshot stays small and quick.
+TEST_F(ResourceBounds, ChattyClientsLeaveTheSnapshotSmall) {
+    std::string details;
+    for (int i = 0; i < 8; ++i)
+        details += R"(,"field)" + std::to_string(i) + std::string(18, 'k') + R"(":")" + std::string(1000, 'v') + '"';
+    const auto handshake = [&](int client) {
+        std::string name = "client-" + std::to_string(client);
+        name += std::string(256 - name.size(), 'n');
+        const std::string line = R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":)"
+                                 R"("2025-11-25","capabilities":{},"clientInfo":{"name":")" + name +
+                                 R"(","version":")" + std::string(256, 'v') + R"(","title":")" +
+                                 std::string(256, 't') + '"' + details + "}}}";
+        return *encodeFrame({.kind = FrameKind::call, .id = static_cast<std::uint64_t>(client) + 1,
+                             .name = "handleAgentMessage", .payload = line});
+    };
+    const std::string hello = *encodeFrame({.kind = FrameKind::hello, .name = std::string(kHelloName),
+                                            .payload = std::string(kLinkVersion)});
+    std::vector<int> agents;
+    for (int client = 0; client < 300; ++client) {
+        agents.push_back(rawConnection(host_->socketPath()));
+        ASSERT_TRUE(sendAll(agents.back(), hello + handshake(client)));
+    }
+    const int looping = rawConnection(host_->socketPath());
+    std::string again = hello;
+    for (int round = 0; round < 300; ++round) again += handshake(1000 + round);
+    ASSERT_TRUE(sendAll(looping, again));
+
+    auto desk = control();
+    std::optional<Snapshot> state;
+    ASSERT_TRUE(desk->waitUntil([&](const auto&) {
+        state = desk->snapshot();
+        return state && state->accounts.size() == 301;
+    }, 60s)) << (state ? state->accounts.size() : 0) << " accounts";
+    const auto asked = std::chrono::steady_clock::now();
+    const auto answer = desk->request(ControlRequest::snapshot());
+    const auto took = std::chrono::steady_clock::now() - asked;
+    ASSERT_TRUE(answer);
+    const auto size = TallywickCoding::encodeToString(*answer)->size();
+    EXPECT_LT(size, 32u << 20);
+    EXPECT_LT(took, 1s);
+    RecordProperty("snapshotBytes", std::to_string(size));
+    for (const int fd : agents) ::close(fd);
+    ::close(looping);
 }
 
 }  // namespace
