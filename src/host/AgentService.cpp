@@ -36,6 +36,7 @@ struct Turn {
     AgentSession& session;
     Date now;
     AgentService::Effects& effects;
+    std::string requestId;  // as written, for a reply made later
 };
 
 std::optional<std::string> detailText(simdjson::dom::element value) {
@@ -140,9 +141,25 @@ Answer callTool(Turn& turn, McpFields& params) {
     if (!params.ok()) return McpError::params(*params.problem());
     McpFields argumentFields = arguments ? McpFields(*arguments) : McpFields();
     AgentTools tools(turn.store, turn.hasher);
-    const auto result = tools.call(*name, argumentFields, turn.session, turn.now, turn.effects);
-    if (!result) return McpError{McpError::invalidParams, "Unknown tool: " + std::string(*name)};
-    return AgentTools::callResult(*result);
+    auto called = tools.call(*name, argumentFields, turn.session, turn.now, turn.effects);
+    if (!called) return McpError{McpError::invalidParams, "Unknown tool: " + std::string(*name)};
+    if (auto* result = std::get_if<AgentTools::Result>(&*called)) return AgentTools::callResult(*result);
+
+    // The reply waits for the key work; handle() sees keyWork and gives none yet.
+    auto& pending = std::get<AgentTools::Pending>(*called);
+    auto work = std::make_shared<AgentService::Effects::KeyWork>();
+    work->run = std::move(pending.run);
+    work->isLogin = pending.isLogin;
+    work->loginAccount = std::move(pending.loginAccount);
+    work->finish = [finish = std::move(pending.finish), id = turn.requestId, method = turn.effects.method](
+                       AgentSession& session, const KeyOutcome& outcome, Date now) {
+        AgentService::Effects done;
+        done.method = method;
+        done.reply = mcpResultLine(id, AgentTools::callResult(finish(session, outcome, now, done)));
+        return done;
+    };
+    turn.effects.keyWork = std::move(work);
+    return std::string();
 }
 
 McpError resourceNotFound(std::string_view uri) {
@@ -250,9 +267,10 @@ AgentService::Effects AgentService::handle(AgentSession& session, std::string_vi
                 return effects;
             case McpMessage::Kind::request: break;
         }
-        Turn turn{store_, hasher_, session, now, effects};
+        Turn turn{store_, hasher_, session, now, effects, id};
         McpFields params(message.params);
         auto answer = respond(turn, *message.method, params);
+        if (effects.keyWork) return effects;
         if (auto* result = std::get_if<std::string>(&answer))
             effects.reply = mcpResultLine(message.id, *result);
         else
@@ -264,6 +282,19 @@ AgentService::Effects AgentService::handle(AgentSession& session, std::string_vi
         }
     }
     return effects;
+}
+
+AgentService::Effects AgentService::finishInPlace(Effects effects, AgentSession& session, Date now) {
+    if (!effects.keyWork) return effects;
+    const auto work = std::move(effects.keyWork);
+    auto done = work->finish(session, work->run(), now);
+    // What the line itself did before it waited counts too.
+    done.direction = effects.direction;
+    done.connectionsChanged = done.connectionsChanged || effects.connectionsChanged;
+    done.dataChanged = done.dataChanged || effects.dataChanged;
+    done.changedAccounts.insert(done.changedAccounts.begin(), effects.changedAccounts.begin(),
+                                effects.changedAccounts.end());
+    return done;
 }
 
 std::string AgentService::historyUri(const std::string& accountId) {

@@ -1,4 +1,6 @@
 #pragma once
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,6 +14,12 @@ namespace tallywick {
 
 class KeyHasher;
 class LedgerStore;
+
+// What Argon2id work gave: a new key's hash, or whether a key matched.
+struct KeyOutcome {
+    std::optional<std::string> hash;
+    bool matched = false;
+};
 
 // The Model Context Protocol server of one host: takes one JSON-RPC line an
 // agent sent over a bridge and says what follows from it. Never throws; a line
@@ -35,9 +43,18 @@ public:
         bool connectionsChanged = false;
         // Accounts whose ledgers changed; their subscribers are told.
         std::vector<std::string> changedAccounts;
+        // Set when the line waits for key hashing, which must not run on the
+        // host's serial path: the line has no reply yet, the work's finish
+        // gives its real effects.
+        struct KeyWork;
+        std::shared_ptr<KeyWork> keyWork;
     };
 
     Effects handle(AgentSession& session, std::string_view line, Date now);
+
+    // Does a line's key work in place and gives its final effects: what the
+    // host does on a worker and back on its serial path, in one step.
+    static Effects finishInPlace(Effects effects, AgentSession& session, Date now);
 
     // The history resource of an account, and the notification that it changed.
     static std::string historyUri(const std::string& accountId);
@@ -46,6 +63,13 @@ public:
 private:
     LedgerStore& store_;
     const KeyHasher& hasher_;
+};
+
+struct AgentService::Effects::KeyWork {
+    std::function<KeyOutcome()> run;  // on a worker: uses only what it captured
+    std::function<Effects(AgentSession&, const KeyOutcome&, Date)> finish;  // back on the serial path
+    bool isLogin = false;
+    std::optional<std::string> loginAccount;  // an existing account a login tried, for throttling
 };
 
 }  // namespace tallywick

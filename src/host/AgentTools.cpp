@@ -49,18 +49,16 @@ std::string defaultDisplayName() {
 
 }  // namespace
 
-std::optional<AgentTools::Result> AgentTools::call(std::string_view name, McpFields& arguments,
-                                                   AgentSession& session, Date now,
-                                                   AgentService::Effects& effects) {
-    if (name == "signUp") return signUp(arguments, session, now, effects);
-    if (name == "login") return login(arguments, session, effects);
+std::optional<std::variant<AgentTools::Result, AgentTools::Pending>> AgentTools::call(
+    std::string_view name, McpFields& arguments, AgentSession& session, Date now, AgentService::Effects& effects) {
+    if (name == "signUp") return signUp(arguments);
+    if (name == "login") return login(arguments);
     if (name == "getBalance") return getBalance(arguments, session, now, effects);
     if (name == "getHistory") return getHistory(arguments, session, now, effects);
     return std::nullopt;
 }
 
-AgentTools::Result AgentTools::signUp(McpFields& arguments, AgentSession& session, Date now,
-                                      AgentService::Effects& effects) {
+std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::signUp(McpFields& arguments) {
     arguments.allowOnly({"key", "displayName"});
     const auto key = arguments.string("key", true);
     const auto requestedName = arguments.string("displayName");
@@ -75,40 +73,54 @@ AgentTools::Result AgentTools::signUp(McpFields& arguments, AgentSession& sessio
     }
     if (displayName.empty()) displayName = defaultDisplayName();
 
-    const auto hash = hasher_.hash(*key);
-    if (!hash) return failure(ToolErrorCode::internalError, "The key could not be hashed; try again");
-    auto outcome = store_.createCredentialAccount(displayName, *hash, now);
-    if (auto* failed = std::get_if<Failure>(&outcome)) return failure(ToolErrorCode::internalError, failed->reason);
-    const auto& account = std::get<Account>(outcome);
-    effects.dataChanged = true;
-    effects.changedAccounts.push_back(account.id);
-    AgentBinding::bind(session, account.id, true, effects);
-    AgentBinding(store_).recordClientInfo(session, account, effects);
-    return accountResult(account);
+    return Pending{
+        .run = [&hasher = hasher_, key = std::string(*key)] { return KeyOutcome{.hash = hasher.hash(key)}; },
+        .finish = [&store = store_, displayName](AgentSession& session, const KeyOutcome& outcome, Date now,
+                                                  AgentService::Effects& effects) -> Result {
+            if (!outcome.hash) return failure(ToolErrorCode::internalError, "The key could not be hashed; try again");
+            auto created = store.createCredentialAccount(displayName, *outcome.hash, now);
+            if (auto* failed = std::get_if<Failure>(&created))
+                return failure(ToolErrorCode::internalError, failed->reason);
+            const auto& account = std::get<Account>(created);
+            effects.dataChanged = true;
+            effects.changedAccounts.push_back(account.id);
+            AgentBinding::bind(session, account.id, true, effects);
+            AgentBinding(store).recordClientInfo(session, account, effects);
+            return accountResult(account);
+        },
+    };
 }
 
-AgentTools::Result AgentTools::login(McpFields& arguments, AgentSession& session,
-                                     AgentService::Effects& effects) {
+std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::login(McpFields& arguments) {
     arguments.allowOnly({"accountId", "key"});
     const auto accountId = arguments.string("accountId", true);
     const auto key = arguments.string("key", true);
     if (!arguments.ok()) return invalidArguments(arguments);
 
     const auto account = store_.account(std::string(*accountId));
-    const auto hash = account ? store_.keyHash(account->id) : std::nullopt;
-    bool valid = false;
-    if (hash) {
-        valid = hasher_.verify(*hash, *key);
-    } else {
-        // The same work as for a real account, so the time taken does not
-        // tell which identifiers exist.
-        static const std::string decoy = hasher_.hash("tallywick decoy key").value_or("");
-        hasher_.verify(decoy, *key);
-    }
-    if (!valid) return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
-    AgentBinding::bind(session, account->id, true, effects);
-    AgentBinding(store_).recordClientInfo(session, *account, effects);
-    return accountResult(*account);
+    auto hash = account ? store_.keyHash(account->id) : std::nullopt;
+    return Pending{
+        .run =
+            [&hasher = hasher_, hash = std::move(hash), key = std::string(*key)] {
+                if (hash) return KeyOutcome{.matched = hasher.verify(*hash, key)};
+                // The same work as for a real account, so the time taken does
+                // not tell which identifiers exist.
+                static const std::string decoy = hasher.hash("tallywick decoy key").value_or("");
+                hasher.verify(decoy, key);
+                return KeyOutcome{};
+            },
+        .finish = [&store = store_, id = std::string(*accountId)](AgentSession& session, const KeyOutcome& outcome,
+                                                                 Date, AgentService::Effects& effects) -> Result {
+            // Read again: the account may have gone while the key was checked.
+            const auto account = outcome.matched ? store.account(id) : std::nullopt;
+            if (!account) return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
+            AgentBinding::bind(session, account->id, true, effects);
+            AgentBinding(store).recordClientInfo(session, *account, effects);
+            return accountResult(*account);
+        },
+        .isLogin = true,
+        .loginAccount = account ? std::optional<std::string>(account->id) : std::nullopt,
+    };
 }
 
 AgentTools::Result AgentTools::getBalance(McpFields& arguments, AgentSession& session, Date now,

@@ -1,5 +1,7 @@
 #pragma once
+#include <functional>
 #include <optional>
+#include <variant>
 #include <string>
 #include <string_view>
 
@@ -29,9 +31,19 @@ public:
         friend bool operator==(const Result&, const Result&) = default;
     };
 
+    // A tool that must hash or verify a key first: the Argon2id work, and
+    // what follows once it is done.
+    struct Pending {
+        std::function<KeyOutcome()> run;
+        std::function<Result(AgentSession&, const KeyOutcome&, Date, AgentService::Effects&)> finish;
+        bool isLogin = false;
+        std::optional<std::string> loginAccount;
+    };
+
     // None for a name that is not one of the tools.
-    std::optional<Result> call(std::string_view name, McpFields& arguments, AgentSession& session, Date now,
-                               AgentService::Effects& effects);
+    std::optional<std::variant<Result, Pending>> call(std::string_view name, McpFields& arguments,
+                                                      AgentSession& session, Date now,
+                                                      AgentService::Effects& effects);
 
     // What getHistory gives, also the text of the history resource.
     Outcome<std::string> history(const Account& account, int limit,
@@ -46,8 +58,8 @@ public:
     static constexpr std::size_t maximumNameLength = 256;
 
 private:
-    Result signUp(McpFields& arguments, AgentSession& session, Date now, AgentService::Effects& effects);
-    Result login(McpFields& arguments, AgentSession& session, AgentService::Effects& effects);
+    std::variant<Result, Pending> signUp(McpFields& arguments);
+    std::variant<Result, Pending> login(McpFields& arguments);
     Result getBalance(McpFields& arguments, AgentSession& session, Date now, AgentService::Effects& effects);
     Result getHistory(McpFields& arguments, AgentSession& session, Date now, AgentService::Effects& effects);
 

@@ -128,6 +128,9 @@ HostServer::~HostServer() {
         context_.stop();
         for (auto& thread : threads_) thread.join();
     }
+    // Work not begun is dropped; what runs finishes into a stopped context.
+    keyWorkers_.stop();
+    keyWorkers_.join();
     peers_.clear();
     listener_.reset();
     // The locks go last, with the members: only after the last answer went out.
@@ -183,8 +186,12 @@ void HostServer::handleCall(std::uint64_t peerKey, std::uint64_t callId, const s
                             std::string payload) {
     const auto found = peers_.find(peerKey);
     if (found == peers_.end()) return;  // gone while the call waited
-    if (method == "control") handleControl(found->second, callId, payload);
-    else handleAgent(found->second, callId, payload);
+    Peer& peer = found->second;
+    if (method == "control") return handleControl(peer, callId, payload);
+    // Replies keep the order of the lines: behind a line that waits for its
+    // key work, the connection's next lines wait too.
+    if (peer.keyWorkPending) peer.waitingLines.emplace_back(callId, std::move(payload));
+    else handleAgent(peerKey, peer, callId, payload);
 }
 
 void HostServer::handleControl(Peer& peer, std::uint64_t callId, const std::string& payload) {
@@ -204,7 +211,7 @@ void HostServer::handleControl(Peer& peer, std::uint64_t callId, const std::stri
     for (const auto& account : result.changedLedgers) notifySubscribers(account);
 }
 
-void HostServer::handleAgent(Peer& peer, std::uint64_t callId, const std::string& payload) {
+void HostServer::handleAgent(std::uint64_t peerKey, Peer& peer, std::uint64_t callId, const std::string& payload) {
     bool connectionsChanged = false;
     if (!peer.session) {
         peer.session = AgentSession{
@@ -218,6 +225,15 @@ void HostServer::handleAgent(Peer& peer, std::uint64_t callId, const std::string
     auto effects = agents_.handle(*peer.session, payload, now());
     const auto redacted = redactedForLog(payload);
     log(before, effects.direction, effects.method, redacted ? std::string_view(*redacted) : payload);
+    if (effects.keyWork) {
+        if (connectionsChanged) broadcast(ControlEvent::connectionsChanged());
+        return startKeyWork(peerKey, peer, callId, std::move(effects.keyWork));
+    }
+    answerAgent(peer, callId, std::move(effects), connectionsChanged);
+}
+
+void HostServer::answerAgent(Peer& peer, std::uint64_t callId, AgentService::Effects effects,
+                             bool connectionsChanged) {
     if (effects.reply) log(*peer.session, Direction::response, std::nullopt, *effects.reply);
     ledgersChanged(effects.changedAccounts);
     peer.link->reply(callId, effects.reply ? std::move(*effects.reply) : std::string());
@@ -227,7 +243,49 @@ void HostServer::handleAgent(Peer& peer, std::uint64_t callId, const std::string
     for (const auto& account : effects.changedAccounts) notifySubscribers(account);
 }
 
+// Argon2id takes tens of milliseconds a key: it runs on the key workers, so
+// the desk and every other agent are answered meanwhile. A login waits first
+// for as long as earlier failures on its account or connection ask.
+void HostServer::startKeyWork(std::uint64_t peerKey, Peer& peer, std::uint64_t callId,
+                              std::shared_ptr<AgentService::Effects::KeyWork> work) {
+    peer.keyWorkPending = true;
+    auto start = [this, peerKey, callId, work] {
+        asio::post(keyWorkers_, [this, peerKey, callId, work] {
+            auto outcome = work->run();
+            asio::post(strand_, [this, peerKey, callId, work, outcome = std::move(outcome)] {
+                finishKeyWork(peerKey, callId, *work, outcome);
+            });
+        });
+    };
+    const auto wait = work->isLogin ? throttle_.wait(work->loginAccount, peerKey, LoginThrottle::Clock::now())
+                                    : std::chrono::milliseconds(0);
+    if (wait.count() <= 0) return start();
+    auto timer = std::make_shared<asio::steady_timer>(strand_, wait);
+    timer->async_wait([timer, start](const std::error_code& error) {
+        if (!error) start();
+    });
+}
+
+void HostServer::finishKeyWork(std::uint64_t peerKey, std::uint64_t callId,
+                               const AgentService::Effects::KeyWork& work, const KeyOutcome& outcome) {
+    if (work.isLogin) {
+        if (outcome.matched) throttle_.succeeded(work.loginAccount, peerKey);
+        else throttle_.failed(work.loginAccount, peerKey, LoginThrottle::Clock::now());
+    }
+    const auto found = peers_.find(peerKey);
+    if (found == peers_.end() || stopping_) return;  // gone while its key was checked
+    Peer& peer = found->second;
+    answerAgent(peer, callId, work.finish(*peer.session, outcome, now()), false);
+    peer.keyWorkPending = false;
+    while (!peer.keyWorkPending && !peer.waitingLines.empty()) {
+        auto [nextId, line] = std::move(peer.waitingLines.front());
+        peer.waitingLines.pop_front();
+        handleAgent(peerKey, peer, nextId, line);
+    }
+}
+
 void HostServer::drop(std::uint64_t peerKey) {
+    throttle_.forgetConnection(peerKey);
     const auto found = peers_.find(peerKey);
     if (found == peers_.end()) return;
     const bool wasAgent = found->second.session.has_value();

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -24,6 +25,7 @@
 #include "HostLock.h"
 #include "KeyHasher.h"
 #include "LedgerStore.h"
+#include "LoginThrottle.h"
 
 namespace tallywick {
 
@@ -62,6 +64,8 @@ private:
         std::shared_ptr<LinkConnection> link;
         bool control = false;                // has sent control requests: gets events
         std::optional<AgentSession> session; // has sent agent lines
+        bool keyWorkPending = false;         // a line waits for its key to be hashed or checked
+        std::deque<std::pair<std::uint64_t, std::string>> waitingLines;  // arrived behind it
     };
 
     struct Locks {
@@ -77,7 +81,12 @@ private:
     void adopt(std::shared_ptr<LinkConnection> link);
     void handleCall(std::uint64_t peerKey, std::uint64_t callId, const std::string& method, std::string payload);
     void handleControl(Peer& peer, std::uint64_t callId, const std::string& payload);
-    void handleAgent(Peer& peer, std::uint64_t callId, const std::string& payload);
+    void handleAgent(std::uint64_t peerKey, Peer& peer, std::uint64_t callId, const std::string& payload);
+    void answerAgent(Peer& peer, std::uint64_t callId, AgentService::Effects effects, bool connectionsChanged);
+    void startKeyWork(std::uint64_t peerKey, Peer& peer, std::uint64_t callId,
+                      std::shared_ptr<AgentService::Effects::KeyWork> work);
+    void finishKeyWork(std::uint64_t peerKey, std::uint64_t callId, const AgentService::Effects::KeyWork& work,
+                       const KeyOutcome& outcome);
     void drop(std::uint64_t peerKey);
     void notifySubscribers(const std::string& accountId);
     // Ends the binding and subscriptions of every agent the test picks.
@@ -94,6 +103,7 @@ private:
     std::unique_ptr<LedgerStore> store_;
     EntryCache entries_;
     KeyHasher hasher_;
+    LoginThrottle throttle_;
     ApiLog log_;
     ControlService control_;
     AgentService agents_;
@@ -108,6 +118,7 @@ private:
     std::shared_ptr<LinkListener> listener_;
     std::map<std::uint64_t, Peer> peers_;  // in connection order
     std::vector<std::thread> threads_;
+    asio::thread_pool keyWorkers_{2};  // Argon2id, off the serial path
 
     // Connections not yet ended, so shutdown can wait for answers to drain.
     std::mutex openMutex_;
