@@ -86,6 +86,21 @@ std::optional<std::string> Statement::optionalText(int column) const {
 
 // Database
 
+std::variant<std::unique_ptr<Database>, DatabaseError> Database::openReadOnly(const std::string& path) {
+    sqlite3* handle = nullptr;
+    const int result = sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READONLY, nullptr);
+    if (result != SQLITE_OK) {
+        DatabaseError error = handle ? lastError(handle) : DatabaseError{sqlite3_errstr(result)};
+        sqlite3_close(handle);
+        return error;
+    }
+    return std::unique_ptr<Database>(new Database(handle));
+}
+
+void Database::setCheckpointOnClose(bool allowed) {
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, allowed ? 0 : 1, nullptr);
+}
+
 std::variant<std::unique_ptr<Database>, DatabaseError> Database::open(const std::string& path) {
     sqlite3* handle = nullptr;
     const int result =

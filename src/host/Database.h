@@ -70,6 +70,8 @@ public:
     // Opens the file, creating it when missing. SQLite reads nothing yet, so a
     // file that is not a database shows only at the first statement.
     static std::variant<std::unique_ptr<Database>, DatabaseError> open(const std::string& path);
+    // Opens an existing file for reading only (":memory:" for a scratch database).
+    static std::variant<std::unique_ptr<Database>, DatabaseError> openReadOnly(const std::string& path);
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
     ~Database();
@@ -82,6 +84,10 @@ public:
     // Rows changed by the most recent insert, update or delete.
     int changes() const;
     bool inTransaction() const;
+    // Whether closing the last connection may fold the write-ahead log into
+    // the file. Off while a file is still being checked: nothing may be
+    // written into a file that could be damaged.
+    void setCheckpointOnClose(bool allowed);
 
 private:
     explicit Database(sqlite3* handle) : handle_(handle) {}

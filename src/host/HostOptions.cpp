@@ -35,6 +35,7 @@ std::string HostOptions::defaultDatabasePath() {
 
 const char* HostOptions::usage() {
     return "Usage: tallywick-host [--database PATH] [--runtime-dir DIR]\n"
+           "       tallywick-host [--database PATH] --restore-latest-backup\n"
            "       tallywick-host --version | --help\n"
            "\n"
            "The per-user Tallywick host: keeps the agents' ledger and serves the\n"
@@ -44,6 +45,10 @@ const char* HostOptions::usage() {
            "                     else $XDG_DATA_HOME/tallywick/ledger.sqlite3, else\n"
            "                     ~/.local/share/tallywick/ledger.sqlite3)\n"
            "  --runtime-dir DIR  the folder for the socket and lock\n"
+           "  --restore-latest-backup\n"
+           "                     put the newest sound backup (backups/ beside the database) in\n"
+           "                     the database's place, the replaced file kept aside; the host\n"
+           "                     must be stopped\n"
            "  --version          print the version and exit\n"
            "  --help             print this text and exit\n";
 }
@@ -60,6 +65,10 @@ std::variant<HostOptions, std::string> HostOptions::parse(const std::vector<std:
         }
         if (argument == "--version") {
             if (options.action != Action::help) options.action = Action::version;
+            continue;
+        }
+        if (argument == "--restore-latest-backup") {
+            if (options.action == Action::serve) options.action = Action::restoreLatestBackup;
             continue;
         }
         std::optional<std::string>* target = nullptr;

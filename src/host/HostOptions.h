@@ -7,7 +7,7 @@ namespace tallywick {
 
 // What the host was asked to do on its command line.
 struct HostOptions {
-    enum class Action { serve, version, help };
+    enum class Action { serve, version, help, restoreLatestBackup };
     Action action = Action::serve;
     std::string databasePath;      // resolved: flag, else the data folder
     std::string runtimeDirectory;  // resolved: flag, else the runtime folder

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
@@ -16,6 +17,7 @@
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/TallywickVersion.h>
 
+#include "LedgerBackups.h"
 #include "LogRedaction.h"
 
 namespace tallywick {
@@ -82,8 +84,10 @@ std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::
         Locks{std::move(std::get<HostLock>(userLock)), std::move(std::get<HostLock>(databaseLock))},
         std::move(std::get<std::unique_ptr<LedgerStore>>(opened)), endpointPath(runtime.path)));
     server->maxConnections_ = maxConnections;
+    server->databasePath_ = config.databasePath;
     if (auto problem = server->listen(config.callerRequirement)) return StartFailure{.message = *problem};
     server->run(std::max(1, config.ioThreads));
+    asio::post(server->strand_, [raw = server.get()] { raw->backUpWhenDue(); });
     return server;
 }
 
@@ -136,8 +140,28 @@ HostServer::~HostServer() {
     // The locks go last, with the members: only after the last answer went out.
 }
 
+// A copy a day, made by a key worker through a connection of its own, so
+// nobody waits for it; checked hourly, so a host left running keeps its copies.
+void HostServer::backUpWhenDue() {
+    if (stopping_) return;
+    if (!backingUp_ && LedgerBackups::due(databasePath_, now())) {
+        backingUp_ = true;
+        asio::post(keyWorkers_, [this] {
+            auto made = LedgerBackups::make(databasePath_, now());
+            if (auto* problem = std::get_if<std::string>(&made))
+                std::fprintf(stderr, "tallywick-host: the daily backup failed: %s\n", problem->c_str());
+            asio::post(strand_, [this] { backingUp_ = false; });
+        });
+    }
+    backupTimer_.expires_after(std::chrono::hours(1));
+    backupTimer_.async_wait([this](const std::error_code& error) {
+        if (!error) backUpWhenDue();
+    });
+}
+
 void HostServer::shutdown() {
     stopping_ = true;
+    backupTimer_.cancel();
     if (listener_) listener_->close();
     for (auto& [key, peer] : peers_) peer.link->finish();
     peers_.clear();

@@ -97,6 +97,7 @@ private:
     std::string snapshotText() const;
     void ledgersChanged(const std::vector<std::string>& accountIds);
     void shutdown();
+    void backUpWhenDue();
 
     Locks locks_;  // first, so released last
     std::string endpoint_;
@@ -118,6 +119,9 @@ private:
     std::shared_ptr<LinkListener> listener_;
     std::map<std::uint64_t, Peer> peers_;  // in connection order
     std::vector<std::thread> threads_;
+    std::string databasePath_;
+    asio::steady_timer backupTimer_{strand_};
+    bool backingUp_ = false;
     asio::thread_pool keyWorkers_{2};  // Argon2id, off the serial path
 
     // Connections not yet ended, so shutdown can wait for answers to drain.

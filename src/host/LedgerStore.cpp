@@ -9,12 +9,15 @@
 #include <charconv>
 #include <filesystem>
 #include <limits>
+#include <set>
+#include <sstream>
 #include <system_error>
 #include <unordered_map>
 #include <utility>
 
 #include "Database.h"
 #include "HostLock.h"
+#include "LedgerBackups.h"
 
 namespace tallywick {
 
@@ -199,6 +202,73 @@ std::variant<std::string, DatabaseError> single(Database& db, std::string_view s
     auto stepped = statement.step();
     if (auto* error = std::get_if<DatabaseError>(&stepped)) return *error;
     return std::get<bool>(stepped) ? statement.text(0) : std::string();
+}
+
+// Every table and index a schema version has, as "type name" lines, read from
+// a database (the file, or a scratch one built by the same migrations).
+std::variant<std::string, DatabaseError> objectsOf(Database& db) {
+    auto prepared = db.prepare("SELECT type || ' ' || name FROM sqlite_schema ORDER BY 1");
+    if (auto* error = std::get_if<DatabaseError>(&prepared)) return *error;
+    auto& rows = std::get<Statement>(prepared);
+    std::string list;
+    for (;;) {
+        auto stepped = rows.step();
+        if (auto* error = std::get_if<DatabaseError>(&stepped)) return *error;
+        if (!std::get<bool>(stepped)) return list;
+        list += rows.text(0) + "\n";
+    }
+}
+
+std::string expectedObjects(std::int64_t version) {
+    auto scratch = Database::open(":memory:");
+    if (!std::holds_alternative<std::unique_ptr<Database>>(scratch)) return {};
+    auto& db = *std::get<std::unique_ptr<Database>>(scratch);
+    for (std::int64_t step = 0; step < version && step < schemaVersion; ++step)
+        db.execute(std::string(migrations[step]));
+    auto objects = objectsOf(db);
+    return std::holds_alternative<std::string>(objects) ? std::get<std::string>(objects) : std::string();
+}
+
+// The first line that differs between two lists, said as what is missing or extra.
+std::string schemaDifference(const std::string& expected, const std::string& found) {
+    std::istringstream want(expected), have(found);
+    std::set<std::string> wanted, had;
+    for (std::string line; std::getline(want, line);) wanted.insert(line);
+    for (std::string line; std::getline(have, line);) had.insert(line);
+    for (const auto& line : wanted)
+        if (!had.contains(line)) return "the " + line + " is missing";
+    for (const auto& line : had)
+        if (!wanted.contains(line)) return "there is an unknown " + line;
+    return {};
+}
+
+// What is wrong with a file that holds data at `version`; none when whole.
+std::optional<std::string> damageOf(Database& db, std::int64_t version) {
+    const auto checked = single(db, "PRAGMA quick_check(1)");
+    if (auto* error = std::get_if<DatabaseError>(&checked)) return error->message;
+    if (std::get<std::string>(checked) != "ok") {
+        // SQLite's report spans lines and names the schema; one line is kept.
+        std::string report = std::get<std::string>(checked);
+        if (report.starts_with("*** in database main ***")) report.erase(0, 24);
+        std::replace(report.begin(), report.end(), '\n', ' ');
+        const auto begin = report.find_first_not_of(' ');
+        return begin == std::string::npos ? std::string("the structural check failed") : report.substr(begin);
+    }
+    if (version == 0) return std::nullopt;
+    const auto found = objectsOf(db);
+    if (auto* error = std::get_if<DatabaseError>(&found)) return error->message;
+    if (auto difference = schemaDifference(expectedObjects(version), std::get<std::string>(found));
+        !difference.empty())
+        return difference;
+    return std::nullopt;
+}
+
+std::string damagedMessage(const std::string& path, const std::string& damage) {
+    const auto backup = LedgerBackups::newest(path);
+    return path + " is damaged (" + damage + "); nothing was written to it. " +
+           (backup ? "The newest backup is " + backup->string() +
+                         ": run tallywick-host --restore-latest-backup to put it in place (the damaged file is kept)."
+                   : "There is no backup of it: move it aside to start an empty ledger.");
 }
 
 // Brings the schema up to date and counts this run, all in one transaction.
@@ -430,12 +500,26 @@ std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const 
 
     if (auto error = db->execute("PRAGMA busy_timeout = 5000"))
         return "Could not open " + path + ": " + error->message;
+    // Until the file is known to be whole, closing must not fold a log into it.
+    db->setCheckpointOnClose(false);
+    FileState state;
     {
         Transaction tx(*db, Transaction::Mode::deferred);
-        const auto state = inspect(tx);
-        if (auto error = tx.commit()) return "Could not open " + path + ": " + error->message;
-        if (!state) return "Could not open " + path;
-        if (auto refused = refusal(*state, path)) return *refused;
+        const auto inspected = inspect(tx);
+        if (auto error = tx.commit()) return damagedMessage(path, error->message);
+        if (!inspected) return "Could not open " + path;
+        if (auto refused = refusal(*inspected, path)) return *refused;
+        state = *inspected;
+    }
+    if (state.objects != 0) {
+        if (auto damage = damageOf(*db, state.version)) return damagedMessage(path, *damage);
+    }
+    db->setCheckpointOnClose(true);
+    // A migration changes the file for good: a copy of it as it was comes first.
+    if (state.objects != 0 && state.version < schemaVersion) {
+        auto copied = LedgerBackups::make(path, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
+        if (auto* problem = std::get_if<std::string>(&copied))
+            return "Not upgrading " + path + " without a backup: " + *problem;
     }
     // Only now may anything be written: journal_mode=WAL changes the file's header.
     const auto mode = single(*db, "PRAGMA journal_mode = WAL");
@@ -451,6 +535,23 @@ std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const 
     std::unique_ptr<LedgerStore> store(new LedgerStore(std::move(db)));
     store->runNumber_ = std::get<std::uint64_t>(upgraded);
     return store;
+}
+
+std::optional<std::string> LedgerStore::checkFile(const std::string& path) {
+    auto opened = Database::openReadOnly(path);
+    if (auto* error = std::get_if<DatabaseError>(&opened)) return error->message;
+    auto& db = *std::get<std::unique_ptr<Database>>(opened);
+    db.setCheckpointOnClose(false);
+    FileState state;
+    {
+        Transaction tx(db, Transaction::Mode::deferred);
+        const auto inspected = inspect(tx);
+        if (auto error = tx.commit()) return error->message;
+        if (!inspected) return std::string("it cannot be read");
+        if (auto refused = refusal(*inspected, path)) return *refused;
+        state = *inspected;
+    }
+    return damageOf(db, state.version);
 }
 
 Settings LedgerStore::settings() const {

@@ -24,7 +24,15 @@ class LedgerStore {
 public:
     // Opens or creates the database (and its folder), then brings the schema
     // to the current version in one transaction. Gives the reason on failure.
+    // A file that holds data is checked first (SQLite's structural check and
+    // the tables and indexes its version must have); a damaged one is refused
+    // with what is wrong and the newest backup, and nothing is written to it.
+    // A file about to be migrated is backed up first.
     static std::variant<std::unique_ptr<LedgerStore>, std::string> open(const std::string& path);
+
+    // What is wrong with a database file, read without changing it; none
+    // when it is whole.
+    static std::optional<std::string> checkFile(const std::string& path);
     ~LedgerStore();
 
     // How many times a host has opened this database, this time included;

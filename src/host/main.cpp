@@ -1,5 +1,7 @@
 // tallywick-host: the per-user daemon that owns the ledger.
+#include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
 
 #include <tallywick/GuardedMain.h>
@@ -8,12 +10,39 @@
 #include <tallywick/StopSignals.h>
 #include <tallywick/TallywickVersion.h>
 
+#include "HostLock.h"
 #include "HostOptions.h"
+#include "LedgerBackups.h"
 #include "HostServer.h"
 
 using namespace tallywick;
 
 namespace {
+
+// Never while a host serves the file: its lock says whether one does.
+int restoreLatestBackup(const std::string& databasePath) {
+    if (auto problem = createPrivateFolders(std::filesystem::path(databasePath).parent_path())) {
+        std::cerr << "tallywick-host: " << *problem << "\n";
+        return 1;
+    }
+    auto lock = HostLock::acquire(databasePath + ".lock", "");
+    if (auto* refused = std::get_if<HostLock::Refused>(&lock)) {
+        std::cerr << "tallywick-host: "
+                  << (refused->heldByOther ? "a host is serving " + databasePath +
+                                                 "; stop it first (quit it, or systemctl --user stop it)"
+                                           : refused->reason)
+                  << "\n";
+        return 1;
+    }
+    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    auto restored = LedgerBackups::restoreNewest(databasePath, now);
+    if (auto* failure = std::get_if<Failure>(&restored)) {
+        std::cerr << "tallywick-host: " << failure->reason << "\n";
+        return 1;
+    }
+    std::cout << "tallywick-host: " << std::get<std::string>(restored) << "\n";
+    return 0;
+}
 
 int run(int argc, char** argv) {
     const StopSignals stop;  // before any thread starts
@@ -32,6 +61,7 @@ int run(int argc, char** argv) {
         case HostOptions::Action::version:
             std::cout << "tallywick-host " << TallywickVersion::displayString << "\n";
             return 0;
+        case HostOptions::Action::restoreLatestBackup: return restoreLatestBackup(options.databasePath);
         case HostOptions::Action::serve: break;
     }
 
