@@ -108,7 +108,13 @@ int main(int argc, char** argv) {
         if (!std::holds_alternative<std::unique_ptr<LedgerStore>>(opened)) break;
         auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
         auto start = Clock::now();
-        Snapshot state{.accounts = store.accounts(), .entries = store.entries(), .settings = store.settings()};
+        auto accounts = store.accounts();
+        auto entries = store.entries();
+        auto settings = store.settings();
+        if (!succeeded(accounts) || !succeeded(entries) || !succeeded(settings)) return 1;
+        Snapshot state{.accounts = std::get<0>(std::move(accounts)),
+                       .entries = std::get<0>(std::move(entries)),
+                       .settings = std::get<0>(settings)};
         build.push_back(millisecondsSince(start));
         start = Clock::now();
         auto text = TallywickCoding::encodeToString(ControlResponse::snapshot(std::move(state)));

@@ -6,29 +6,34 @@
 
 namespace tallywick {
 
-std::optional<Account> AgentBinding::readableAccount(AgentSession& session, Date now,
-                                                     AgentService::Effects& effects) {
-    const bool allowUnauthenticated = store_.settings().allowUnauthenticated;
+Outcome<std::optional<Account>> AgentBinding::readableAccount(AgentSession& session, Date now,
+                                                              AgentService::Effects& effects) {
+    const auto settings = store_.settings();
+    if (auto* failure = std::get_if<Failure>(&settings)) return *failure;
+    const bool allowUnauthenticated = std::get<Settings>(settings).allowUnauthenticated;
     if (session.accountId) {
         // Turning unauthenticated access off also ends the bindings it made.
         if (session.authenticated || allowUnauthenticated) {
-            if (auto account = store_.account(*session.accountId)) return account;
+            auto account = store_.account(*session.accountId);
+            if (!succeeded(account) || std::get<std::optional<Account>>(account)) return account;
         }
         unbind(session, effects);
-        return std::nullopt;
+        return std::optional<Account>();
     }
     if (allowUnauthenticated && session.clientInfo) return bindByClientInfo(session, now, effects);
-    return std::nullopt;
+    return std::optional<Account>();
 }
 
-std::optional<Account> AgentBinding::bindByClientInfo(AgentSession& session, Date now,
-                                                      AgentService::Effects& effects) {
-    if (!session.clientInfo) return std::nullopt;
+Outcome<std::optional<Account>> AgentBinding::bindByClientInfo(AgentSession& session, Date now,
+                                                               AgentService::Effects& effects) {
+    if (!session.clientInfo) return std::optional<Account>();
     // Seen before the call, to tell a new account (a new ledger) from a known one.
-    const auto before = store_.accounts(LedgerStore::Balances::omitted);
+    const auto listed = store_.accounts(LedgerStore::Balances::omitted);
+    if (auto* failure = std::get_if<Failure>(&listed)) return *failure;
+    const auto& before = std::get<std::vector<Account>>(listed);
     auto outcome = store_.clientInfoAccount(*session.clientInfo, session.clientInfoFields, now);
+    if (auto* failure = std::get_if<Failure>(&outcome)) return *failure;
     auto* account = std::get_if<Account>(&outcome);
-    if (!account) return std::nullopt;
     auto known =
         std::find_if(before.begin(), before.end(), [&](const Account& a) { return a.id == account->id; });
     if (known == before.end()) {
@@ -39,7 +44,7 @@ std::optional<Account> AgentBinding::bindByClientInfo(AgentSession& session, Dat
         effects.dataChanged = true;
     }
     bind(session, account->id, false, effects);
-    return std::move(*account);
+    return std::optional<Account>(std::move(*account));
 }
 
 void AgentBinding::recordClientInfo(const AgentSession& session, const Account& account,

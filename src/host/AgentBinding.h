@@ -6,6 +6,7 @@
 
 #include "AgentService.h"
 #include "AgentSession.h"
+#include "Outcome.h"
 
 namespace tallywick {
 
@@ -19,10 +20,12 @@ public:
     // The account the session may read now. Binds it to its client's account
     // when the host allows unauthenticated agents; unbinds it when its account
     // was deleted or when its binding by client name is no longer allowed.
-    std::optional<Account> readableAccount(AgentSession& session, Date now, AgentService::Effects& effects);
+    // A Failure when the ledger could not be read.
+    Outcome<std::optional<Account>> readableAccount(AgentSession& session, Date now, AgentService::Effects& effects);
 
     // Binds to the account of the session's client name, created on first sight.
-    std::optional<Account> bindByClientInfo(AgentSession& session, Date now, AgentService::Effects& effects);
+    Outcome<std::optional<Account>> bindByClientInfo(AgentSession& session, Date now,
+                                                     AgentService::Effects& effects);
 
     // Keeps the session's client information with the account when it differs.
     void recordClientInfo(const AgentSession& session, const Account& account,

@@ -78,6 +78,10 @@ std::variant<std::vector<ClientInfoField>, McpError> clientDetails(simdjson::dom
     return fields;
 }
 
+McpError unreadable(const Failure& failure) {
+    return {McpError::internalError, "Internal error: " + failure.reason};
+}
+
 Answer initialize(Turn& turn, McpFields& params) {
     // Once per connection: a client that handshakes in a loop changes nothing.
     if (turn.session.initialized)
@@ -101,6 +105,7 @@ Answer initialize(Turn& turn, McpFields& params) {
     if (auto* refused = std::get_if<McpError>(&details)) return *refused;
 
     AgentSession& session = turn.session;
+    const AgentSession before = session;
     session.clientInfo = ClientInfo{.name = std::string(*name),
                                     .version = version ? std::optional<std::string>(*version) : std::nullopt,
                                     .title = title ? std::optional<std::string>(*title) : std::nullopt};
@@ -109,9 +114,18 @@ Answer initialize(Turn& turn, McpFields& params) {
     session.initialized = true;
     turn.effects.connectionsChanged = true;
 
-    // The connection speaks for its client's account when the host allows that.
-    AgentBinding binding(turn.store);
-    if (turn.store.settings().allowUnauthenticated) binding.bindByClientInfo(session, turn.now, turn.effects);
+    // The connection speaks for its client's account when the host allows
+    // that; a ledger that cannot be read leaves the handshake untaken.
+    const auto settings = turn.store.settings();
+    auto bound = std::holds_alternative<Settings>(settings) && !std::get<Settings>(settings).allowUnauthenticated
+                     ? Outcome<std::optional<Account>>()
+                     : AgentBinding(turn.store).bindByClientInfo(session, turn.now, turn.effects);
+    if (const auto* failure = std::get_if<Failure>(&settings)) bound = *failure;
+    if (const auto* failure = std::get_if<Failure>(&bound)) {
+        session = before;
+        turn.effects.connectionsChanged = false;
+        return unreadable(*failure);
+    }
     return McpCatalog::initializeResult(revision);
 }
 
@@ -178,7 +192,9 @@ std::variant<Account, McpError> ownResource(Turn& turn, McpFields& params, std::
     const auto requested = params.string("uri", true);
     if (!params.ok()) return McpError::params(*params.problem());
     uri = *requested;
-    auto account = AgentBinding(turn.store).readableAccount(turn.session, turn.now, turn.effects);
+    auto readable = AgentBinding(turn.store).readableAccount(turn.session, turn.now, turn.effects);
+    if (auto* failure = std::get_if<Failure>(&readable)) return unreadable(*failure);
+    auto& account = std::get<std::optional<Account>>(readable);
     if (!account || uri != AgentService::historyUri(account->id)) return resourceNotFound(uri);
     return std::move(*account);
 }
@@ -231,7 +247,9 @@ Answer respond(Turn& turn, std::string_view method, McpFields& params) {
     if (method == "tools/call") return callTool(turn, params);
     if (method == "resources/list") {
         if (auto error = refuseCursor(params)) return std::move(*error);
-        auto account = AgentBinding(turn.store).readableAccount(turn.session, turn.now, turn.effects);
+        auto readable = AgentBinding(turn.store).readableAccount(turn.session, turn.now, turn.effects);
+        if (auto* failure = std::get_if<Failure>(&readable)) return unreadable(*failure);
+        const auto& account = std::get<std::optional<Account>>(readable);
         return McpCatalog::resourcesListResult(account ? std::optional(account->id) : std::nullopt);
     }
     if (method == "resources/templates/list") {

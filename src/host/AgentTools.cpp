@@ -97,8 +97,12 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::login(McpField
     const auto key = arguments.string("key", true);
     if (!arguments.ok()) return invalidArguments(arguments);
 
-    const auto account = store_.account(std::string(*accountId));
-    auto hash = account ? store_.keyHash(account->id) : std::nullopt;
+    const auto found = store_.account(std::string(*accountId));
+    if (auto* failed = std::get_if<Failure>(&found)) return failure(ToolErrorCode::internalError, failed->reason);
+    const auto& account = std::get<std::optional<Account>>(found);
+    auto stored = account ? store_.keyHash(account->id) : Outcome<std::optional<std::string>>();
+    if (auto* failed = std::get_if<Failure>(&stored)) return failure(ToolErrorCode::internalError, failed->reason);
+    auto hash = std::move(std::get<std::optional<std::string>>(stored));
     return Pending{
         .run =
             [&hasher = hasher_, hash = std::move(hash), key = std::string(*key)] {
@@ -112,7 +116,11 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::login(McpField
         .finish = [&store = store_, id = std::string(*accountId)](AgentSession& session, const KeyOutcome& outcome,
                                                                  Date, AgentService::Effects& effects) -> Result {
             // Read again: the account may have gone while the key was checked.
-            const auto account = outcome.matched ? store.account(id) : std::nullopt;
+            if (!outcome.matched) return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
+            const auto found = store.account(id);
+            if (auto* failed = std::get_if<Failure>(&found))
+                return failure(ToolErrorCode::internalError, failed->reason);
+            const auto& account = std::get<std::optional<Account>>(found);
             if (!account) return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
             AgentBinding::bind(session, account->id, true, effects);
             AgentBinding(store).recordClientInfo(session, *account, effects);
@@ -127,7 +135,9 @@ AgentTools::Result AgentTools::getBalance(McpFields& arguments, AgentSession& se
                                           AgentService::Effects& effects) {
     arguments.allowOnly({});
     if (!arguments.ok()) return invalidArguments(arguments);
-    const auto account = AgentBinding(store_).readableAccount(session, now, effects);
+    const auto readable = AgentBinding(store_).readableAccount(session, now, effects);
+    if (auto* failed = std::get_if<Failure>(&readable)) return failure(ToolErrorCode::internalError, failed->reason);
+    const auto& account = std::get<std::optional<Account>>(readable);
     if (!account) return failure(ToolErrorCode::notSignedIn, notSignedInMessage);
     return accountResult(*account);
 }
@@ -139,11 +149,17 @@ AgentTools::Result AgentTools::getHistory(McpFields& arguments, AgentSession& se
     const auto before = arguments.string("before");
     if (!arguments.ok()) return invalidArguments(arguments);
     if (limit < 1 || limit > 100) return failure(ToolErrorCode::invalidArguments, "limit must be from 1 to 100");
-    const auto account = AgentBinding(store_).readableAccount(session, now, effects);
+    const auto readable = AgentBinding(store_).readableAccount(session, now, effects);
+    if (auto* failed = std::get_if<Failure>(&readable)) return failure(ToolErrorCode::internalError, failed->reason);
+    const auto& account = std::get<std::optional<Account>>(readable);
     if (!account) return failure(ToolErrorCode::notSignedIn, notSignedInMessage);
     auto page = history(*account, static_cast<int>(limit),
                         before ? std::optional<std::string>(*before) : std::nullopt);
-    if (auto* failed = std::get_if<Failure>(&page)) return failure(ToolErrorCode::invalidArguments, failed->reason);
+    if (auto* failed = std::get_if<Failure>(&page)) {
+        // A page that names no entry of this account is the agent's to fix; anything else is ours.
+        const bool theirs = failed->reason == "No such entry";
+        return failure(theirs ? ToolErrorCode::invalidArguments : ToolErrorCode::internalError, failed->reason);
+    }
     return {std::move(std::get<std::string>(page)), false};
 }
 

@@ -20,20 +20,32 @@ std::int64_t entryNumber(const std::string& id) {
 
 }  // namespace
 
-EntryCache::EntryCache(const LedgerStore& store) : store_(store) {
-    reloadAll();
-}
+EntryCache::EntryCache(const LedgerStore& store) : store_(store) {}
 
-void EntryCache::reloadAll() {
+Outcome<std::monostate> EntryCache::reloadAll() {
     encoded_.clear();
     ledgers_.clear();
     bytes_ = 0;
-    for (const auto& account : store_.accounts(LedgerStore::Balances::omitted)) load(account.id);
+    const auto accounts = store_.accounts(LedgerStore::Balances::omitted);
+    if (auto* failure = std::get_if<Failure>(&accounts)) return *failure;
+    for (const auto& account : std::get<std::vector<Account>>(accounts)) {
+        if (auto loaded = reloadAccount(account.id); !succeeded(loaded)) return loaded;
+    }
+    return std::monostate{};
 }
 
-void EntryCache::reloadAccount(const std::string& accountId) {
+Outcome<std::monostate> EntryCache::reloadAccount(const std::string& accountId) {
+    // Read first: what cannot be read leaves what is held as it was.
+    auto entries = store_.accountEntries(accountId);
+    if (auto* failure = std::get_if<Failure>(&entries)) return *failure;
+    auto& list = std::get<std::vector<LedgerEntry>>(entries);
+    const auto account = list.empty() ? store_.account(accountId) : Outcome<std::optional<Account>>();
+    if (auto* failure = std::get_if<Failure>(&account)) return *failure;
     forget(accountId);
-    load(accountId);
+    if (list.empty() && !std::get<std::optional<Account>>(account)) return std::monostate{};  // deleted
+    ledgers_[accountId];
+    for (const auto& entry : list) put(entry);
+    return std::monostate{};
 }
 
 void EntryCache::forget(const std::string& accountId) {
@@ -46,13 +58,6 @@ void EntryCache::forget(const std::string& accountId) {
         }
     }
     ledgers_.erase(found);
-}
-
-void EntryCache::load(const std::string& accountId) {
-    auto entries = store_.accountEntries(accountId);
-    if (entries.empty() && !store_.account(accountId)) return;  // deleted
-    ledgers_[accountId];
-    for (const auto& entry : entries) put(entry);
 }
 
 void EntryCache::put(const LedgerEntry& entry) {

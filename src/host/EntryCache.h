@@ -5,7 +5,10 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <variant>
 #include <vector>
+
+#include "Outcome.h"
 
 namespace tallywick {
 
@@ -18,11 +21,14 @@ struct LedgerEntry;
 // changed account's ledger is read and encoded anew. Host thread only.
 class EntryCache {
 public:
+    // Holds nothing until reloadAll().
     explicit EntryCache(const LedgerStore& store);
 
-    void reloadAll();
-    // After any change to this account's ledger, its deletion included.
-    void reloadAccount(const std::string& accountId);
+    // A Failure when the ledger could not be read.
+    Outcome<std::monostate> reloadAll();
+    // After any change to this account's ledger, its deletion included. What
+    // cannot be read leaves what is held as it was.
+    Outcome<std::monostate> reloadAccount(const std::string& accountId);
     // The cheap forms for the commonest changes: one entry written or removed.
     void put(const LedgerEntry& entry);
     void remove(const std::string& entryId);
@@ -36,7 +42,6 @@ public:
 
 private:
     void forget(const std::string& accountId);
-    void load(const std::string& accountId);
     void erase(std::int64_t number);
 
     const LedgerStore& store_;

@@ -83,6 +83,8 @@ std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::
     std::unique_ptr<HostServer> server(new HostServer(
         Locks{std::move(std::get<HostLock>(userLock)), std::move(std::get<HostLock>(databaseLock))},
         std::move(std::get<std::unique_ptr<LedgerStore>>(opened)), endpointPath(runtime.path)));
+    if (auto loaded = server->entries_.reloadAll(); !succeeded(loaded))
+        return StartFailure{.message = config.databasePath + " could not be read: " + std::get<Failure>(loaded).reason};
     server->maxConnections_ = maxConnections;
     server->databasePath_ = config.databasePath;
     if (auto problem = server->listen(config.callerRequirement)) return StartFailure{.message = *problem};
@@ -226,7 +228,7 @@ void HostServer::handleControl(Peer& peer, std::uint64_t callId, const std::stri
     else if (result.removedEntry) entries_.remove(*result.removedEntry);
     else ledgersChanged(result.changedLedgers);
     if (result.deletedAccount) {
-        entries_.reloadAccount(*result.deletedAccount);
+        reloadLedger(*result.deletedAccount);
         unbind([&](const AgentSession& session) { return session.accountId == *result.deletedAccount; });
     }
     // Off means off now, not at each agent's next request.
@@ -364,13 +366,25 @@ void HostServer::broadcast(const ControlEvent& event) {
 }
 
 void HostServer::ledgersChanged(const std::vector<std::string>& accountIds) {
-    for (const auto& id : accountIds) entries_.reloadAccount(id);
+    for (const auto& id : accountIds) reloadLedger(id);
+}
+
+void HostServer::reloadLedger(const std::string& accountId) {
+    // The change is committed; only the copy we serve from is behind, and says so.
+    if (auto loaded = entries_.reloadAccount(accountId); !succeeded(loaded))
+        std::fprintf(stderr, "tallywick-host: the ledger of %s could not be read again: %s\n", accountId.c_str(),
+                     std::get<Failure>(loaded).reason.c_str());
 }
 
 std::string HostServer::snapshotText() const {
+    auto accounts = store_->accounts(LedgerStore::Balances::omitted);
+    auto settings = store_->settings();
+    for (const Failure* failure : {std::get_if<Failure>(&accounts), std::get_if<Failure>(&settings)}) {
+        if (failure) return *TallywickCoding::encodeToString(ControlResponse::failure(failure->reason));
+    }
     Snapshot state{
-        .accounts = store_->accounts(LedgerStore::Balances::omitted),
-        .settings = store_->settings(),
+        .accounts = std::move(std::get<std::vector<Account>>(accounts)),
+        .settings = std::get<Settings>(settings),
         .recentApiLog = log_.recent(recentLogSize),
         .hostVersion = std::string(TallywickVersion::displayString),
     };

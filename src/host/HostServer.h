@@ -96,6 +96,7 @@ private:
     void broadcast(const ControlEvent& event);
     std::string snapshotText() const;
     void ledgersChanged(const std::vector<std::string>& accountIds);
+    void reloadLedger(const std::string& accountId);
     void shutdown();
     void backUpWhenDue();
 

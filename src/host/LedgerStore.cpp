@@ -475,12 +475,14 @@ auto change(Database& db, Body body) {
     return result;
 }
 
-// Runs `body` on one consistent view of the data; an empty result if reading failed.
+// Runs `body` on one consistent view of the data. A read that failed part
+// way (a damaged page, a full disk for the lock) is a failure, never the
+// part that was read.
 template <class Body>
-auto read(Database& db, Body body) {
+auto read(Database& db, Body body) -> Outcome<decltype(body(std::declval<Transaction&>()))> {
     Transaction tx(db, Transaction::Mode::deferred);
     auto result = body(tx);
-    if (tx.commit()) return decltype(result){};
+    if (auto error = tx.commit()) return Failure{"The ledger could not be read: " + error->message};
     return result;
 }
 
@@ -554,7 +556,7 @@ std::optional<std::string> LedgerStore::checkFile(const std::string& path) {
     return damageOf(db, state.version);
 }
 
-Settings LedgerStore::settings() const {
+Outcome<Settings> LedgerStore::settings() const {
     return read(*db_, readSettings);
 }
 
@@ -573,29 +575,29 @@ Outcome<Settings> LedgerStore::setStartingPoints(std::int64_t points) {
     });
 }
 
-std::vector<Account> LedgerStore::accounts(Balances balances) const {
+Outcome<std::vector<Account>> LedgerStore::accounts(Balances balances) const {
     return read(*db_, [&](Transaction& tx) { return loadAccounts(tx, std::nullopt, balances); });
 }
 
-std::vector<LedgerEntry> LedgerStore::accountEntries(const std::string& accountId) const {
+Outcome<std::vector<LedgerEntry>> LedgerStore::accountEntries(const std::string& accountId) const {
     const auto account = parseId(accountId, 'A');
-    if (!account) return {};
+    if (!account) return std::vector<LedgerEntry>{};
     return read(*db_, [&](Transaction& tx) {
         auto rows = tx.query(selectEntries + "WHERE account_id = ? ORDER BY id DESC", *account);
         return readEntries(tx, rows);
     });
 }
 
-std::vector<LedgerEntry> LedgerStore::entries() const {
+Outcome<std::vector<LedgerEntry>> LedgerStore::entries() const {
     return read(*db_, [](Transaction& tx) {
         auto rows = tx.query(selectEntries + "ORDER BY id DESC");
         return readEntries(tx, rows);
     });
 }
 
-std::optional<Account> LedgerStore::account(const std::string& id) const {
+Outcome<std::optional<Account>> LedgerStore::account(const std::string& id) const {
     const auto number = parseId(id, 'A');
-    if (!number) return std::nullopt;
+    if (!number) return std::optional<Account>();
     return read(*db_, [&](Transaction& tx) -> std::optional<Account> {
         auto found = loadAccounts(tx, *number);
         if (found.empty()) return std::nullopt;
@@ -603,9 +605,9 @@ std::optional<Account> LedgerStore::account(const std::string& id) const {
     });
 }
 
-std::optional<LedgerEntry> LedgerStore::entry(const std::string& id) const {
+Outcome<std::optional<LedgerEntry>> LedgerStore::entry(const std::string& id) const {
     const auto number = parseId(id, 'E');
-    if (!number) return std::nullopt;
+    if (!number) return std::optional<LedgerEntry>();
     return read(*db_, [&](Transaction& tx) { return loadEntry(tx, *number); });
 }
 
@@ -684,9 +686,9 @@ Outcome<Account> LedgerStore::createCredentialAccount(const std::string& display
     });
 }
 
-std::optional<std::string> LedgerStore::keyHash(const std::string& accountId) const {
+Outcome<std::optional<std::string>> LedgerStore::keyHash(const std::string& accountId) const {
     const auto number = parseId(accountId, 'A');
-    if (!number) return std::nullopt;
+    if (!number) return std::optional<std::string>();
     return read(*db_, [&](Transaction& tx) -> std::optional<std::string> {
         auto row = tx.query("SELECT key_hash FROM accounts WHERE id = ?", *number);
         if (!tx.next(row)) return std::nullopt;
@@ -766,7 +768,7 @@ Outcome<LedgerStore::HistoryPage> LedgerStore::history(const std::string& accoun
         }
         return result;
     }();
-    if (auto error = tx.commit()) return Failure{"Could not read: " + error->message};
+    if (auto error = tx.commit()) return Failure{"The ledger could not be read: " + error->message};
     return page;
 }
 

@@ -40,7 +40,9 @@ public:
     // records) unique for the database's life.
     std::uint64_t runNumber() const { return runNumber_; }
 
-    Settings settings() const;
+    // Reads fail as a whole: a damaged page is a Failure, never an empty or
+    // partial answer.
+    Outcome<Settings> settings() const;
     Outcome<Settings> setAllowUnauthenticated(bool allow);
     Outcome<Settings> setStartingPoints(std::int64_t points);  // "Starting points must not be negative"
 
@@ -48,13 +50,13 @@ public:
     // that keeps the sums itself asks for the accounts alone.
     enum class Balances { summed, omitted };
     // Oldest first. `isConnected` is false: connections are not stored.
-    std::vector<Account> accounts(Balances balances = Balances::summed) const;
+    Outcome<std::vector<Account>> accounts(Balances balances = Balances::summed) const;
     // Every entry of every account, newest first.
-    std::vector<LedgerEntry> entries() const;
-    std::optional<Account> account(const std::string& id) const;
+    Outcome<std::vector<LedgerEntry>> entries() const;
+    Outcome<std::optional<Account>> account(const std::string& id) const;
     // One account's whole ledger, newest first; empty for an unknown account.
-    std::vector<LedgerEntry> accountEntries(const std::string& accountId) const;
-    std::optional<LedgerEntry> entry(const std::string& id) const;
+    Outcome<std::vector<LedgerEntry>> accountEntries(const std::string& accountId) const;
+    Outcome<std::optional<LedgerEntry>> entry(const std::string& id) const;
 
     Outcome<LedgerEntry> createEntry(const NewLedgerEntry& entry, Date now);
     // Keeps the stored entry's account, createdAt and sequence; sets updatedAt to now.
@@ -68,7 +70,7 @@ public:
     // A new account for an agent that signed up; opening credit included.
     Outcome<Account> createCredentialAccount(const std::string& displayName, const std::string& keyHash, Date now);
     // The stored hash of a credential account's key.
-    std::optional<std::string> keyHash(const std::string& accountId) const;
+    Outcome<std::optional<std::string>> keyHash(const std::string& accountId) const;
     // The account of the client with this name, created (with its opening
     // credit) on first sight; the client information and fields are stored
     // with it each time.

@@ -12,6 +12,7 @@
 #include "AgentService.h"
 #include "KeyHasher.h"
 #include "LedgerStore.h"
+#include "OutcomeTesting.h"
 
 namespace tallywick::testing {
 

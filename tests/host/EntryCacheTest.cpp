@@ -10,13 +10,14 @@
 
 #include "EntryCache.h"
 #include "LedgerStore.h"
+#include "OutcomeTesting.h"
 
 namespace tallywick {
 namespace {
 
 std::string encodedFresh(const LedgerStore& store) {
     std::string out;
-    for (const auto& entry : store.entries()) {
+    for (const auto& entry : ok(store.entries())) {
         if (!out.empty()) out += ',';
         out += *TallywickCoding::encodeToString(entry);
     }
@@ -27,7 +28,7 @@ void expectAgrees(const EntryCache& cache, const LedgerStore& store) {
     std::string cached;
     cache.appendEntries(cached);
     EXPECT_EQ(cached, encodedFresh(store));
-    for (const auto& account : store.accounts()) EXPECT_EQ(cache.balance(account.id), account.balance) << account.id;
+    for (const auto& account : ok(store.accounts())) EXPECT_EQ(cache.balance(account.id), account.balance) << account.id;
 }
 
 TEST(EntryCache, FollowsEveryKindOfChangeExactly) {
@@ -42,6 +43,7 @@ TEST(EntryCache, FollowsEveryKindOfChangeExactly) {
     for (int i = 0; i < 3; ++i)
         accounts.push_back(std::get<Account>(store.createCredentialAccount("Agent " + std::to_string(i), "h", now)).id);
     EntryCache cache(store);
+    ok(cache.reloadAll());
     expectAgrees(cache, store);
 
     // A random walk of creations, updates and deletions, checked after each step.

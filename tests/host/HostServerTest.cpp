@@ -196,7 +196,9 @@ TEST_F(HostServer, AgentTrafficIsLoggedAndSubscribersHearOfDeskChanges) {
     app.reset();
     bot.reset();
     host_->stop();
-    for (const auto& file : std::filesystem::directory_iterator(folder_ / "data")) {
+    // Backups included.
+    for (const auto& file : std::filesystem::recursive_directory_iterator(folder_ / "data")) {
+        if (!file.is_regular_file()) continue;
         std::ifstream in(file.path(), std::ios::binary);
         const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         EXPECT_EQ(bytes.find(key), std::string::npos) << file.path();

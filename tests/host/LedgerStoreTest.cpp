@@ -11,6 +11,7 @@
 #include "Database.h"
 #include "KeyHasher.h"
 #include "LedgerStore.h"
+#include "OutcomeTesting.h"
 
 using namespace tallywick;
 namespace fs = std::filesystem;
@@ -26,21 +27,6 @@ Date at(std::int64_t seconds) {
 std::string bytesOf(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-template <class T>
-T ok(Outcome<T> outcome) {
-    if (auto* failure = std::get_if<Failure>(&outcome)) {
-        ADD_FAILURE() << failure->reason;
-        return T{};
-    }
-    return std::get<T>(std::move(outcome));
-}
-
-template <class T>
-std::string reason(const Outcome<T>& outcome) {
-    auto* failure = std::get_if<Failure>(&outcome);
-    return failure ? failure->reason : "(succeeded)";
 }
 
 class LedgerStoreTest : public ::testing::Test {
@@ -92,7 +78,7 @@ TEST_F(LedgerStoreTest, KeepsEverythingAcrossReopening) {
     auto store = open();
     ASSERT_TRUE(store);
     EXPECT_EQ(store->runNumber(), 1u);
-    EXPECT_EQ(store->settings(), (Settings{.allowUnauthenticated = true, .startingPoints = 50000}));
+    EXPECT_EQ(ok(store->settings()), (Settings{.allowUnauthenticated = true, .startingPoints = 50000}));
     struct stat info {};
     ASSERT_EQ(::stat(path().parent_path().c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0700u);
@@ -114,8 +100,8 @@ TEST_F(LedgerStoreTest, KeepsEverythingAcrossReopening) {
 
     EXPECT_EQ(builder.clientInfoFields, std::nullopt);
     EXPECT_EQ(cli.clientInfoFields, (std::vector<ClientInfoField>{{"os", "linux"}, {"shell", ""}}));
-    const auto accounts = store->accounts();
-    const auto entries = store->entries();
+    const auto accounts = ok(store->accounts());
+    const auto entries = ok(store->entries());
     ASSERT_EQ(accounts.size(), 2u);
     EXPECT_EQ(accounts[0].balance, 7);
     ASSERT_EQ(entries.size(), 4u);
@@ -125,10 +111,10 @@ TEST_F(LedgerStoreTest, KeepsEverythingAcrossReopening) {
     store = open();
     ASSERT_TRUE(store);
     EXPECT_EQ(store->runNumber(), 2u);
-    EXPECT_EQ(store->accounts(), accounts);
-    EXPECT_EQ(store->entries(), entries);
-    EXPECT_EQ(store->settings(), (Settings{.allowUnauthenticated = false, .startingPoints = 10}));
-    EXPECT_EQ(store->keyHash(builder.id), "hash-text");
+    EXPECT_EQ(ok(store->accounts()), accounts);
+    EXPECT_EQ(ok(store->entries()), entries);
+    EXPECT_EQ(ok(store->settings()), (Settings{.allowUnauthenticated = false, .startingPoints = 10}));
+    EXPECT_EQ(ok(store->keyHash(builder.id)), "hash-text");
 }
 
 TEST_F(LedgerStoreTest, BuildsTheSchemaInAnEmptyFile) {
@@ -137,8 +123,8 @@ TEST_F(LedgerStoreTest, BuildsTheSchemaInAnEmptyFile) {
     auto store = open();
     ASSERT_TRUE(store);
     EXPECT_EQ(store->runNumber(), 1u);
-    EXPECT_TRUE(store->accounts().empty());
-    EXPECT_EQ(store->settings().startingPoints, 50000);
+    EXPECT_TRUE(ok(store->accounts()).empty());
+    EXPECT_EQ(ok(store->settings()).startingPoints, 50000);
 }
 
 TEST_F(LedgerStoreTest, RefusesFilesItCannotUseAndLeavesThemAlone) {
@@ -201,12 +187,12 @@ TEST_F(LedgerStoreTest, NeverReusesSequencesOrIdentifiers) {
     const auto fourth = ok(store->createEntry(credit(account.id, 1), at(4)));
     EXPECT_EQ(fourth.sequence, 4);
     EXPECT_NE(fourth.id, third.id);
-    EXPECT_EQ(store->entry(third.id), std::nullopt);
+    EXPECT_EQ(ok(store->entry(third.id)), std::nullopt);
 
     ok(store->deleteAccount(account.id));
     const auto next = ok(store->createCredentialAccount("Ada", "hash", at(5)));
     EXPECT_NE(next.id, account.id);
-    EXPECT_EQ(store->account(account.id), std::nullopt);
+    EXPECT_EQ(ok(store->account(account.id)), std::nullopt);
 }
 
 TEST_F(LedgerStoreTest, UpdateKeepsAccountCreationAndSequence) {
@@ -233,18 +219,18 @@ TEST_F(LedgerStoreTest, UpdateKeepsAccountCreationAndSequence) {
     expected.memo = "fixed";
     expected.updatedAt = at(30);
     EXPECT_EQ(updated, expected);
-    EXPECT_EQ(store->entry(original.id), expected);
-    EXPECT_EQ(store->entries()[1], expected);  // an update does not make an entry newer
-    EXPECT_EQ(store->account(ada.id)->balance, 50000 - 4 + 1);
-    EXPECT_EQ(store->account(bob.id)->balance, 50000);
+    EXPECT_EQ(ok(store->entry(original.id)), expected);
+    EXPECT_EQ(ok(store->entries())[1], expected);  // an update does not make an entry newer
+    EXPECT_EQ(ok(store->account(ada.id))->balance, 50000 - 4 + 1);
+    EXPECT_EQ(ok(store->account(bob.id))->balance, 50000);
 }
 
 TEST_F(LedgerStoreTest, RefusesBadChangesWithTheirReasons) {
     auto store = open();
     const auto ada = ok(store->createCredentialAccount("Ada", "hash", at(1)));
     const auto entry = ok(store->createEntry(credit(ada.id, 1), at(2)));
-    const auto accounts = store->accounts();
-    const auto entries = store->entries();
+    const auto accounts = ok(store->accounts());
+    const auto entries = ok(store->entries());
 
     for (const std::string id : {"A999", "E1", "A01", "", "A"}) {
         EXPECT_EQ(reason(store->createEntry(credit(id, 1), at(3))), "No such account") << id;
@@ -268,8 +254,8 @@ TEST_F(LedgerStoreTest, RefusesBadChangesWithTheirReasons) {
     EXPECT_EQ(reason(store->renameAccount(ada.id, " \t\n")), "Display name must not be empty");
     EXPECT_EQ(reason(store->createCredentialAccount("", "hash", at(3))), "Display name must not be empty");
 
-    EXPECT_EQ(store->accounts(), accounts);
-    EXPECT_EQ(store->entries(), entries);
+    EXPECT_EQ(ok(store->accounts()), accounts);
+    EXPECT_EQ(ok(store->entries()), entries);
     EXPECT_EQ(ok(store->renameAccount(ada.id, "  Ada L. ")).displayName, "  Ada L. ");
 }
 
@@ -284,7 +270,7 @@ TEST_F(LedgerStoreTest, RefusesABalanceOutsideSixtyFourBits) {
     ok(store->createEntry(debit(id, maxPoints), at(4)));
     const auto down = ok(store->createEntry(debit(id, maxPoints), at(5)));
     const auto last = ok(store->createEntry(debit(id, 1), at(6)));
-    EXPECT_EQ(store->account(id)->balance, std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(ok(store->account(id))->balance, std::numeric_limits<std::int64_t>::min());
     EXPECT_EQ(reason(store->createEntry(debit(id, 1), at(7))), "Balance would overflow");
 
     // The entry's old amount no longer counts once it is replaced.
@@ -294,12 +280,12 @@ TEST_F(LedgerStoreTest, RefusesABalanceOutsideSixtyFourBits) {
     auto flipped = down;
     flipped.kind = TransactionKind::credit;
     EXPECT_EQ(reason(store->updateEntry(flipped, at(9))), "Balance would overflow");
-    EXPECT_EQ(store->account(id)->balance, -maxPoints + 1);
-    EXPECT_EQ(store->entries().size(), 5u);
+    EXPECT_EQ(ok(store->account(id))->balance, -maxPoints + 1);
+    EXPECT_EQ(ok(store->entries()).size(), 5u);
 
     // Deleting is never refused; a balance past the range is shown at its limit.
     ok(store->deleteEntry(top.id));
-    EXPECT_EQ(store->account(id)->balance, std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(ok(store->account(id))->balance, std::numeric_limits<std::int64_t>::min());
 }
 
 TEST_F(LedgerStoreTest, DeletingAnAccountTakesItsEntriesAndFields) {
@@ -310,11 +296,11 @@ TEST_F(LedgerStoreTest, DeletingAnAccountTakesItsEntriesAndFields) {
     ok(store->createEntry(credit(keep.id, 5), at(4)));
 
     ok(store->deleteAccount(gone.id));
-    EXPECT_EQ(store->account(gone.id), std::nullopt);
-    EXPECT_EQ(store->entry(goneEntry.id), std::nullopt);
-    for (const auto& entry : store->entries()) EXPECT_EQ(entry.accountId, keep.id);
-    EXPECT_EQ(store->entries().size(), 2u);
-    EXPECT_EQ(store->account(keep.id)->balance, 50005);
+    EXPECT_EQ(ok(store->account(gone.id)), std::nullopt);
+    EXPECT_EQ(ok(store->entry(goneEntry.id)), std::nullopt);
+    for (const auto& entry : ok(store->entries())) EXPECT_EQ(entry.accountId, keep.id);
+    EXPECT_EQ(ok(store->entries()).size(), 2u);
+    EXPECT_EQ(ok(store->account(keep.id))->balance, 50005);
 
     // The same client seen again starts over.
     const auto again = ok(store->clientInfoAccount({"agent"}, {{"c", "3"}}, at(5)));
@@ -350,7 +336,7 @@ TEST_F(LedgerStoreTest, HistoryPagesNewestFirst) {
 
     EXPECT_EQ(memos(ok(store->history(ada.id, 0, std::nullopt))), "7");
     EXPECT_EQ(ok(store->history(ada.id, 1000, std::nullopt)).entries.size(), 7u);
-    const auto bobEntry = store->entries()[3];
+    const auto bobEntry = ok(store->entries())[3];
     ASSERT_EQ(bobEntry.accountId, bob.id);
     EXPECT_EQ(reason(store->history(ada.id, 3, bobEntry.id)), "No such entry");
     EXPECT_EQ(reason(store->history(ada.id, 3, std::string("X1"))), "No such entry");
@@ -380,7 +366,7 @@ TEST_F(LedgerStoreTest, RecognisesAClientByItsExactName) {
     EXPECT_EQ(again.clientInfo, (ClientInfo{"claude-code", "1.1", std::nullopt}));
     EXPECT_EQ(again.clientInfoFields, std::vector<ClientInfoField>{});
     EXPECT_EQ(again.balance, 50000);
-    EXPECT_EQ(store->entries().size(), 1u);
+    EXPECT_EQ(ok(store->entries()).size(), 1u);
 
     EXPECT_NE(ok(store->clientInfoAccount({"Claude-Code"}, {}, at(3))).id, first.id);
     EXPECT_EQ(ok(store->clientInfoAccount({"codex", std::nullopt, ""}, {}, at(3))).displayName, "codex");
@@ -390,7 +376,7 @@ TEST_F(LedgerStoreTest, RecognisesAClientByItsExactName) {
     // account one that is recognised by client name.
     const auto signedUp = ok(store->createCredentialAccount("Signed", "hash", at(4)));
     ok(store->recordClientInfo(signedUp.id, {"gemini"}, {{"k", "v"}}));
-    const auto recorded = *store->account(signedUp.id);
+    const auto recorded = *ok(store->account(signedUp.id));
     EXPECT_EQ(recorded.clientInfo, (ClientInfo{"gemini"}));
     EXPECT_EQ(recorded.clientInfoFields, (std::vector<ClientInfoField>{{"k", "v"}}));
     EXPECT_NE(ok(store->clientInfoAccount({"gemini"}, {}, at(5))).id, signedUp.id);
@@ -411,9 +397,9 @@ TEST_F(LedgerStoreTest, KeepsOnlyTheHashOfAKey) {
     auto store = open();
     const auto account = ok(store->createCredentialAccount("Keyed", *hash, at(1)));
     const auto client = ok(store->clientInfoAccount({"client"}, {}, at(1)));
-    EXPECT_EQ(store->keyHash(account.id), hash);
-    EXPECT_EQ(store->keyHash(client.id), std::nullopt);
-    EXPECT_EQ(store->keyHash("A999"), std::nullopt);
+    EXPECT_EQ(ok(store->keyHash(account.id)), hash);
+    EXPECT_EQ(ok(store->keyHash(client.id)), std::nullopt);
+    EXPECT_EQ(ok(store->keyHash("A999")), std::nullopt);
 
     const auto bytes = fileBytes();
     EXPECT_NE(bytes.find(*hash), std::string::npos);
@@ -425,7 +411,7 @@ TEST_F(LedgerStoreTest, DatabaseErrorLeavesNoPartialChange) {
     executeAside(
         "CREATE TRIGGER refuse BEFORE INSERT ON entries BEGIN SELECT RAISE(ABORT, 'disk on fire'); END");
     EXPECT_EQ(reason(store->createCredentialAccount("Ada", "hash", at(1))), "Could not save: disk on fire");
-    EXPECT_TRUE(store->accounts().empty());
+    EXPECT_TRUE(ok(store->accounts()).empty());
 
     executeAside("DROP TRIGGER refuse");
     const auto ada = ok(store->clientInfoAccount({"ada"}, {}, at(1)));
@@ -435,8 +421,28 @@ TEST_F(LedgerStoreTest, DatabaseErrorLeavesNoPartialChange) {
         "CREATE TRIGGER refuse BEFORE UPDATE OF next_sequence ON accounts "
         "BEGIN SELECT RAISE(ABORT, 'disk on fire'); END");
     EXPECT_EQ(reason(store->createEntry(credit(ada.id, 5), at(2))), "Could not save: disk on fire");
-    EXPECT_EQ(store->entries().size(), 1u);
+    EXPECT_EQ(ok(store->entries()).size(), 1u);
 
     executeAside("DROP TRIGGER refuse");
     EXPECT_EQ(ok(store->createEntry(credit(ada.id, 5), at(3))).sequence, 2);
+}
+
+// A page that cannot be read after the store opened (damage while the host
+// runs) fails the read that needs it: never an empty ledger, never half of one.
+TEST_F(LedgerStoreTest, ReadErrorsAreFailuresNeverEmptyAnswers) {
+    auto store = open();
+    const auto ada = ok(store->clientInfoAccount({"ada"}, {}, at(1)));
+    for (int i = 0; i < 300; ++i) ok(store->createEntry(credit(ada.id, 1, std::string(40, 'm')), at(2)));
+    ASSERT_EQ(ok(store->entries()).size(), 301u);
+
+    // The entries table now starts at an index's page: every read of it is malformed.
+    executeAside("PRAGMA writable_schema = ON; "
+                 "UPDATE sqlite_schema SET rootpage = (SELECT rootpage FROM sqlite_schema "
+                 "WHERE name = 'entries_by_account') WHERE name = 'entries'; "
+                 "PRAGMA writable_schema = OFF; PRAGMA schema_version = 1000");
+    const std::string unreadable = "The ledger could not be read: ";
+    EXPECT_EQ(reason(store->entries()).rfind(unreadable, 0), 0u) << reason(store->entries());
+    EXPECT_EQ(reason(store->accountEntries(ada.id)).rfind(unreadable, 0), 0u);
+    EXPECT_EQ(reason(store->history(ada.id, 10, std::nullopt)).rfind(unreadable, 0), 0u);
+    EXPECT_EQ(reason(store->entry("E5")).rfind(unreadable, 0), 0u);
 }
