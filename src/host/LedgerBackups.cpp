@@ -70,7 +70,7 @@ std::variant<fs::path, std::string> make(const std::string& databasePath, Date n
     std::error_code ignored;
     // What a host killed mid-copy left behind is no backup.
     for (const auto& item : fs::directory_iterator(folder, ignored))
-        if (item.path().extension() == ".partial") fs::remove(item.path(), ignored);
+        if (item.path().filename().string().find(".partial") != std::string::npos) fs::remove(item.path(), ignored);
     auto opened = Database::openReadOnly(databasePath);
     if (auto* error = std::get_if<DatabaseError>(&opened)) return "cannot read " + databasePath + ": " + error->message;
     auto& db = *std::get<std::unique_ptr<Database>>(opened);
