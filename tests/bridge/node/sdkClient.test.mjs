@@ -8,7 +8,7 @@ import { Client } from '@modelcontextprotocol/sdk/client/index.js';
 import { StdioClientTransport } from '@modelcontextprotocol/sdk/client/stdio.js';
 import { McpError, ResourceUpdatedNotificationSchema } from '@modelcontextprotocol/sdk/types.js';
 
-import { Host, aloneBridge, programs } from './bridgeClients.mjs';
+import { Host, aloneBridge, programs, waitUntil } from './bridgeClients.mjs';
 
 const host = new Host('sdk');
 const clients = [];
@@ -26,8 +26,9 @@ async function connect(name, command = programs.bridge) {
     env: host.bridgeEnv,
     stderr: 'pipe',
   });
-  transport.stderr.on('data', () => {});  // the bridge's log, not needed here
   const client = new Client({ name, version: '1.0.0' });
+  client.bridgeLog = '';
+  transport.stderr.on('data', (text) => { client.bridgeLog += text; });
   clients.push(client);  // closed at the end even when the handshake fails
   await client.connect(transport);
   return client;
@@ -103,6 +104,9 @@ test('history and a subscription told of an entry added at the desk', async () =
 
 test('a host killed mid-session is started again on the next call, and the session goes on without a new login', async () => {
   await host.stop('SIGKILL');
+  // A call racing the crash is answered -31000 (it may have reached the
+  // host); the next one after the bridge has seen the loss starts a host.
+  await waitUntil('the bridge to see the host go', () => agent.bridgeLog.includes('the peer went away'));
   const balance = await call(agent, 'getBalance');
   assert.equal(balance.isError, false);
   assert.deepEqual(balance.structuredContent, account);
