@@ -67,9 +67,8 @@ void EntryCache::put(const LedgerEntry& entry) {
     erase(number);
     Ledger& ledger = ledgers_[entry.accountId];
     ledger.entries.insert(number);
-    ledger.balance += entry.signedAmount();
     bytes_ += text->size();
-    encoded_[number] = {entry.accountId, entry.signedAmount(), std::move(*text)};
+    encoded_[number] = {entry.accountId, std::move(*text)};
 }
 
 void EntryCache::remove(const std::string& entryId) {
@@ -79,21 +78,14 @@ void EntryCache::remove(const std::string& entryId) {
 void EntryCache::erase(std::int64_t number) {
     const auto found = encoded_.find(number);
     if (found == encoded_.end()) return;
-    if (auto ledger = ledgers_.find(found->second.accountId); ledger != ledgers_.end()) {
+    if (auto ledger = ledgers_.find(found->second.accountId); ledger != ledgers_.end())
         ledger->second.entries.erase(number);
-        ledger->second.balance -= found->second.signedAmount;
-    }
     bytes_ -= found->second.json.size();
     encoded_.erase(found);
 }
 
 std::int64_t EntryCache::balance(const std::string& accountId) const {
-    const auto found = ledgers_.find(accountId);
-    if (found == ledgers_.end()) return 0;
-    constexpr auto low = std::numeric_limits<std::int64_t>::min(), high = std::numeric_limits<std::int64_t>::max();
-    if (found->second.balance > high) return high;
-    if (found->second.balance < low) return low;
-    return static_cast<std::int64_t>(found->second.balance);
+    return store_.balance(accountId);
 }
 
 void EntryCache::appendEntries(std::string& out) const {

@@ -15,8 +15,7 @@ namespace tallywick {
 class LedgerStore;
 struct LedgerEntry;
 
-// Every ledger entry already encoded, newest first, with each account's
-// balance summed from them. A snapshot then costs a copy of bytes instead of
+// Every ledger entry already encoded, newest first. A snapshot then costs a copy of bytes instead of
 // reading and encoding the whole ledger again; after a change only the
 // changed account's ledger is read and encoded anew. Host thread only.
 class EntryCache {
@@ -33,7 +32,8 @@ public:
     void put(const LedgerEntry& entry);
     void remove(const std::string& entryId);
 
-    // The account's balance, held to the 64-bit range; 0 for an unknown account.
+    // The account's balance as the store keeps it (the one rule), held to the
+    // 64-bit range; 0 for an unknown account.
     std::int64_t balance(const std::string& accountId) const;
     // Appends the members of the entries array, newest first, comma separated.
     void appendEntries(std::string& out) const;
@@ -47,14 +47,12 @@ private:
     const LedgerStore& store_;
     struct Encoded {
         std::string accountId;
-        std::int64_t signedAmount = 0;
         std::string json;
     };
     // Entry number (the identifier's digits) to its encoded form; descending is newest first.
     std::map<std::int64_t, Encoded, std::greater<>> encoded_;
     struct Ledger {
         std::set<std::int64_t> entries;
-        __int128 balance = 0;
     };
     std::unordered_map<std::string, Ledger> ledgers_;
     std::size_t bytes_ = 0;

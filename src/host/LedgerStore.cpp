@@ -15,6 +15,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "Balance.h"
 #include "Database.h"
 #include "HostLock.h"
 #include "LedgerBackups.h"
@@ -87,9 +88,7 @@ constexpr int schemaVersion = static_cast<int>(std::size(migrations));
 // rather than having our tables added to it.
 constexpr std::int64_t applicationId = 0x544C574B;
 
-// Balances are summed wider than they are reported, so a sum that leaves the
-// 64-bit range is seen instead of wrapping.
-__extension__ typedef __int128 Wide;
+using Wide = Balance::Wide;
 
 const std::string selectEntries =
     "SELECT id, account_id, kind, flag, amount, memo, created_at, updated_at, sequence FROM entries ";
@@ -132,24 +131,7 @@ TransactionKind kindFrom(std::string_view text) {
 }
 
 Wide effect(TransactionKind kind, std::int64_t amount) {
-    switch (kind) {
-        case TransactionKind::credit: return amount;
-        case TransactionKind::debit: return -Wide{amount};
-        case TransactionKind::note: return 0;
-    }
-    return 0;
-}
-
-bool fits(Wide value) {
-    return value >= std::numeric_limits<std::int64_t>::min() &&
-           value <= std::numeric_limits<std::int64_t>::max();
-}
-
-// Deleting entries can leave a balance no 64-bit number holds; it is shown at the limit.
-std::int64_t saturated(Wide value) {
-    if (value > std::numeric_limits<std::int64_t>::max()) return std::numeric_limits<std::int64_t>::max();
-    if (value < std::numeric_limits<std::int64_t>::min()) return std::numeric_limits<std::int64_t>::min();
-    return static_cast<std::int64_t>(value);
+    return Balance::effect(kind, amount);
 }
 
 bool isBlank(std::string_view text) {
@@ -347,13 +329,6 @@ std::optional<std::int64_t> nextSequence(Transaction& tx, std::int64_t account) 
     return row.integer(0);
 }
 
-Wide balanceOf(Transaction& tx, std::int64_t account) {
-    Wide total = 0;
-    auto rows = tx.query("SELECT kind, amount FROM entries WHERE account_id = ?", account);
-    while (tx.next(rows)) total += effect(kindFrom(rows.textView(0)), rows.integer(1));
-    return total;
-}
-
 LedgerEntry appendEntry(Transaction& tx, std::int64_t account, std::int64_t sequence,
                         const NewLedgerEntry& entry, Date now) {
     tx.run(
@@ -374,15 +349,19 @@ LedgerEntry appendEntry(Transaction& tx, std::int64_t account, std::int64_t sequ
             .sequence = sequence};
 }
 
-void openingCredit(Transaction& tx, std::int64_t account, Date now) {
+// Gives the new account's balance.
+Balance openingCredit(Transaction& tx, std::int64_t account, Date now) {
+    Balance balance;
     const std::int64_t points = readSettings(tx).startingPoints;
-    if (points <= 0) return;
+    if (points <= 0) return balance;
+    balance.apply(points);
     appendEntry(tx, account, 1,
                 {.kind = TransactionKind::credit,
                  .flag = LedgerFlag::none,
                  .amount = points,
                  .memo = "Opening balance"},
                 now);
+    return balance;
 }
 
 void storeClientInfo(Transaction& tx, std::int64_t account, const ClientInfo& info,
@@ -399,8 +378,9 @@ void storeClientInfo(Transaction& tx, std::int64_t account, const ClientInfo& in
 }
 
 // Every account, or only the one given, with fields and balances.
-std::vector<Account> loadAccounts(Transaction& tx, std::optional<std::int64_t> only,
-                                  LedgerStore::Balances sums = LedgerStore::Balances::summed) {
+using BalanceMap = std::unordered_map<std::int64_t, Balance>;
+
+std::vector<Account> loadAccounts(Transaction& tx, std::optional<std::int64_t> only, const BalanceMap* balances) {
     const auto filter = [&](const char* column) {
         return only ? std::string(" WHERE ") + column + " = ?1" : "";
     };
@@ -439,22 +419,16 @@ std::vector<Account> loadAccounts(Transaction& tx, std::optional<std::int64_t> o
         if (list) list->push_back({fields.text(1), fields.text(2)});
     }
 
-    if (sums == LedgerStore::Balances::omitted) return accounts;
-    std::vector<Wide> balances(accounts.size());
-    auto amounts = tx.query("SELECT account_id, kind, amount FROM entries" + filter("account_id"));
-    bindFilter(amounts);
-    while (tx.next(amounts)) {
-        const auto found = positions.find(amounts.integer(0));
-        if (found != positions.end())
-            balances[found->second] += effect(kindFrom(amounts.textView(1)), amounts.integer(2));
+    if (!balances) return accounts;
+    for (auto& [number, position] : positions) {
+        if (const auto found = balances->find(number); found != balances->end())
+            accounts[position].balance = found->second.reported();
     }
-    for (std::size_t index = 0; index < accounts.size(); ++index)
-        accounts[index].balance = saturated(balances[index]);
     return accounts;
 }
 
-Outcome<Account> loadAccount(Transaction& tx, std::int64_t id) {
-    auto found = loadAccounts(tx, id);
+Outcome<Account> loadAccount(Transaction& tx, std::int64_t id, const BalanceMap& balances) {
+    auto found = loadAccounts(tx, id, &balances);
     if (found.empty()) return noSuchAccount();
     return std::move(found.front());
 }
@@ -536,6 +510,15 @@ std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const 
     if (auto* problem = std::get_if<std::string>(&upgraded)) return *problem;
     std::unique_ptr<LedgerStore> store(new LedgerStore(std::move(db)));
     store->runNumber_ = std::get<std::uint64_t>(upgraded);
+    // Every balance summed once, here; each change then moves its account's sum.
+    auto summed = read(*store->db_, [](Transaction& tx) {
+        BalanceMap balances;
+        auto rows = tx.query("SELECT account_id, kind, amount FROM entries");
+        while (tx.next(rows)) balances[rows.integer(0)].apply(effect(kindFrom(rows.textView(1)), rows.integer(2)));
+        return balances;
+    });
+    if (auto* failure = std::get_if<Failure>(&summed)) return path + " could not be read: " + failure->reason;
+    store->balances_ = std::move(std::get<BalanceMap>(summed));
     return store;
 }
 
@@ -554,6 +537,12 @@ std::optional<std::string> LedgerStore::checkFile(const std::string& path) {
         state = *inspected;
     }
     return damageOf(db, state.version);
+}
+
+std::int64_t LedgerStore::balance(const std::string& accountId) const {
+    const auto number = parseId(accountId, 'A');
+    const auto found = number ? balances_.find(*number) : balances_.end();
+    return found == balances_.end() ? 0 : found->second.reported();
 }
 
 Outcome<Settings> LedgerStore::settings() const {
@@ -576,7 +565,9 @@ Outcome<Settings> LedgerStore::setStartingPoints(std::int64_t points) {
 }
 
 Outcome<std::vector<Account>> LedgerStore::accounts(Balances balances) const {
-    return read(*db_, [&](Transaction& tx) { return loadAccounts(tx, std::nullopt, balances); });
+    return read(*db_, [&](Transaction& tx) {
+        return loadAccounts(tx, std::nullopt, balances == Balances::summed ? &balances_ : nullptr);
+    });
 }
 
 Outcome<std::vector<LedgerEntry>> LedgerStore::accountEntries(const std::string& accountId) const {
@@ -599,7 +590,7 @@ Outcome<std::optional<Account>> LedgerStore::account(const std::string& id) cons
     const auto number = parseId(id, 'A');
     if (!number) return std::optional<Account>();
     return read(*db_, [&](Transaction& tx) -> std::optional<Account> {
-        auto found = loadAccounts(tx, *number);
+        auto found = loadAccounts(tx, *number, &balances_);
         if (found.empty()) return std::nullopt;
         return std::move(found.front());
     });
@@ -615,42 +606,50 @@ Outcome<LedgerEntry> LedgerStore::createEntry(const NewLedgerEntry& entry, Date 
     if (entry.amount < 0) return Failure{"Amount must not be negative"};
     const auto account = parseId(entry.accountId, 'A');
     if (!account) return noSuchAccount();
-    return change(*db_, [&](Transaction& tx) -> Outcome<LedgerEntry> {
+    const Wide change = effect(entry.kind, entry.amount);
+    auto written = tallywick::change(*db_, [&](Transaction& tx) -> Outcome<LedgerEntry> {
         const auto sequence = nextSequence(tx, *account);
         if (!sequence) return noSuchAccount();
-        if (!fits(balanceOf(tx, *account) + effect(entry.kind, entry.amount)))
-            return Failure{"Balance would overflow"};
+        if (!balances_[*account].allows(change)) return Failure{"Balance would overflow"};
         return appendEntry(tx, *account, *sequence, entry, now);
     });
+    // The kept sums follow only what was committed.
+    if (succeeded(written)) balances_[*account].apply(change);
+    return written;
 }
 
 Outcome<LedgerEntry> LedgerStore::updateEntry(const LedgerEntry& entry, Date now) {
     if (entry.amount < 0) return Failure{"Amount must not be negative"};
     const auto id = parseId(entry.id, 'E');
     if (!id) return noSuchEntry();
-    return change(*db_, [&](Transaction& tx) -> Outcome<LedgerEntry> {
-        const auto owner = entryOwner(tx, *id);
+    std::optional<EntryOwner> owner;
+    const Wide after = effect(entry.kind, entry.amount);
+    auto updated = tallywick::change(*db_, [&](Transaction& tx) -> Outcome<LedgerEntry> {
+        owner = entryOwner(tx, *id);
         if (!owner) return noSuchEntry();
-        if (!fits(balanceOf(tx, owner->account) - owner->effect + effect(entry.kind, entry.amount))) {
-            return Failure{"Balance would overflow"};
-        }
+        if (!balances_[owner->account].allows(after - owner->effect)) return Failure{"Balance would overflow"};
         tx.run("UPDATE entries SET kind = ?, flag = ?, amount = ?, memo = ?, updated_at = ? WHERE id = ?",
                rawValue(entry.kind), rawValue(entry.flag), entry.amount, entry.memo, seconds(now), *id);
-        auto updated = loadEntry(tx, *id);
-        if (!updated) return noSuchEntry();
-        return std::move(*updated);
+        auto stored = loadEntry(tx, *id);
+        if (!stored) return noSuchEntry();
+        return std::move(*stored);
     });
+    if (succeeded(updated)) balances_[owner->account].apply(after - owner->effect);
+    return updated;
 }
 
 Outcome<std::string> LedgerStore::deleteEntry(const std::string& id) {
     const auto number = parseId(id, 'E');
     if (!number) return noSuchEntry();
-    return change(*db_, [&](Transaction& tx) -> Outcome<std::string> {
-        const auto owner = entryOwner(tx, *number);
+    std::optional<EntryOwner> owner;
+    auto deleted = tallywick::change(*db_, [&](Transaction& tx) -> Outcome<std::string> {
+        owner = entryOwner(tx, *number);
         if (!owner) return noSuchEntry();
         tx.run("DELETE FROM entries WHERE id = ?", *number);
         return accountId(owner->account);
     });
+    if (succeeded(deleted)) balances_[owner->account].apply(-owner->effect);
+    return deleted;
 }
 
 Outcome<Account> LedgerStore::renameAccount(const std::string& id, const std::string& displayName) {
@@ -660,30 +659,39 @@ Outcome<Account> LedgerStore::renameAccount(const std::string& id, const std::st
     return change(*db_, [&](Transaction& tx) -> Outcome<Account> {
         tx.run("UPDATE accounts SET display_name = ? WHERE id = ?", displayName, *number);
         if (tx.changes() == 0) return noSuchAccount();
-        return loadAccount(tx, *number);
+        return loadAccount(tx, *number, balances_);
     });
 }
 
 Outcome<std::monostate> LedgerStore::deleteAccount(const std::string& id) {
     const auto number = parseId(id, 'A');
     if (!number) return noSuchAccount();
-    return change(*db_, [&](Transaction& tx) -> Outcome<std::monostate> {
+    auto deleted = change(*db_, [&](Transaction& tx) -> Outcome<std::monostate> {
         tx.run("DELETE FROM accounts WHERE id = ?", *number);
         if (tx.changes() == 0) return noSuchAccount();
         return std::monostate{};
     });
+    if (succeeded(deleted)) balances_.erase(*number);
+    return deleted;
 }
 
 Outcome<Account> LedgerStore::createCredentialAccount(const std::string& displayName,
                                                       const std::string& keyHash, Date now) {
     if (isBlank(displayName)) return Failure{"Display name must not be empty"};
-    return change(*db_, [&](Transaction& tx) -> Outcome<Account> {
+    std::int64_t id = 0;
+    Balance opened;
+    auto created = change(*db_, [&](Transaction& tx) -> Outcome<Account> {
         tx.run("INSERT INTO accounts (identity_mode, display_name, created_at, key_hash) VALUES (?, ?, ?, ?)",
                rawValue(IdentityMode::credential), displayName, seconds(now), keyHash);
-        const std::int64_t id = tx.lastInsertId();
-        openingCredit(tx, id, now);
-        return loadAccount(tx, id);
+        id = tx.lastInsertId();
+        opened = openingCredit(tx, id, now);
+        return loadAccount(tx, id, balances_);
     });
+    if (auto* account = std::get_if<Account>(&created)) {
+        balances_[id] = opened;
+        account->balance = opened.reported();
+    }
+    return created;
 }
 
 Outcome<std::optional<std::string>> LedgerStore::keyHash(const std::string& accountId) const {
@@ -698,8 +706,9 @@ Outcome<std::optional<std::string>> LedgerStore::keyHash(const std::string& acco
 
 Outcome<Account> LedgerStore::clientInfoAccount(const ClientInfo& info,
                                                 const std::vector<ClientInfoField>& fields, Date now) {
-    return change(*db_, [&](Transaction& tx) -> Outcome<Account> {
-        std::optional<std::int64_t> id;
+    std::optional<std::int64_t> id;
+    std::optional<Balance> opened;  // for an account made now
+    auto found = change(*db_, [&](Transaction& tx) -> Outcome<Account> {
         {
             auto row = tx.query("SELECT id FROM accounts WHERE recognised_name = ?", info.name);
             if (tx.next(row)) id = row.integer(0);
@@ -710,11 +719,16 @@ Outcome<Account> LedgerStore::clientInfoAccount(const ClientInfo& info,
                 "VALUES (?, ?, ?, ?)",
                 rawValue(IdentityMode::clientInfo), labelFor(info), seconds(now), info.name);
             id = tx.lastInsertId();
-            openingCredit(tx, *id, now);
+            opened = openingCredit(tx, *id, now);
         }
         storeClientInfo(tx, *id, info, fields);
-        return loadAccount(tx, *id);
+        return loadAccount(tx, *id, balances_);
     });
+    if (auto* account = std::get_if<Account>(&found); account && opened) {
+        balances_[*id] = *opened;
+        account->balance = opened->reported();
+    }
+    return found;
 }
 
 Outcome<std::monostate> LedgerStore::recordClientInfo(const std::string& accountId, const ClientInfo& info,

@@ -3,11 +3,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <variant>
 #include <vector>
 
 #include <tallywick/core.h>
 
+#include "Balance.h"
 #include "Outcome.h"
 
 namespace tallywick {
@@ -17,8 +19,8 @@ class Database;
 // Everything the host keeps on disk: accounts, their ledgers, agent key
 // hashes and the two settings, in one SQLite file (WAL, synchronous=FULL).
 // Every change is one transaction and returns only after it has committed.
-// Balances are never stored: they are summed from the entries whenever they
-// are read, so they cannot disagree with them.
+// Balances are never stored: they are summed from the entries once at open
+// and then moved by each committed change, so they cannot disagree with them.
 // Not thread-safe: the host uses it from one thread.
 class LedgerStore {
 public:
@@ -39,6 +41,10 @@ public:
     // makes identifiers of things that are not stored (connections, log
     // records) unique for the database's life.
     std::uint64_t runNumber() const { return runNumber_; }
+
+    // An account's balance, from the sums kept in memory: no read. 0 for an
+    // unknown account.
+    std::int64_t balance(const std::string& accountId) const;
 
     // Reads fail as a whole: a damaged page is a Failure, never an empty or
     // partial answer.
@@ -96,6 +102,8 @@ private:
 
     std::unique_ptr<Database> db_;
     std::uint64_t runNumber_ = 0;
+    // Each account's sum, kept by every committed change: no change reads a whole ledger.
+    std::unordered_map<std::int64_t, Balance> balances_;
 };
 
 }  // namespace tallywick

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -286,6 +288,60 @@ TEST_F(LedgerStoreTest, RefusesABalanceOutsideSixtyFourBits) {
     // Deleting is never refused; a balance past the range is shown at its limit.
     ok(store->deleteEntry(top.id));
     EXPECT_EQ(ok(store->account(id))->balance, std::numeric_limits<std::int64_t>::min());
+}
+
+// The balance every change keeps in memory is the exact sum of the entries,
+// held to the 64-bit range: after random changes at the range's edges, and
+// after the sums are rebuilt from the file on reopening.
+TEST_F(LedgerStoreTest, KeptBalancesAreTheExactSumsOfTheEntries) {
+    __extension__ typedef __int128 Wide;
+    constexpr auto top = std::numeric_limits<std::int64_t>::max();
+    const auto exact = [](LedgerStore& store, const std::string& account) {
+        Wide sum = 0;
+        for (const auto& entry : ok(store.accountEntries(account))) sum += Balance::effect(entry.kind, entry.amount);
+        return sum > top ? top : sum < -top - 1 ? -top - 1 : static_cast<std::int64_t>(sum);
+    };
+    auto store = open();
+    ok(store->setStartingPoints(0));
+    const auto ada = ok(store->createCredentialAccount("Ada", "hash", at(1))).id;
+    const auto bob = ok(store->clientInfoAccount({"bob"}, {}, at(1))).id;
+    std::mt19937_64 random(42);
+    std::vector<LedgerEntry> written;
+    for (int step = 0; step < 400; ++step) {
+        const std::string& account = random() % 2 ? ada : bob;
+        const std::int64_t amounts[] = {top, top - 1, 1, 0, static_cast<std::int64_t>(random() % 1000)};
+        const auto amount = amounts[random() % std::size(amounts)];
+        switch (random() % 4) {
+            case 0:
+            case 1: {
+                auto made = store->createEntry(random() % 2 ? credit(account, amount) : debit(account, amount), at(2));
+                if (auto* entry = std::get_if<LedgerEntry>(&made)) written.push_back(*entry);
+                else EXPECT_EQ(std::get<Failure>(made).reason, "Balance would overflow");
+                break;
+            }
+            case 2:
+                if (!written.empty()) {
+                    auto changed = written[random() % written.size()];
+                    changed.amount = amount;
+                    changed.kind = random() % 2 ? TransactionKind::credit : TransactionKind::debit;
+                    store->updateEntry(changed, at(3));  // refused or not, the sums must follow
+                }
+                break;
+            default:
+                if (!written.empty()) {
+                    const auto at = random() % written.size();
+                    store->deleteEntry(written[at].id);
+                    written.erase(written.begin() + static_cast<std::ptrdiff_t>(at));
+                }
+        }
+        ASSERT_EQ(store->balance(account), exact(*store, account)) << "step " << step;
+        ASSERT_EQ(ok(store->account(account))->balance, store->balance(account));
+    }
+    const auto beforeReopening = std::pair{store->balance(ada), store->balance(bob)};
+    store.reset();
+    store = open();
+    EXPECT_EQ(std::pair(store->balance(ada), store->balance(bob)), beforeReopening);
+    EXPECT_EQ(store->balance(ada), exact(*store, ada));
 }
 
 TEST_F(LedgerStoreTest, DeletingAnAccountTakesItsEntriesAndFields) {
