@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <chrono>
 #include <cstring>
@@ -83,13 +84,16 @@ std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::
     std::unique_ptr<HostServer> server(new HostServer(
         Locks{std::move(std::get<HostLock>(userLock)), std::move(std::get<HostLock>(databaseLock))},
         std::move(std::get<std::unique_ptr<LedgerStore>>(opened)), endpointPath(runtime.path)));
-    if (auto loaded = server->entries_.reloadAll(); !succeeded(loaded))
-        return StartFailure{.message = config.databasePath + " could not be read: " + std::get<Failure>(loaded).reason};
     server->maxConnections_ = maxConnections;
     server->databasePath_ = config.databasePath;
     if (auto problem = server->listen(config.callerRequirement)) return StartFailure{.message = *problem};
     server->run(std::max(1, config.ioThreads));
-    asio::post(server->strand_, [raw = server.get()] { raw->backUpWhenDue(); });
+    // Listening comes first, so clients connect at once; their requests wait
+    // on the serial path behind the ledger's load.
+    asio::post(server->strand_, [raw = server.get()] {
+        raw->loadLedger();
+        raw->backUpWhenDue();
+    });
     return server;
 }
 
@@ -140,6 +144,18 @@ HostServer::~HostServer() {
     peers_.clear();
     listener_.reset();
     // The locks go last, with the members: only after the last answer went out.
+}
+
+void HostServer::loadLedger() {
+    if (auto loaded = entries_.reloadAll(); !succeeded(loaded)) {
+        std::fprintf(stderr, "tallywick-host: %s could not be read: %s\n", databasePath_.c_str(),
+                     std::get<Failure>(loaded).reason.c_str());
+        // Serving a ledger it cannot read would show a wrong one: the host
+        // stops as if told to, and exits with the failure.
+        failed_ = true;
+        shutdown();
+        ::kill(::getpid(), SIGTERM);
+    }
 }
 
 // A copy a day, made by a key worker through a connection of its own, so

@@ -59,6 +59,10 @@ public:
 
     const std::string& endpoint() const { return endpoint_; }
 
+    // Whether the ledger could not be loaded after start; the host then
+    // signals itself to stop, and exits with a failure.
+    bool failed() const { return failed_; }
+
 private:
     struct Peer {
         std::shared_ptr<LinkConnection> link;
@@ -99,6 +103,7 @@ private:
     void reloadLedger(const std::string& accountId);
     void shutdown();
     void backUpWhenDue();
+    void loadLedger();
 
     Locks locks_;  // first, so released last
     std::string endpoint_;
@@ -113,6 +118,7 @@ private:
     std::uint64_t nextPeerKey_ = 1;
     std::uint64_t nextConnection_ = 1;
     bool stopping_ = false;
+    std::atomic<bool> failed_{false};
 
     asio::io_context context_;
     asio::strand<asio::io_context::executor_type> strand_;

@@ -80,9 +80,10 @@ int run(int argc, char** argv) {
               << " on " << server->endpoint() << "\n";
 
     const int signal = stop.wait();
-    std::cerr << "tallywick-host: stopping on signal " << signal << "\n";
+    const bool failed = server->failed();  // it said why already
+    if (!failed) std::cerr << "tallywick-host: stopping on signal " << signal << "\n";
     server.reset();
-    return 0;
+    return failed ? 1 : 0;
 }
 
 }  // namespace
