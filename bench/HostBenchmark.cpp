@@ -58,9 +58,11 @@ double bareCommitsPerSecond(const std::string& path) {
     sqlite3_open(path.c_str(), &db);
     exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;");
     sqlite3_stmt* insert = nullptr;
-    sqlite3_prepare_v2(db, "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
-                           " VALUES (1, 'credit', 'none', ?1, 'bench', 1750000000, 1750000000, ?1)",
-                       -1, &insert, nullptr);
+    sqlite3_prepare_v2(
+        db,
+        "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
+        " VALUES (1, 'credit', 'none', ?1, 'bench', 1750000000, 1750000000, ?1)",
+        -1, &insert, nullptr);
     const auto start = Clock::now();
     for (int i = 0; i < commitCount; ++i) {
         exec(db, "BEGIN IMMEDIATE");
@@ -79,7 +81,8 @@ double bareCommitsPerSecond(const std::string& path) {
 double changeCycles(LedgerStore& store, const std::string& account, int cycles) {
     const auto start = Clock::now();
     for (int i = 0; i < cycles; ++i) {
-        auto made = store.createEntry({.accountId = account, .kind = TransactionKind::credit, .amount = 5}, Date{});
+        auto made =
+            store.createEntry({.accountId = account, .kind = TransactionKind::credit, .amount = 5}, Date{});
         auto* entry = std::get_if<LedgerEntry>(&made);
         if (!entry) return -1;
         entry->amount = 6;
@@ -107,9 +110,11 @@ std::pair<double, double> changeCostsSmallAndLarge(const std::filesystem::path& 
     sqlite3_open(path.c_str(), &db);
     exec(db, "BEGIN");
     sqlite3_stmt* insert = nullptr;
-    sqlite3_prepare_v2(db, "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
-                           " VALUES (?1, 'credit', 'none', 1, 'bulk', 1750000000, 1750000000, ?2)",
-                       -1, &insert, nullptr);
+    sqlite3_prepare_v2(
+        db,
+        "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
+        " VALUES (?1, 'credit', 'none', 1, 'bulk', 1750000000, 1750000000, ?2)",
+        -1, &insert, nullptr);
     const std::int64_t largeNumber = std::stoll(large.substr(1));
     for (int i = 1; i <= largeCount; ++i) {
         sqlite3_bind_int64(insert, 1, largeNumber);
@@ -118,8 +123,8 @@ std::pair<double, double> changeCostsSmallAndLarge(const std::filesystem::path& 
         sqlite3_reset(insert);
     }
     sqlite3_finalize(insert);
-    exec(db, ("UPDATE accounts SET next_sequence = " + std::to_string(largeCount + 1) + " WHERE id = " +
-              std::to_string(largeNumber))
+    exec(db, ("UPDATE accounts SET next_sequence = " + std::to_string(largeCount + 1) +
+              " WHERE id = " + std::to_string(largeNumber))
                  .c_str());
     exec(db, "COMMIT");
     sqlite3_close(db);
@@ -148,7 +153,8 @@ int main(int argc, char** argv) {
         return 1;
     }
 
-    testing::AgentLink link(host.socketPath());  // a raw link client: the answer's bytes, not the app's decode
+    testing::AgentLink link(
+        host.socketPath());  // a raw link client: the answer's bytes, not the app's decode
     std::vector<double> answer, decode;
     std::size_t bytes = 0;
     for (int round = 0; round < rounds; ++round) {
@@ -190,28 +196,35 @@ int main(int argc, char** argv) {
         const auto start = Clock::now();
         for (int i = 0; i < commitCount; ++i) {
             const std::string request = R"({"createEntry":{"_0":{"accountId":")" + account +
-                                        R"(","kind":"credit","flag":"none","amount":)" + std::to_string(i + 1) +
-                                        R"(,"memo":"bench"}}})";
+                                        R"(","kind":"credit","flag":"none","amount":)" +
+                                        std::to_string(i + 1) + R"(,"memo":"bench"}}})";
             if (link.call("control", request) != R"({"ok":{}})") return 1;
         }
         commitRates.push_back(commitCount / (millisecondsSince(start) / 1000));
-        bareRates.push_back(bareCommitsPerSecond((folder / ("bare" + std::to_string(round)) / "ledger.sqlite3").string()));
+        bareRates.push_back(
+            bareCommitsPerSecond((folder / ("bare" + std::to_string(round)) / "ledger.sqlite3").string()));
     }
     host.stop();
     std::filesystem::remove_all(folder);
 
     const double answerMs = median(answer), decodeMs = median(decode);
     const double commits = median(commitRates), bare = median(bareRates);
-    std::printf("snapshot answer (%zu bytes)   %9.2f ms   decode in the app %9.2f ms   ratio %.2f  (target <= 2.0: %s)\n",
-                bytes, answerMs, decodeMs, answerMs / decodeMs, answerMs / decodeMs <= 2.0 ? "met" : "NOT MET");
+    std::printf(
+        "snapshot answer (%zu bytes)   %9.2f ms   decode in the app %9.2f ms   ratio %.2f  (target <= 2.0: "
+        "%s)\n",
+        bytes, answerMs, decodeMs, answerMs / decodeMs, answerMs / decodeMs <= 2.0 ? "met" : "NOT MET");
     if (!build.empty())
         std::printf("  of which: reading the store %.2f ms, encoding %.2f ms, the rest is the transfer\n",
                     median(build), median(encode));
-    std::printf("createEntry commits           %9.1f /s   bare SQLite       %9.1f /s   ratio %.2f  (target >= 0.5: %s)\n",
-                commits, bare, commits / bare, commits / bare >= 0.5 ? "met" : "NOT MET");
+    std::printf(
+        "createEntry commits           %9.1f /s   bare SQLite       %9.1f /s   ratio %.2f  (target >= 0.5: "
+        "%s)\n",
+        commits, bare, commits / bare, commits / bare >= 0.5 ? "met" : "NOT MET");
     std::printf("Populating one account with 1,000,000 entries...\n");
     const auto [smallMs, largeMs] = changeCostsSmallAndLarge(folder);
-    std::printf("create+update+delete, 1M-entry account %6.2f ms   10-entry account %6.2f ms   ratio %.2f  (target <= 1.3: %s)\n",
-                largeMs, smallMs, largeMs / smallMs, largeMs / smallMs <= 1.3 ? "met" : "NOT MET");
+    std::printf(
+        "create+update+delete, 1M-entry account %6.2f ms   10-entry account %6.2f ms   ratio %.2f  (target "
+        "<= 1.3: %s)\n",
+        largeMs, smallMs, largeMs / smallMs, largeMs / smallMs <= 1.3 ? "met" : "NOT MET");
     return 0;
 }

@@ -88,8 +88,10 @@ void BridgeSession::startHostIfNeeded() {
     if (!runtime.usable()) return;  // open() reports it
     const auto launcher = HostLauncher::forClient(runtime.path);
     if (launcher.running()) return;
-    if (auto problem = launcher.ensureRunning()) report("no host was running and none could be started: " + *problem);
-    else report("no host was running: started " + launcher.hostPath());
+    if (auto problem = launcher.ensureRunning())
+        report("no host was running and none could be started: " + *problem);
+    else
+        report("no host was running: started " + launcher.hostPath());
 }
 
 std::shared_ptr<LinkConnection> BridgeSession::open() {

@@ -5,9 +5,9 @@
 #include <iostream>
 #include <string>
 
-#include <tallywick/GuardedMain.h>
 #include <tallywick/AgentClientConfig.h>
 #include <tallywick/ChildProcess.h>
+#include <tallywick/GuardedMain.h>
 #include <tallywick/IoThread.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>

@@ -32,8 +32,10 @@ std::variant<Arguments, std::string> split(const std::vector<std::string>& words
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string& word = words[i];
         if (onlyPositional || word.size() < 3 || word.rfind("--", 0) != 0) {
-            if (word == "--") onlyPositional = true;
-            else out.positional.push_back(word);
+            if (word == "--")
+                onlyPositional = true;
+            else
+                out.positional.push_back(word);
             continue;
         }
         std::string name = word.substr(2), value;
@@ -79,15 +81,21 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
             rest.insert(rest.end(), arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
             break;
         }
-        if (word == "--json") command.json = true;
-        else if (word == "--help" || word == "-h") wantsHelp = true;
-        else if (word == "--version") command.kind = Kind::version;
+        if (word == "--json")
+            command.json = true;
+        else if (word == "--help" || word == "-h")
+            wantsHelp = true;
+        else if (word == "--version")
+            command.kind = Kind::version;
         else if (word == "--runtime-dir" || word.rfind("--runtime-dir=", 0) == 0) {
-            if (word.size() > 13) command.runtimeDirectory = word.substr(14);
-            else if (i + 1 < arguments.size()) command.runtimeDirectory = arguments[++i];
+            if (word.size() > 13)
+                command.runtimeDirectory = word.substr(14);
+            else if (i + 1 < arguments.size())
+                command.runtimeDirectory = arguments[++i];
             if (!command.runtimeDirectory || command.runtimeDirectory->empty())
                 return std::string("option '--runtime-dir' needs a value");
-        } else rest.push_back(word);
+        } else
+            rest.push_back(word);
     }
     if (command.kind == Kind::version) return command;
 
@@ -114,14 +122,17 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
     }
     const std::vector<std::string> words(rest.begin() + static_cast<std::ptrdiff_t>(used), rest.end());
 
-    auto parsed = split(words, topic == "entry add"    ? std::vector<std::string>{"flag", "memo"}
-                               : topic == "entry edit" ? std::vector<std::string>{"kind", "flag", "amount", "memo"}
-                                                       : std::vector<std::string>{});
+    auto parsed =
+        split(words, topic == "entry add"    ? std::vector<std::string>{"flag", "memo"}
+                     : topic == "entry edit" ? std::vector<std::string>{"kind", "flag", "amount", "memo"}
+                                             : std::vector<std::string>{});
     if (auto* problem = std::get_if<std::string>(&parsed)) return *problem;
     const Arguments& a = std::get<Arguments>(parsed);
 
     if (topic == "snapshot" || topic == "events" || topic == "agent-config") {
-        command.kind = topic == "snapshot" ? Kind::snapshot : topic == "events" ? Kind::events : Kind::agentConfig;
+        command.kind = topic == "snapshot" ? Kind::snapshot
+                       : topic == "events" ? Kind::events
+                                           : Kind::agentConfig;
         if (auto problem = expectCount(a, 0, topic); !problem.empty()) return problem;
     } else if (topic == "entry add") {
         command.kind = Kind::addEntry;
@@ -143,10 +154,12 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
         if (a.options.contains("memo")) command.newEntry.memo = a.options.at("memo");
     } else if (topic == "entry edit") {
         command.kind = Kind::editEntry;
-        if (auto problem = expectCount(a, 1, "entry edit ENTRY [--kind KIND] [--flag FLAG] [--amount N] [--memo TEXT]");
+        if (auto problem =
+                expectCount(a, 1, "entry edit ENTRY [--kind KIND] [--flag FLAG] [--amount N] [--memo TEXT]");
             !problem.empty())
             return problem;
-        if (a.options.empty()) return std::string("entry edit needs at least one of --kind, --flag, --amount, --memo");
+        if (a.options.empty())
+            return std::string("entry edit needs at least one of --kind, --flag, --amount, --memo");
         command.id = a.positional[0];
         if (a.options.contains("kind")) {
             auto kind = enumValue<TransactionKind>(a.options.at("kind"), "KIND");
@@ -160,7 +173,8 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
         }
         if (a.options.contains("amount")) {
             command.edit.amount = wholeNumber(a.options.at("amount"));
-            if (!command.edit.amount) return "--amount must be a whole number, not '" + a.options.at("amount") + "'";
+            if (!command.edit.amount)
+                return "--amount must be a whole number, not '" + a.options.at("amount") + "'";
         }
         if (a.options.contains("memo")) command.edit.memo = a.options.at("memo");
     } else if (topic == "entry delete" || topic == "account delete") {
@@ -179,9 +193,12 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
         if (auto problem = expectCount(a, 1, "settings allow-unauthenticated on|off"); !problem.empty())
             return problem;
         const std::string& value = a.positional[0];
-        if (value == "on" || value == "true" || value == "yes") command.allow = true;
-        else if (value == "off" || value == "false" || value == "no") command.allow = false;
-        else return "expected on or off, not '" + value + "'";
+        if (value == "on" || value == "true" || value == "yes")
+            command.allow = true;
+        else if (value == "off" || value == "false" || value == "no")
+            command.allow = false;
+        else
+            return "expected on or off, not '" + value + "'";
     } else if (topic == "settings starting-points") {
         command.kind = Kind::setStartingPoints;
         if (auto problem = expectCount(a, 1, "settings starting-points N"); !problem.empty()) return problem;
@@ -193,14 +210,13 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
     }
     // Text the host stores must be UTF-8; the shell can hand us anything.
     const std::pair<const char*, std::string_view> texts[] = {
-        {"--memo", command.newEntry.memo},
-        {"--memo", command.edit.memo.value_or("")},
-        {"NAME", command.displayName},
-        {"ACCOUNT", command.newEntry.accountId},
+        {"--memo", command.newEntry.memo}, {"--memo", command.edit.memo.value_or("")},
+        {"NAME", command.displayName},     {"ACCOUNT", command.newEntry.accountId},
         {"the identifier", command.id},
     };
     for (const auto& [what, text] : texts) {
-        if (!isValidUtf8(text)) return std::string(what) + " must be UTF-8 text (check the terminal's or script's encoding)";
+        if (!isValidUtf8(text))
+            return std::string(what) + " must be UTF-8 text (check the terminal's or script's encoding)";
     }
     return command;
 }
@@ -216,7 +232,8 @@ std::string CtlCommand::helpText(const std::string& topic) {
          "Adds a ledger entry to ACCOUNT. KIND is credit, debit or note; AMOUNT a\n"
          "whole number of points, not negative; FLAG none (default), bonus or penalty.\n"},
         {"entry edit",
-         "usage: tallywickctl [--json] entry edit ENTRY [--kind KIND] [--flag FLAG] [--amount N] [--memo TEXT]\n\n"
+         "usage: tallywickctl [--json] entry edit ENTRY [--kind KIND] [--flag FLAG] [--amount N] [--memo "
+         "TEXT]\n\n"
          "Changes the given fields of ENTRY and keeps the others.\n"},
         {"entry delete", "usage: tallywickctl [--json] entry delete ENTRY\n\nDeletes one ledger entry.\n"},
         {"account rename",

@@ -7,10 +7,10 @@
 #include <iostream>
 #include <thread>
 
-#include <tallywick/GuardedMain.h>
 #include <tallywick/AgentClientConfig.h>
 #include <tallywick/ChildProcess.h>
 #include <tallywick/EventLoop.h>
+#include <tallywick/GuardedMain.h>
 #include <tallywick/HostLauncher.h>
 #include <tallywick/IoThread.h>
 #include <tallywick/RuntimeDirectory.h>
@@ -31,7 +31,8 @@ enum Status { done = 0, refused = 1, usageError = 2, unreachable = 3 };
 class Session {
 public:
     explicit Session(ControlEndpoint endpoint)
-        : loop_(std::make_shared<EventLoop>()), client_(XPCControlClient::create(loop_, io_, std::move(endpoint))) {}
+        : loop_(std::make_shared<EventLoop>()),
+          client_(XPCControlClient::create(loop_, io_, std::move(endpoint))) {}
     ~Session() { client_.reset(); }
 
     XPCControlClient& client() { return *client_; }
@@ -69,8 +70,10 @@ int report(const std::optional<ControlResponse>& answer, bool json, const std::s
         std::cerr << "tallywickctl: " << failure->reason << "\n";
         return refused;
     }
-    if (json) std::cout << TallywickCoding::encodeToString(*answer).value_or("") << "\n";
-    else std::cout << confirmation << "\n";
+    if (json)
+        std::cout << TallywickCoding::encodeToString(*answer).value_or("") << "\n";
+    else
+        std::cout << confirmation << "\n";
     return done;
 }
 
@@ -139,7 +142,8 @@ int run(const CtlCommand& command, const StopSignals& stop) {
             return report(answer, false, "");
         }
         case Kind::addEntry:
-            return report(session.send(ControlRequest::createEntry(command.newEntry)), command.json, "Entry added.");
+            return report(session.send(ControlRequest::createEntry(command.newEntry)), command.json,
+                          "Entry added.");
         case Kind::editEntry: {
             // The host replaces a whole entry, so the edit starts from its stored form.
             auto answer = session.send(ControlRequest::snapshot());
@@ -152,17 +156,20 @@ int run(const CtlCommand& command, const StopSignals& stop) {
                 if (command.edit.flag) entry.flag = *command.edit.flag;
                 if (command.edit.amount) entry.amount = *command.edit.amount;
                 if (command.edit.memo) entry.memo = *command.edit.memo;
-                return report(session.send(ControlRequest::updateEntry(entry)), command.json, "Entry changed.");
+                return report(session.send(ControlRequest::updateEntry(entry)), command.json,
+                              "Entry changed.");
             }
             return report(ControlResponse::failure("No such entry"), command.json, "");
         }
         case Kind::deleteEntry:
-            return report(session.send(ControlRequest::deleteEntry(command.id)), command.json, "Entry deleted.");
+            return report(session.send(ControlRequest::deleteEntry(command.id)), command.json,
+                          "Entry deleted.");
         case Kind::renameAccount:
-            return report(session.send(ControlRequest::renameAccount(command.id, command.displayName)), command.json,
-                          "Account renamed.");
+            return report(session.send(ControlRequest::renameAccount(command.id, command.displayName)),
+                          command.json, "Account renamed.");
         case Kind::deleteAccount:
-            return report(session.send(ControlRequest::deleteAccount(command.id)), command.json, "Account deleted.");
+            return report(session.send(ControlRequest::deleteAccount(command.id)), command.json,
+                          "Account deleted.");
         case Kind::setAllowUnauthenticated:
             return report(session.send(ControlRequest::setAllowUnauthenticated(command.allow)), command.json,
                           command.allow ? "Agents are identified by their client information."
@@ -197,12 +204,14 @@ int run(int argc, char** argv) {
     if (command.kind == CtlCommand::Kind::help) {
         std::cout << CtlCommand::helpText(command.helpTopic);
         if (command.helpTopic.empty())
-            std::cout << "\n" << runtimeDirectoryHelp(command.runtimeDirectory.value_or(runtimeDirectoryPath()));
+            std::cout << "\n"
+                      << runtimeDirectoryHelp(command.runtimeDirectory.value_or(runtimeDirectoryPath()));
         return done;
     }
     if (command.kind == CtlCommand::Kind::agentConfig) {
         const std::string bridge = ChildProcess::siblingExecutable("tallywick-bridge");
-        std::cout << (command.json ? AgentClientConfig::mcpServersJson(bridge) : AgentClientConfig::instructions(bridge));
+        std::cout << (command.json ? AgentClientConfig::mcpServersJson(bridge)
+                                   : AgentClientConfig::instructions(bridge));
         return done;
     }
     const int status = run(command, stop);

@@ -8,8 +8,8 @@
 #include <iostream>
 #include <string>
 
-#include <tallywick/GuardedMain.h>
 #include <tallywick/ChildProcess.h>
+#include <tallywick/GuardedMain.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/TallywickVersion.h>
 
@@ -38,7 +38,8 @@ int run(int argc, char** argv) {
         case DemoOptions::Action::run: break;
     }
 
-    const std::string bridge = options.bridgePath.empty() ? ChildProcess::siblingExecutable("tallywick-bridge") : options.bridgePath;
+    const std::string bridge =
+        options.bridgePath.empty() ? ChildProcess::siblingExecutable("tallywick-bridge") : options.bridgePath;
     if (::access(bridge.c_str(), X_OK) != 0 || std::filesystem::is_directory(bridge)) {
         std::cerr << "tallywick-demo: no tallywick-bridge at " << bridge
                   << " (build it, or name it with --bridge PATH)\n";

@@ -21,7 +21,8 @@ public:
     // when the host allows unauthenticated agents; unbinds it when its account
     // was deleted or when its binding by client name is no longer allowed.
     // A Failure when the ledger could not be read.
-    Outcome<std::optional<Account>> readableAccount(AgentSession& session, Date now, AgentService::Effects& effects);
+    Outcome<std::optional<Account>> readableAccount(AgentSession& session, Date now,
+                                                    AgentService::Effects& effects);
 
     // Binds to the account of the session's client name, created on first sight.
     Outcome<std::optional<Account>> bindByClientInfo(AgentSession& session, Date now,

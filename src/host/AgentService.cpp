@@ -21,11 +21,11 @@ using Answer = std::variant<std::string, McpError>;  // the result's JSON, or th
 constexpr std::string_view emptyResult = "{}";
 // What one agent may make the host keep of its client information; a
 // handshake over any of these is refused, so nothing is cut in silence.
-constexpr std::size_t maximumInfoLength = 256;       // name, version, title, in characters
-constexpr std::size_t maximumFieldCount = 32;        // further client details
-constexpr std::size_t maximumFieldKeyLength = 64;    // a detail's name, in characters
-constexpr std::size_t maximumFieldLength = 1024;     // a detail's value, in characters
-constexpr std::size_t maximumFieldsBytes = 8 * 1024; // every detail's name and value together
+constexpr std::size_t maximumInfoLength = 256;        // name, version, title, in characters
+constexpr std::size_t maximumFieldCount = 32;         // further client details
+constexpr std::size_t maximumFieldKeyLength = 64;     // a detail's name, in characters
+constexpr std::size_t maximumFieldLength = 1024;      // a detail's value, in characters
+constexpr std::size_t maximumFieldsBytes = 8 * 1024;  // every detail's name and value together
 
 constexpr std::array<std::string_view, 8> logLevels{"debug", "info",     "notice", "warning",
                                                     "error", "critical", "alert",  "emergency"};
@@ -117,9 +117,10 @@ Answer initialize(Turn& turn, McpFields& params) {
     // The connection speaks for its client's account when the host allows
     // that; a ledger that cannot be read leaves the handshake untaken.
     const auto settings = turn.store.settings();
-    auto bound = std::holds_alternative<Settings>(settings) && !std::get<Settings>(settings).allowUnauthenticated
-                     ? Outcome<std::optional<Account>>()
-                     : AgentBinding(turn.store).bindByClientInfo(session, turn.now, turn.effects);
+    auto bound =
+        std::holds_alternative<Settings>(settings) && !std::get<Settings>(settings).allowUnauthenticated
+            ? Outcome<std::optional<Account>>()
+            : AgentBinding(turn.store).bindByClientInfo(session, turn.now, turn.effects);
     if (const auto* failure = std::get_if<Failure>(&settings)) bound = *failure;
     if (const auto* failure = std::get_if<Failure>(&bound)) {
         session = before;

@@ -50,7 +50,8 @@ std::string defaultDisplayName() {
 }  // namespace
 
 std::optional<std::variant<AgentTools::Result, AgentTools::Pending>> AgentTools::call(
-    std::string_view name, McpFields& arguments, AgentSession& session, Date now, AgentService::Effects& effects) {
+    std::string_view name, McpFields& arguments, AgentSession& session, Date now,
+    AgentService::Effects& effects) {
     if (name == "signUp") return signUp(arguments);
     if (name == "login") return login(arguments);
     if (name == "getBalance") return getBalance(arguments, session, now, effects);
@@ -76,8 +77,9 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::signUp(McpFiel
     return Pending{
         .run = [&hasher = hasher_, key = std::string(*key)] { return KeyOutcome{.hash = hasher.hash(key)}; },
         .finish = [&store = store_, displayName](AgentSession& session, const KeyOutcome& outcome, Date now,
-                                                  AgentService::Effects& effects) -> Result {
-            if (!outcome.hash) return failure(ToolErrorCode::internalError, "The key could not be hashed; try again");
+                                                 AgentService::Effects& effects) -> Result {
+            if (!outcome.hash)
+                return failure(ToolErrorCode::internalError, "The key could not be hashed; try again");
             auto created = store.createCredentialAccount(displayName, *outcome.hash, now);
             if (auto* failed = std::get_if<Failure>(&created))
                 return failure(ToolErrorCode::internalError, failed->reason);
@@ -98,10 +100,12 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::login(McpField
     if (!arguments.ok()) return invalidArguments(arguments);
 
     const auto found = store_.account(std::string(*accountId));
-    if (auto* failed = std::get_if<Failure>(&found)) return failure(ToolErrorCode::internalError, failed->reason);
+    if (auto* failed = std::get_if<Failure>(&found))
+        return failure(ToolErrorCode::internalError, failed->reason);
     const auto& account = std::get<std::optional<Account>>(found);
     auto stored = account ? store_.keyHash(account->id) : Outcome<std::optional<std::string>>();
-    if (auto* failed = std::get_if<Failure>(&stored)) return failure(ToolErrorCode::internalError, failed->reason);
+    if (auto* failed = std::get_if<Failure>(&stored))
+        return failure(ToolErrorCode::internalError, failed->reason);
     auto hash = std::move(std::get<std::optional<std::string>>(stored));
     return Pending{
         .run =
@@ -113,10 +117,12 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::login(McpField
                 hasher.verify(decoy, key);
                 return KeyOutcome{};
             },
-        .finish = [&store = store_, id = std::string(*accountId)](AgentSession& session, const KeyOutcome& outcome,
-                                                                 Date, AgentService::Effects& effects) -> Result {
+        .finish = [&store = store_, id = std::string(*accountId)](AgentSession& session,
+                                                                  const KeyOutcome& outcome, Date,
+                                                                  AgentService::Effects& effects) -> Result {
             // Read again: the account may have gone while the key was checked.
-            if (!outcome.matched) return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
+            if (!outcome.matched)
+                return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
             const auto found = store.account(id);
             if (auto* failed = std::get_if<Failure>(&found))
                 return failure(ToolErrorCode::internalError, failed->reason);
@@ -136,7 +142,8 @@ AgentTools::Result AgentTools::getBalance(McpFields& arguments, AgentSession& se
     arguments.allowOnly({});
     if (!arguments.ok()) return invalidArguments(arguments);
     const auto readable = AgentBinding(store_).readableAccount(session, now, effects);
-    if (auto* failed = std::get_if<Failure>(&readable)) return failure(ToolErrorCode::internalError, failed->reason);
+    if (auto* failed = std::get_if<Failure>(&readable))
+        return failure(ToolErrorCode::internalError, failed->reason);
     const auto& account = std::get<std::optional<Account>>(readable);
     if (!account) return failure(ToolErrorCode::notSignedIn, notSignedInMessage);
     return accountResult(*account);
@@ -148,9 +155,11 @@ AgentTools::Result AgentTools::getHistory(McpFields& arguments, AgentSession& se
     const auto limit = arguments.integer("limit").value_or(20);
     const auto before = arguments.string("before");
     if (!arguments.ok()) return invalidArguments(arguments);
-    if (limit < 1 || limit > 100) return failure(ToolErrorCode::invalidArguments, "limit must be from 1 to 100");
+    if (limit < 1 || limit > 100)
+        return failure(ToolErrorCode::invalidArguments, "limit must be from 1 to 100");
     const auto readable = AgentBinding(store_).readableAccount(session, now, effects);
-    if (auto* failed = std::get_if<Failure>(&readable)) return failure(ToolErrorCode::internalError, failed->reason);
+    if (auto* failed = std::get_if<Failure>(&readable))
+        return failure(ToolErrorCode::internalError, failed->reason);
     const auto& account = std::get<std::optional<Account>>(readable);
     if (!account) return failure(ToolErrorCode::notSignedIn, notSignedInMessage);
     auto page = history(*account, static_cast<int>(limit),
@@ -158,7 +167,8 @@ AgentTools::Result AgentTools::getHistory(McpFields& arguments, AgentSession& se
     if (auto* failed = std::get_if<Failure>(&page)) {
         // A page that names no entry of this account is the agent's to fix; anything else is ours.
         const bool theirs = failed->reason == "No such entry";
-        return failure(theirs ? ToolErrorCode::invalidArguments : ToolErrorCode::internalError, failed->reason);
+        return failure(theirs ? ToolErrorCode::invalidArguments : ToolErrorCode::internalError,
+                       failed->reason);
     }
     return {std::move(std::get<std::string>(page)), false};
 }

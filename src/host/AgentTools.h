@@ -1,9 +1,9 @@
 #pragma once
 #include <functional>
 #include <optional>
-#include <variant>
 #include <string>
 #include <string_view>
+#include <variant>
 
 #include <tallywick/core.h>
 

@@ -27,7 +27,8 @@ public:
     // Whether the balance after this change stays in the 64-bit range.
     bool allows(Wide change) const {
         const Wide after = sum_ + change;
-        return after >= std::numeric_limits<std::int64_t>::min() && after <= std::numeric_limits<std::int64_t>::max();
+        return after >= std::numeric_limits<std::int64_t>::min() &&
+               after <= std::numeric_limits<std::int64_t>::max();
     }
     void apply(Wide change) { sum_ += change; }
 

@@ -24,9 +24,9 @@ public:
 
     struct Result {
         std::string reply;
-        bool dataChanged = false;                   // a change was committed
-        std::vector<std::string> changedLedgers;    // accounts whose entries changed
-        std::optional<LedgerEntry> writtenEntry;    // as stored, after a create or update
+        bool dataChanged = false;                 // a change was committed
+        std::vector<std::string> changedLedgers;  // accounts whose entries changed
+        std::optional<LedgerEntry> writtenEntry;  // as stored, after a create or update
         std::optional<std::string> removedEntry;
         std::optional<std::string> deletedAccount;  // its agents lose their binding
         bool clientInfoBindingsEnd = false;         // unauthenticated agents were just switched off

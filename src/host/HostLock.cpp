@@ -26,7 +26,8 @@ std::string readNote(int fd) {
 
 }  // namespace
 
-std::variant<HostLock, HostLock::Refused> HostLock::acquire(const std::string& path, const std::string& note) {
+std::variant<HostLock, HostLock::Refused> HostLock::acquire(const std::string& path,
+                                                            const std::string& note) {
     const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (fd < 0) return Refused{.reason = "cannot open " + path + ": " + std::strerror(errno)};
     if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
@@ -51,7 +52,8 @@ HostLock::~HostLock() {
 std::optional<std::string> createPrivateFolders(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> missing;
     std::error_code ignored;
-    for (auto path = folder; !path.empty() && !std::filesystem::exists(path, ignored); path = path.parent_path()) {
+    for (auto path = folder; !path.empty() && !std::filesystem::exists(path, ignored);
+         path = path.parent_path()) {
         missing.push_back(path);
         if (path == path.parent_path()) break;
     }

@@ -77,9 +77,12 @@ std::variant<HostOptions, std::string> HostOptions::parse(const std::vector<std:
             name = argument.substr(0, eq);
             value = argument.substr(eq + 1);
         }
-        if (name == "--database") target = &database;
-        else if (name == "--runtime-dir") target = &runtime;
-        else return "unknown option '" + argument + "'";
+        if (name == "--database")
+            target = &database;
+        else if (name == "--runtime-dir")
+            target = &runtime;
+        else
+            return "unknown option '" + argument + "'";
         if (name == argument) {
             if (i + 1 >= arguments.size()) return "option '" + name + "' needs a value";
             value = arguments[++i];

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <future>
@@ -73,10 +73,11 @@ std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::
     auto databaseLock = HostLock::acquire(config.databasePath + ".lock", runtime.path);
     if (auto* refused = std::get_if<HostLock::Refused>(&databaseLock)) {
         if (!refused->heldByOther) return StartFailure{.message = refused->reason};
-        return StartFailure{.message = "another host already serves " + config.databasePath +
-                                       (refused->note.empty() ? std::string()
-                                                              : " (its runtime folder: " + refused->note + ")") +
-                                       "; stop it first, or give this one another --database"};
+        return StartFailure{
+            .message =
+                "another host already serves " + config.databasePath +
+                (refused->note.empty() ? std::string() : " (its runtime folder: " + refused->note + ")") +
+                "; stop it first, or give this one another --database"};
     }
 
     auto opened = LedgerStore::open(config.databasePath);
@@ -109,10 +110,9 @@ HostServer::HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::str
       work_(asio::make_work_guard(context_)) {}
 
 std::optional<std::string> HostServer::listen(const std::string& callerRequirement) {
-    auto listening = LinkListener::listen(context_, endpoint_, callerRequirement,
-                                          [this](std::shared_ptr<LinkConnection> link) {
-                                              asio::post(strand_, [this, link] { adopt(link); });
-                                          });
+    auto listening = LinkListener::listen(
+        context_, endpoint_, callerRequirement,
+        [this](std::shared_ptr<LinkConnection> link) { asio::post(strand_, [this, link] { adopt(link); }); });
     if (auto* problem = std::get_if<std::string>(&listening)) return *problem;
     listener_ = std::get<std::shared_ptr<LinkListener>>(listening);
     return std::nullopt;
@@ -232,28 +232,35 @@ void HostServer::handleCall(std::uint64_t peerKey, std::uint64_t callId, const s
     if (method == "control") return handleControl(peer, callId, payload);
     // Replies keep the order of the lines: behind a line that waits for its
     // key work, the connection's next lines wait too.
-    if (peer.keyWorkPending) peer.waitingLines.emplace_back(callId, std::move(payload));
-    else handleAgent(peerKey, peer, callId, payload);
+    if (peer.keyWorkPending)
+        peer.waitingLines.emplace_back(callId, std::move(payload));
+    else
+        handleAgent(peerKey, peer, callId, payload);
 }
 
 void HostServer::handleControl(Peer& peer, std::uint64_t callId, const std::string& payload) {
     peer.control = true;
     auto result = control_.handle(payload, now());
     peer.link->reply(callId, std::move(result.reply));
-    if (result.writtenEntry) entries_.put(*result.writtenEntry);
-    else if (result.removedEntry) entries_.remove(*result.removedEntry);
-    else ledgersChanged(result.changedLedgers);
+    if (result.writtenEntry)
+        entries_.put(*result.writtenEntry);
+    else if (result.removedEntry)
+        entries_.remove(*result.removedEntry);
+    else
+        ledgersChanged(result.changedLedgers);
     if (result.deletedAccount) {
         reloadLedger(*result.deletedAccount);
         unbind([&](const AgentSession& session) { return session.accountId == *result.deletedAccount; });
     }
     // Off means off now, not at each agent's next request.
-    if (result.clientInfoBindingsEnd) unbind([](const AgentSession& session) { return !session.authenticated; });
+    if (result.clientInfoBindingsEnd)
+        unbind([](const AgentSession& session) { return !session.authenticated; });
     if (result.dataChanged) broadcast(ControlEvent::dataChanged());
     for (const auto& account : result.changedLedgers) notifySubscribers(account);
 }
 
-void HostServer::handleAgent(std::uint64_t peerKey, Peer& peer, std::uint64_t callId, const std::string& payload) {
+void HostServer::handleAgent(std::uint64_t peerKey, Peer& peer, std::uint64_t callId,
+                             const std::string& payload) {
     bool connectionsChanged = false;
     if (!peer.session) {
         peer.session = AgentSession{
@@ -311,8 +318,10 @@ void HostServer::startKeyWork(std::uint64_t peerKey, Peer& peer, std::uint64_t c
 void HostServer::finishKeyWork(std::uint64_t peerKey, std::uint64_t callId,
                                const AgentService::Effects::KeyWork& work, const KeyOutcome& outcome) {
     if (work.isLogin) {
-        if (outcome.matched) throttle_.succeeded(work.loginAccount, peerKey);
-        else throttle_.failed(work.loginAccount, peerKey, LoginThrottle::Clock::now());
+        if (outcome.matched)
+            throttle_.succeeded(work.loginAccount, peerKey);
+        else
+            throttle_.failed(work.loginAccount, peerKey, LoginThrottle::Clock::now());
     }
     const auto found = peers_.find(peerKey);
     if (found == peers_.end() || stopping_) return;  // gone while its key was checked
@@ -388,8 +397,8 @@ void HostServer::ledgersChanged(const std::vector<std::string>& accountIds) {
 void HostServer::reloadLedger(const std::string& accountId) {
     // The change is committed; only the copy we serve from is behind, and says so.
     if (auto loaded = entries_.reloadAccount(accountId); !succeeded(loaded))
-        std::fprintf(stderr, "tallywick-host: the ledger of %s could not be read again: %s\n", accountId.c_str(),
-                     std::get<Failure>(loaded).reason.c_str());
+        std::fprintf(stderr, "tallywick-host: the ledger of %s could not be read again: %s\n",
+                     accountId.c_str(), std::get<Failure>(loaded).reason.c_str());
 }
 
 std::string HostServer::snapshotText() const {
@@ -415,7 +424,8 @@ std::string HostServer::snapshotText() const {
         account.isConnected = bound.contains(account.id);
     }
     auto text = TallywickCoding::encodeToString(ControlResponse::snapshot(std::move(state)));
-    if (!text) return *TallywickCoding::encodeToString(ControlResponse::failure("The state could not be encoded"));
+    if (!text)
+        return *TallywickCoding::encodeToString(ControlResponse::failure("The state could not be encoded"));
     // The entries go where the empty list stands; inside JSON strings quotes
     // are escaped, so this text can only be the snapshot's own key.
     constexpr std::string_view slot = R"("entries":[)";
@@ -426,7 +436,8 @@ std::string HostServer::snapshotText() const {
     entries_.appendEntries(out);
     out.append(*text, at);
     // Said in words, so the desk can tell it from a host that went away.
-    if (out.size() > kMaxReplyPayload) return *TallywickCoding::encodeToString(ControlResponse::failure("Snapshot too large"));
+    if (out.size() > kMaxReplyPayload)
+        return *TallywickCoding::encodeToString(ControlResponse::failure("Snapshot too large"));
     return out;
 }
 

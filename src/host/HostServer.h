@@ -66,9 +66,9 @@ public:
 private:
     struct Peer {
         std::shared_ptr<LinkConnection> link;
-        bool control = false;                // has sent control requests: gets events
-        std::optional<AgentSession> session; // has sent agent lines
-        bool keyWorkPending = false;         // a line waits for its key to be hashed or checked
+        bool control = false;                 // has sent control requests: gets events
+        std::optional<AgentSession> session;  // has sent agent lines
+        bool keyWorkPending = false;          // a line waits for its key to be hashed or checked
         std::deque<std::pair<std::uint64_t, std::string>> waitingLines;  // arrived behind it
     };
 
@@ -83,14 +83,16 @@ private:
 
     // All below run on the host's strand.
     void adopt(std::shared_ptr<LinkConnection> link);
-    void handleCall(std::uint64_t peerKey, std::uint64_t callId, const std::string& method, std::string payload);
+    void handleCall(std::uint64_t peerKey, std::uint64_t callId, const std::string& method,
+                    std::string payload);
     void handleControl(Peer& peer, std::uint64_t callId, const std::string& payload);
     void handleAgent(std::uint64_t peerKey, Peer& peer, std::uint64_t callId, const std::string& payload);
-    void answerAgent(Peer& peer, std::uint64_t callId, AgentService::Effects effects, bool connectionsChanged);
+    void answerAgent(Peer& peer, std::uint64_t callId, AgentService::Effects effects,
+                     bool connectionsChanged);
     void startKeyWork(std::uint64_t peerKey, Peer& peer, std::uint64_t callId,
                       std::shared_ptr<AgentService::Effects::KeyWork> work);
-    void finishKeyWork(std::uint64_t peerKey, std::uint64_t callId, const AgentService::Effects::KeyWork& work,
-                       const KeyOutcome& outcome);
+    void finishKeyWork(std::uint64_t peerKey, std::uint64_t callId,
+                       const AgentService::Effects::KeyWork& work, const KeyOutcome& outcome);
     void drop(std::uint64_t peerKey);
     void notifySubscribers(const std::string& accountId);
     // Ends the binding and subscriptions of every agent the test picks.

@@ -70,9 +70,11 @@ std::variant<fs::path, std::string> make(const std::string& databasePath, Date n
     std::error_code ignored;
     // What a host killed mid-copy left behind is no backup.
     for (const auto& item : fs::directory_iterator(folder, ignored))
-        if (item.path().filename().string().find(".partial") != std::string::npos) fs::remove(item.path(), ignored);
+        if (item.path().filename().string().find(".partial") != std::string::npos)
+            fs::remove(item.path(), ignored);
     auto opened = Database::openReadOnly(databasePath);
-    if (auto* error = std::get_if<DatabaseError>(&opened)) return "cannot read " + databasePath + ": " + error->message;
+    if (auto* error = std::get_if<DatabaseError>(&opened))
+        return "cannot read " + databasePath + ": " + error->message;
     auto& db = *std::get<std::unique_ptr<Database>>(opened);
     db.execute("PRAGMA busy_timeout = 5000");
     {
@@ -80,7 +82,8 @@ std::variant<fs::path, std::string> make(const std::string& databasePath, Date n
         const mode_t previous = ::umask(077);
         auto statement = db.prepare("VACUUM INTO ?");
         std::optional<DatabaseError> failed;
-        if (auto* error = std::get_if<DatabaseError>(&statement)) failed = *error;
+        if (auto* error = std::get_if<DatabaseError>(&statement))
+            failed = *error;
         else if (auto stepped = std::get<Statement>(statement).bind(1, partial.string()).step();
                  auto* error = std::get_if<DatabaseError>(&stepped))
             failed = *error;
@@ -124,9 +127,11 @@ Outcome<std::string> restoreNewest(const std::string& databasePath, Date now) {
     fs::copy_file(*chosen, partial, fs::copy_options::overwrite_existing, error);
     if (!error) ::chmod(partial.c_str(), 0600);
     if (!error) fs::rename(partial, databasePath, error);
-    if (error) return Failure{"cannot copy " + chosen->string() + " to " + databasePath + ": " + error.message()};
+    if (error)
+        return Failure{"cannot copy " + chosen->string() + " to " + databasePath + ": " + error.message()};
     return "Restored " + databasePath + " from " + chosen->string() +
-           (fs::exists(aside, error) ? "; the file it replaced is kept as " + aside : std::string()) + skipped;
+           (fs::exists(aside, error) ? "; the file it replaced is kept as " + aside : std::string()) +
+           skipped;
 }
 
 }  // namespace tallywick::LedgerBackups

@@ -249,7 +249,8 @@ std::string damagedMessage(const std::string& path, const std::string& damage) {
     const auto backup = LedgerBackups::newest(path);
     return path + " is damaged (" + damage + "); nothing was written to it. " +
            (backup ? "The newest backup is " + backup->string() +
-                         ": run tallywick-host --restore-latest-backup to put it in place (the damaged file is kept)."
+                         ": run tallywick-host --restore-latest-backup to put it in place (the damaged file "
+                         "is kept)."
                    : "There is no backup of it: move it aside to start an empty ledger.");
 }
 
@@ -380,7 +381,8 @@ void storeClientInfo(Transaction& tx, std::int64_t account, const ClientInfo& in
 // Every account, or only the one given, with fields and balances.
 using BalanceMap = std::unordered_map<std::int64_t, Balance>;
 
-std::vector<Account> loadAccounts(Transaction& tx, std::optional<std::int64_t> only, const BalanceMap* balances) {
+std::vector<Account> loadAccounts(Transaction& tx, std::optional<std::int64_t> only,
+                                  const BalanceMap* balances) {
     const auto filter = [&](const char* column) {
         return only ? std::string(" WHERE ") + column + " = ?1" : "";
     };
@@ -493,7 +495,8 @@ std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const 
     db->setCheckpointOnClose(true);
     // A migration changes the file for good: a copy of it as it was comes first.
     if (state.objects != 0 && state.version < schemaVersion) {
-        auto copied = LedgerBackups::make(path, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
+        auto copied = LedgerBackups::make(
+            path, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
         if (auto* problem = std::get_if<std::string>(&copied))
             return "Not upgrading " + path + " without a backup: " + *problem;
     }
@@ -514,7 +517,8 @@ std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const 
     auto summed = read(*store->db_, [](Transaction& tx) {
         BalanceMap balances;
         auto rows = tx.query("SELECT account_id, kind, amount FROM entries");
-        while (tx.next(rows)) balances[rows.integer(0)].apply(effect(kindFrom(rows.textView(1)), rows.integer(2)));
+        while (tx.next(rows))
+            balances[rows.integer(0)].apply(effect(kindFrom(rows.textView(1)), rows.integer(2)));
         return balances;
     });
     if (auto* failure = std::get_if<Failure>(&summed)) return path + " could not be read: " + failure->reason;
@@ -627,7 +631,8 @@ Outcome<LedgerEntry> LedgerStore::updateEntry(const LedgerEntry& entry, Date now
     auto updated = tallywick::change(*db_, [&](Transaction& tx) -> Outcome<LedgerEntry> {
         owner = entryOwner(tx, *id);
         if (!owner) return noSuchEntry();
-        if (!balances_[owner->account].allows(after - owner->effect)) return Failure{"Balance would overflow"};
+        if (!balances_[owner->account].allows(after - owner->effect))
+            return Failure{"Balance would overflow"};
         tx.run("UPDATE entries SET kind = ?, flag = ?, amount = ?, memo = ?, updated_at = ? WHERE id = ?",
                rawValue(entry.kind), rawValue(entry.flag), entry.amount, entry.memo, seconds(now), *id);
         auto stored = loadEntry(tx, *id);
@@ -767,8 +772,8 @@ Outcome<LedgerStore::HistoryPage> LedgerStore::history(const std::string& accoun
             // of another account (or no identifier at all) is refused.
             const auto number = parseId(*before, 'E');
             if (!number) return noSuchEntry();
-            if (const auto owner = entryOwner(tx, *number); owner ? owner->account != *account
-                                                                   : *number > lastEntryNumber(tx))
+            if (const auto owner = entryOwner(tx, *number);
+                owner ? owner->account != *account : *number > lastEntryNumber(tx))
                 return noSuchEntry();  // another account's, or one never handed out
             below = *number - 1;
         }

@@ -74,13 +74,15 @@ public:
     Outcome<std::monostate> deleteAccount(const std::string& id);
 
     // A new account for an agent that signed up; opening credit included.
-    Outcome<Account> createCredentialAccount(const std::string& displayName, const std::string& keyHash, Date now);
+    Outcome<Account> createCredentialAccount(const std::string& displayName, const std::string& keyHash,
+                                             Date now);
     // The stored hash of a credential account's key.
     Outcome<std::optional<std::string>> keyHash(const std::string& accountId) const;
     // The account of the client with this name, created (with its opening
     // credit) on first sight; the client information and fields are stored
     // with it each time.
-    Outcome<Account> clientInfoAccount(const ClientInfo& info, const std::vector<ClientInfoField>& fields, Date now);
+    Outcome<Account> clientInfoAccount(const ClientInfo& info, const std::vector<ClientInfoField>& fields,
+                                       Date now);
     // Keeps what the agent last said about itself with its account ("No such account").
     Outcome<std::monostate> recordClientInfo(const std::string& accountId, const ClientInfo& info,
                                              const std::vector<ClientInfoField>& fields);

@@ -51,8 +51,10 @@ void rewrite(std::string& out, element value) {
             first = false;
             appendJsonString(out, name);
             out += ':';
-            if (name == kKey) appendJsonString(out, redactedKey);
-            else rewrite(out, inner);
+            if (name == kKey)
+                appendJsonString(out, redactedKey);
+            else
+                rewrite(out, inner);
         }
         out += '}';
     } else if (value.get(items) == simdjson::SUCCESS) {

@@ -4,8 +4,8 @@
 
 namespace tallywick {
 
-std::chrono::milliseconds LoginThrottle::wait(const std::optional<std::string>& account, std::uint64_t connection,
-                                              Clock::time_point now) const {
+std::chrono::milliseconds LoginThrottle::wait(const std::optional<std::string>& account,
+                                              std::uint64_t connection, Clock::time_point now) const {
     Clock::time_point until = now;
     if (const auto found = connections_.find(connection); found != connections_.end())
         until = std::max(until, found->second.until);
@@ -33,7 +33,8 @@ void LoginThrottle::forgetConnection(std::uint64_t connection) {
 
 void LoginThrottle::fail(State& state, Clock::time_point now) {
     state.failures = std::min(state.failures + 1, 20);  // 100 ms doubled 19 times is far past the cap
-    const auto wait = std::min<std::chrono::milliseconds>(kFirstWait * (1LL << (state.failures - 1)), kLongestWait);
+    const auto wait =
+        std::min<std::chrono::milliseconds>(kFirstWait * (1LL << (state.failures - 1)), kLongestWait);
     state.until = now + wait;
 }
 

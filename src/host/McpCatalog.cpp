@@ -41,16 +41,20 @@ std::string enumSchema(std::string_view description = {}) {
 
 // Failures come back as results too, so every output schema admits both shapes.
 std::string outputSchema(const std::string& success) {
-    const std::string failure = R"({
+    const std::string failure =
+        R"({
         "type": "object",
         "properties": {
             "error": {
                 "type": "object",
                 "properties": {
-                    "code": )" + enumSchema<ToolErrorCode>(
-        "notSignedIn: call signUp or login first; invalidCredentials: wrong accountId or key; invalidKey: "
-        "the key is too short or too long; invalidArguments: fix the arguments as the message says; "
-        "internalError: the host could not do it, try again later") + R"(,
+                    "code": )" +
+        enumSchema<ToolErrorCode>(
+            "notSignedIn: call signUp or login first; invalidCredentials: wrong accountId or key; "
+            "invalidKey: "
+            "the key is too short or too long; invalidArguments: fix the arguments as the message says; "
+            "internalError: the host could not do it, try again later") +
+        R"(,
                     "message": {"type": "string", "description": "what went wrong, for a person or a model"}
                 },
                 "required": ["code", "message"],

@@ -12,8 +12,8 @@
 
 #include "HostLock.h"
 #include "HostOptions.h"
-#include "LedgerBackups.h"
 #include "HostServer.h"
+#include "LedgerBackups.h"
 
 using namespace tallywick;
 

@@ -25,8 +25,9 @@ std::string quoted(const std::string& text) {
 
 // The path as one shell word.
 std::string shellWord(const std::string& text) {
-    if (!text.empty() && text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789@%+=:,./_-") ==
-                             std::string::npos)
+    if (!text.empty() &&
+        text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789@%+=:,./_-") ==
+            std::string::npos)
         return text;
     std::string out = "'";
     for (const char c : text) out += c == '\'' ? std::string("'\\''") : std::string(1, c);

@@ -44,8 +44,10 @@ std::optional<std::string> HostLauncher::launch(std::chrono::milliseconds patien
     if (::access(hostPath_.c_str(), X_OK) != 0) return "the host executable is missing: " + hostPath_;
     // The folder is named, so a host started from a small environment serves
     // the folder its client looked in.
-    if (auto failure = ChildProcess::spawnDetached({hostPath_, "--runtime-dir", folderOf(endpoint_)})) return failure;
-    if (!waitUntilRunning(patience)) return "the host was started but does not accept connections at " + endpoint_;
+    if (auto failure = ChildProcess::spawnDetached({hostPath_, "--runtime-dir", folderOf(endpoint_)}))
+        return failure;
+    if (!waitUntilRunning(patience))
+        return "the host was started but does not accept connections at " + endpoint_;
     return std::nullopt;
 }
 
@@ -53,7 +55,8 @@ std::optional<std::string> HostLauncher::ensureRunning(std::chrono::milliseconds
     if (running()) return std::nullopt;
     const auto deadline = std::chrono::steady_clock::now() + patience;
     if (startUnit(deadline)) return std::nullopt;
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     return launch(std::max(left, std::chrono::milliseconds(0)));
 }
 
@@ -64,13 +67,15 @@ bool HostLauncher::startUnit(std::chrono::steady_clock::time_point deadline) con
     if (folderOf(endpoint_) != runtimeDirectoryPath()) return false;
     if (!ChildProcess::findOnPath("systemctl")) return false;
     const std::string unit = buildIdentity().hostIdentifier + ".service";
-    const std::string state = firstWord(ChildProcess::run({"systemctl", "--user", "is-enabled", unit}).output);
+    const std::string state =
+        firstWord(ChildProcess::run({"systemctl", "--user", "is-enabled", unit}).output);
     // Masked is the user's no; not-found or nothing means it is not installed.
     for (std::string_view no : {"", "masked", "masked-runtime", "not-found"}) {
         if (state == no) return false;
     }
     if (ChildProcess::run({"systemctl", "--user", "start", unit}).exitStatus != 0) return false;
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     return waitUntilRunning(left);
 }
 

@@ -24,8 +24,10 @@ std::shared_ptr<LinkConnection> LinkConnection::connect(asio::io_context& contex
         new LinkConnection(Socket(context), std::move(endpointPath), std::move(requirementText), true));
 }
 
-std::shared_ptr<LinkConnection> LinkConnection::adopt(Socket socket, std::chrono::milliseconds helloDeadline) {
-    return std::shared_ptr<LinkConnection>(new LinkConnection(std::move(socket), {}, {}, false, helloDeadline));
+std::shared_ptr<LinkConnection> LinkConnection::adopt(Socket socket,
+                                                      std::chrono::milliseconds helloDeadline) {
+    return std::shared_ptr<LinkConnection>(
+        new LinkConnection(std::move(socket), {}, {}, false, helloDeadline));
 }
 
 LinkConnection::LinkConnection(Socket socket, std::string endpointPath, std::string requirementText,
@@ -50,7 +52,8 @@ void LinkConnection::start(Handlers handlers) {
             // A peer that connects and says nothing holds a descriptor of ours.
             self->helloTimer_.emplace(self->strand_, self->helloDeadline_);
             self->helloTimer_->async_wait([self](const std::error_code& error) {
-                if (!error && !self->helloReceived_) self->end(LinkFailure::Kind::invalidated, "no hello in time");
+                if (!error && !self->helloReceived_)
+                    self->end(LinkFailure::Kind::invalidated, "no hello in time");
             });
         }
         if (self->connectFirst_) {
@@ -67,7 +70,8 @@ void LinkConnection::beginConnect() {
     if (const auto checked = checkRuntimeDirectory(folder); !checked.usable())
         return end(LinkFailure::Kind::invalidated, checked.problem);
     auto resolved = SocketAddress::of(endpointPath_);
-    if (auto* problem = std::get_if<std::string>(&resolved)) return end(LinkFailure::Kind::invalidated, *problem);
+    if (auto* problem = std::get_if<std::string>(&resolved))
+        return end(LinkFailure::Kind::invalidated, *problem);
     // A long path's folder stays open until the connect is done.
     auto address = std::make_shared<SocketAddress>(std::move(std::get<SocketAddress>(resolved)));
     socket_.async_connect(
@@ -150,7 +154,8 @@ bool LinkConnection::push(Outgoing frame) {
     const std::size_t size = frame.head.size() + frame.payload.size();
     // The frame being written is on its way; what waits behind it is the
     // backlog. One frame alone may be large (a snapshot), a pile may not.
-    const std::size_t inFlight = writing_ && !writes_.empty() ? writes_.front().head.size() + writes_.front().payload.size() : 0;
+    const std::size_t inFlight =
+        writing_ && !writes_.empty() ? writes_.front().head.size() + writes_.front().payload.size() : 0;
     const std::size_t backlog = queuedBytes_ - inFlight;
     if (backlog > 0 && backlog + size > kMaxBacklog) {
         end(LinkFailure::Kind::invalidated, "the peer does not read: over 64 MiB waited to be sent");

@@ -16,7 +16,8 @@ std::variant<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(as
                                                                               OnConnection onConnection) {
     using asio::local::stream_protocol;
     auto resolved = SocketAddress::of(path);
-    if (auto* problem = std::get_if<std::string>(&resolved)) return "cannot listen on " + path + ": " + *problem;
+    if (auto* problem = std::get_if<std::string>(&resolved))
+        return "cannot listen on " + path + ": " + *problem;
     auto& address = std::get<SocketAddress>(resolved);
     address.unlink();
     // On a strand of its own: accepts, retries and the close never overlap.

@@ -24,7 +24,8 @@ std::variant<SocketAddress, std::string> SocketAddress::of(const std::string& pa
         if (address.folder_ < 0)
             return "cannot open the socket's folder " + folder + ": " + std::strerror(errno);
         address.usable_ = "/proc/self/fd/" + std::to_string(address.folder_) + path.substr(slash);
-        if (address.usable_.size() >= room) return "the socket's file name is too long: " + path.substr(slash + 1);
+        if (address.usable_.size() >= room)
+            return "the socket's file name is too long: " + path.substr(slash + 1);
     }
     std::memcpy(address.address_.sun_path, address.usable_.c_str(), address.usable_.size() + 1);
     return address;

@@ -3,5 +3,6 @@
 #include <tallywick/RootView.h>
 
 int main(int argc, char** argv) {
-    return tallywick::guardedMain("tallywick", [&] { return tallywick::appMain(argc, argv, tallywick::makeRootView); });
+    return tallywick::guardedMain("tallywick",
+                                  [&] { return tallywick::appMain(argc, argv, tallywick::makeRootView); });
 }

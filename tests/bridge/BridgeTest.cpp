@@ -134,7 +134,8 @@ TEST_F(Bridge, WithoutAHostEveryRequestIsAnsweredAtOnce) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
     EXPECT_EQ(bridge->readRest(), "");
     EXPECT_TRUE(exitedCleanly(bridge->wait(10s)));
-    EXPECT_NE(bridge->stderrText().find("none could be started: the host executable is missing"), std::string::npos)
+    EXPECT_NE(bridge->stderrText().find("none could be started: the host executable is missing"),
+              std::string::npos)
         << bridge->stderrText();
 }
 
@@ -181,7 +182,8 @@ TEST_F(Bridge, StartsTheHostOnDemand) {
     ::kill(*first, SIGKILL);
     // A line racing the crash is answered -31000 (it may have reached the
     // host); the next one, once the bridge has seen the loss, starts a host.
-    while (bridge->stderrText().find("the peer went away") == std::string::npos) std::this_thread::sleep_for(10ms);
+    while (bridge->stderrText().find("the peer went away") == std::string::npos)
+        std::this_thread::sleep_for(10ms);
     bridge->sendLine(BridgeFixture::tool("20", "getBalance"));
     const auto back = Reply::of(bridge->readLine().value_or(""));
     EXPECT_EQ(back.id, "20");
@@ -190,7 +192,8 @@ TEST_F(Bridge, StartsTheHostOnDemand) {
     bridge->closeInput();
     EXPECT_EQ(bridge->readRest(), "");
     EXPECT_TRUE(exitedCleanly(bridge->wait(10s)));
-    EXPECT_NE(bridge->stderrText().find("no host was running: started"), std::string::npos) << bridge->stderrText();
+    EXPECT_NE(bridge->stderrText().find("no host was running: started"), std::string::npos)
+        << bridge->stderrText();
 }
 
 // A runtime folder deeper than a socket address holds.

@@ -71,9 +71,13 @@ TEST_F(Ctl, ExitStatusSaysWhatHappened) {
     EXPECT_EQ(ctl({"settings", "starting-points", "-5"}).status, 1);
 
     for (const std::vector<std::string>& bad :
-         {std::vector<std::string>{"entry", "add", "A1", "credit", "12x"}, {"entry", "add", "A1", "gift", "1"},
-          {"entry", "edit", "E1"}, {"settings", "allow-unauthenticated", "maybe"}, {"frobnicate"},
-          {"account", "rename", "A1"}, {"snapshot", "--flag", "x"}}) {
+         {std::vector<std::string>{"entry", "add", "A1", "credit", "12x"},
+          {"entry", "add", "A1", "gift", "1"},
+          {"entry", "edit", "E1"},
+          {"settings", "allow-unauthenticated", "maybe"},
+          {"frobnicate"},
+          {"account", "rename", "A1"},
+          {"snapshot", "--flag", "x"}}) {
         auto usage = ctl(bad);
         EXPECT_EQ(usage.status, 2) << bad[0];
         EXPECT_FALSE(usage.err.empty());
@@ -95,14 +99,15 @@ TEST_F(Ctl, ExitStatusSaysWhatHappened) {
     // How an agent's client launches the bridge, needing no host to tell.
     const auto config = runProgram({TALLYWICKCTL_PATH, "agent-config"}, folder_);
     EXPECT_EQ(config.status, 0);
-    const std::string bridge = (std::filesystem::path(TALLYWICKCTL_PATH).parent_path() / "tallywick-bridge").string();
+    const std::string bridge =
+        (std::filesystem::path(TALLYWICKCTL_PATH).parent_path() / "tallywick-bridge").string();
     EXPECT_NE(config.out.find("\"command\": \"" + bridge + "\""), std::string::npos) << config.out;
     EXPECT_NE(config.out.find("mcp add tallywick -- " + bridge + "\n"), std::string::npos) << config.out;
 
     // No host and none beside the program to start: unreachable, at once, with the reason.
     host_->stop();
-    auto down = runProgram({aloneCopy(TALLYWICKCTL_PATH), "--runtime-dir", host_->runtimeDirectory(), "snapshot"},
-                           folder_);
+    auto down = runProgram(
+        {aloneCopy(TALLYWICKCTL_PATH), "--runtime-dir", host_->runtimeDirectory(), "snapshot"}, folder_);
     EXPECT_EQ(down.status, 3);
     EXPECT_LT(down.took, std::chrono::seconds(5));
     EXPECT_NE(down.err.find("none could be started: the host executable is missing"), std::string::npos)
@@ -164,11 +169,11 @@ TEST_F(Ctl, StartsTheHostOnDemand) {
 TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
     const std::string account = agentAccount("watcher");
     const auto out = folder_ / "events.out";
-    const pid_t follower = HostProcess::spawn(
-        {"/bin/sh", "-c",
-         std::string("exec '") + TALLYWICKCTL_PATH + "' --runtime-dir '" + host_->runtimeDirectory() +
-             "' events > '" + out.string() + "'"},
-        (folder_ / "events.err").string());
+    const pid_t follower =
+        HostProcess::spawn({"/bin/sh", "-c",
+                            std::string("exec '") + TALLYWICKCTL_PATH + "' --runtime-dir '" +
+                                host_->runtimeDirectory() + "' events > '" + out.string() + "'"},
+                           (folder_ / "events.err").string());
     // Changes until the follower has seen one (it needs a moment to connect).
     for (int i = 0; i < 100 && slurp(out).find("dataChanged") == std::string::npos; ++i) {
         ctl({"entry", "add", account, "note", "0"});
@@ -189,8 +194,9 @@ TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
     EXPECT_GE(count, 1);
 
     // A host that goes away ends the following with the unreachable status.
-    const pid_t orphan = HostProcess::spawn(
-        {TALLYWICKCTL_PATH, "--runtime-dir", host_->runtimeDirectory(), "events"}, (folder_ / "orphan.err").string());
+    const pid_t orphan =
+        HostProcess::spawn({TALLYWICKCTL_PATH, "--runtime-dir", host_->runtimeDirectory(), "events"},
+                           (folder_ / "orphan.err").string());
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     host_->stop();
     ::waitpid(orphan, &status, 0);

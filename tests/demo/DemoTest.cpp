@@ -94,8 +94,8 @@ TEST_F(Demo, WithoutAHostOrABridgeItSaysSoAndFailsAtOnce) {
     std::filesystem::create_directories(runtime);
     ::chmod(runtime.c_str(), 0700);
     // A bridge with no host beside it to start on demand.
-    ProgramRun run =
-        demo({"--agents", "4", "--runtime-dir", runtime.string(), "--bridge", aloneCopy(TALLYWICK_BRIDGE_PATH)});
+    ProgramRun run = demo(
+        {"--agents", "4", "--runtime-dir", runtime.string(), "--bridge", aloneCopy(TALLYWICK_BRIDGE_PATH)});
     EXPECT_EQ(run.status, 1) << run.err;
     EXPECT_LT(run.took, 5s);
     EXPECT_NE(run.err.find("host is not running"), std::string::npos) << run.err;

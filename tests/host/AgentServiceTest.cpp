@@ -66,8 +66,10 @@ TEST_F(AgentServiceTest, HandshakeWithBadParamsChangesNothing) {
 // over a bound is refused whole, never stored cut; one handshake a connection.
 TEST_F(AgentServiceTest, ClientInformationIsBoundedAndTakenOncePerConnection) {
     const auto handshake = [&](AgentSession& session, const std::string& info) {
-        auto effects = send(session, R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":)"
-                                     R"("2025-11-25","capabilities":{},"clientInfo":)" + info + "}}");
+        auto effects =
+            send(session, R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":)"
+                          R"("2025-11-25","capabilities":{},"clientInfo":)" +
+                              info + "}}");
         Json reply(effects.reply.value_or(""));
         return reply.has("/error") ? std::to_string(reply.integer("/error/code")) + " " +
                                          std::string(reply.text("/error/message"))
@@ -84,11 +86,13 @@ TEST_F(AgentServiceTest, ClientInformationIsBoundedAndTakenOncePerConnection) {
     };
     const std::string longest(256, 'n');
     const auto info = [&](const std::string& name, const std::string& rest) {
-        return R"({"name":")" + name + R"(","version":")" + longest + R"(","title":")" + longest + '"' + rest + "}";
+        return R"({"name":")" + name + R"(","version":")" + longest + R"(","title":")" + longest + '"' +
+               rest + "}";
     };
 
     AgentSession full;
-    EXPECT_EQ(handshake(full, info(longest, fields(32, 64, 100))), "ok") << "every bound reached, none passed";
+    EXPECT_EQ(handshake(full, info(longest, fields(32, 64, 100))), "ok")
+        << "every bound reached, none passed";
     EXPECT_EQ(full.clientInfoFields.size(), 33u);
     AgentSession exactly;
     EXPECT_EQ(handshake(exactly, info("x", fields(8, 24, 1000))), "ok") << "8 KiB in all";

@@ -45,8 +45,10 @@ protected:
         ASSERT_EQ(state->accounts.size(), 3u);
         for (const auto& account : state->accounts)
             for (int i = 0; i < 200; ++i)
-                ASSERT_EQ(desk->change(ControlRequest::createEntry(
-                              {.accountId = account.id, .kind = TransactionKind::credit, .amount = i, .memo = "m"})),
+                ASSERT_EQ(desk->change(ControlRequest::createEntry({.accountId = account.id,
+                                                                    .kind = TransactionKind::credit,
+                                                                    .amount = i,
+                                                                    .memo = "m"})),
                           "ok");
         before_ = *desk->snapshot();
         ASSERT_EQ(before_.entries.size(), 603u);
@@ -60,8 +62,8 @@ protected:
     // leave the file exactly as it was.
     std::string refusedStart() {
         const std::string file = bytesOf(host_->databasePath());
-        const auto run = runProgram({TALLYWICK_HOST_PATH, "--database", host_->databasePath(), "--runtime-dir",
-                                     host_->runtimeDirectory()},
+        const auto run = runProgram({TALLYWICK_HOST_PATH, "--database", host_->databasePath(),
+                                     "--runtime-dir", host_->runtimeDirectory()},
                                     folder_);
         EXPECT_EQ(run.status, 1) << run.err;
         EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
@@ -90,7 +92,8 @@ TEST_F(DamagedFile, GarbagePagesDroppedTablesAndTruncationAreRefused) {
     runSql(host_->databasePath(), "DROP TABLE client_fields");
     EXPECT_NE(refusedStart().find("the table client_fields is missing"), std::string::npos);
 
-    std::ofstream(host_->databasePath(), std::ios::binary | std::ios::trunc) << pristine.substr(0, pristine.size() / 2);
+    std::ofstream(host_->databasePath(), std::ios::binary | std::ios::trunc)
+        << pristine.substr(0, pristine.size() / 2);
     refusedStart();
 }
 
@@ -101,8 +104,9 @@ TEST_F(DamagedFile, AForeignWriteAheadLogIsNeverFoldedIn) {
     {
         auto opened = Database::open(other);
         auto& db = *std::get<std::unique_ptr<Database>>(opened);
-        ASSERT_FALSE(db.execute("PRAGMA journal_mode = WAL; PRAGMA wal_autocheckpoint = 0; "
-                                "CREATE TABLE notes (text TEXT); INSERT INTO notes VALUES ('not a ledger')"));
+        ASSERT_FALSE(
+            db.execute("PRAGMA journal_mode = WAL; PRAGMA wal_autocheckpoint = 0; "
+                       "CREATE TABLE notes (text TEXT); INSERT INTO notes VALUES ('not a ledger')"));
         fs::copy_file(other + "-wal", host_->databasePath() + "-wal");
     }
     const std::string file = bytesOf(host_->databasePath());
@@ -110,7 +114,8 @@ TEST_F(DamagedFile, AForeignWriteAheadLogIsNeverFoldedIn) {
                                  host_->runtimeDirectory()},
                                 folder_);
     EXPECT_EQ(run.status, 1) << run.err;
-    EXPECT_TRUE(bytesOf(host_->databasePath()) == file) << "the foreign log was not checkpointed into the file";
+    EXPECT_TRUE(bytesOf(host_->databasePath()) == file)
+        << "the foreign log was not checkpointed into the file";
 }
 
 // A daily backup, the file damaged, the backup restored: every account and
@@ -126,8 +131,8 @@ TEST_F(DamagedFile, TheNewestBackupRestoresEverything) {
     ASSERT_TRUE(LedgerBackups::newest(host_->databasePath())) << "a copy is made when none is a day old";
     EXPECT_EQ(fs::status(backups).permissions() & fs::perms::all, fs::perms::owner_all);
 
-    const auto busy = runProgram({TALLYWICK_HOST_PATH, "--database", host_->databasePath(), "--restore-latest-backup"},
-                                 folder_);
+    const auto busy = runProgram(
+        {TALLYWICK_HOST_PATH, "--database", host_->databasePath(), "--restore-latest-backup"}, folder_);
     EXPECT_EQ(busy.status, 1);
     EXPECT_NE(busy.err.find("stop it first"), std::string::npos) << busy.err;
     host_->stop();

@@ -28,7 +28,8 @@ void expectAgrees(const EntryCache& cache, const LedgerStore& store) {
     std::string cached;
     cache.appendEntries(cached);
     EXPECT_EQ(cached, encodedFresh(store));
-    for (const auto& account : ok(store.accounts())) EXPECT_EQ(cache.balance(account.id), account.balance) << account.id;
+    for (const auto& account : ok(store.accounts()))
+        EXPECT_EQ(cache.balance(account.id), account.balance) << account.id;
 }
 
 TEST(EntryCache, FollowsEveryKindOfChangeExactly) {
@@ -41,7 +42,8 @@ TEST(EntryCache, FollowsEveryKindOfChangeExactly) {
 
     std::vector<std::string> accounts;
     for (int i = 0; i < 3; ++i)
-        accounts.push_back(std::get<Account>(store.createCredentialAccount("Agent " + std::to_string(i), "h", now)).id);
+        accounts.push_back(
+            std::get<Account>(store.createCredentialAccount("Agent " + std::to_string(i), "h", now)).id);
     EntryCache cache(store);
     ok(cache.reloadAll());
     expectAgrees(cache, store);
@@ -52,11 +54,12 @@ TEST(EntryCache, FollowsEveryKindOfChangeExactly) {
     for (int step = 0; step < 120; ++step) {
         const int action = live.empty() ? 0 : static_cast<int>(random() % 4);
         if (action <= 1) {
-            auto written = store.createEntry({.accountId = accounts[random() % 3],
-                                              .kind = random() % 2 ? TransactionKind::credit : TransactionKind::debit,
-                                              .amount = static_cast<std::int64_t>(random() % 1000),
-                                              .memo = "step " + std::to_string(step) + " \"quoted\" ünïcode"},
-                                             now);
+            auto written =
+                store.createEntry({.accountId = accounts[random() % 3],
+                                   .kind = random() % 2 ? TransactionKind::credit : TransactionKind::debit,
+                                   .amount = static_cast<std::int64_t>(random() % 1000),
+                                   .memo = "step " + std::to_string(step) + " \"quoted\" ünïcode"},
+                                  now);
             ASSERT_TRUE(std::holds_alternative<LedgerEntry>(written));
             cache.put(std::get<LedgerEntry>(written));
             live.push_back(std::get<LedgerEntry>(written));

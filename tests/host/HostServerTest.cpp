@@ -56,7 +56,8 @@ TEST_F(HostServer, EmptyHostAnswersWithDefaultsAndRefusesBadRequests) {
 
     // A request that does not decode is answered, not dropped, and the host keeps serving.
     AgentLink raw(host_->socketPath());
-    EXPECT_EQ(raw.call("control", R"({"deleteEntry":{"entryId":"E1"}})"), R"({"failure":{"_0":"Malformed request"}})");
+    EXPECT_EQ(raw.call("control", R"({"deleteEntry":{"entryId":"E1"}})"),
+              R"({"failure":{"_0":"Malformed request"}})");
     EXPECT_EQ(raw.call("control", "not json"), R"({"failure":{"_0":"Malformed request"}})");
     EXPECT_FALSE(raw.call("noSuchMethod", "{}"));
     EXPECT_TRUE(app->snapshot());
@@ -88,7 +89,8 @@ TEST_F(HostServer, ChangesFromTheDeskAreOrderedNumberedAndAnnouncedToEveryApplic
     ASSERT_EQ(first->change(ControlRequest::createEntry(
                   {.accountId = account.id, .kind = TransactionKind::debit, .amount = 15, .memo = "second"})),
               "ok");
-    EXPECT_EQ(first->change(ControlRequest::createEntry(credit(account.id, -1))), "Amount must not be negative");
+    EXPECT_EQ(first->change(ControlRequest::createEntry(credit(account.id, -1))),
+              "Amount must not be negative");
     state = first->snapshot();
     ASSERT_EQ(state->entries.size(), 3u);
     EXPECT_EQ(state->entries[0].memo, "second");  // newest first
@@ -145,7 +147,8 @@ TEST_F(HostServer, ChangesFromTheDeskAreOrderedNumberedAndAnnouncedToEveryApplic
     }
     EXPECT_TRUE(gone);
     // Connecting (and binding), the unbinding and the leaving: three announcements.
-    EXPECT_TRUE(second->waitUntil([](const auto& e) { return countOf<ControlEvent::ConnectionsChanged>(e) >= 3; }));
+    EXPECT_TRUE(
+        second->waitUntil([](const auto& e) { return countOf<ControlEvent::ConnectionsChanged>(e) >= 3; }));
 }
 
 TEST_F(HostServer, AgentTrafficIsLoggedAndSubscribersHearOfDeskChanges) {
@@ -162,8 +165,8 @@ TEST_F(HostServer, AgentTrafficIsLoggedAndSubscribersHearOfDeskChanges) {
     ASSERT_EQ(atPointer(*signedUp, "/result/structuredContent/displayName"), "Bot");
 
     const std::string uri = "tallywick://account/" + accountId + "/history";
-    auto subscribed = bot->send(R"({"jsonrpc":"2.0","id":3,"method":"resources/subscribe","params":{"uri":")" +
-                                uri + R"("}})");
+    auto subscribed = bot->send(
+        R"({"jsonrpc":"2.0","id":3,"method":"resources/subscribe","params":{"uri":")" + uri + R"("}})");
     ASSERT_TRUE(subscribed);
     EXPECT_EQ(subscribed->find("error"), std::string::npos) << *subscribed;
 
@@ -211,11 +214,12 @@ TEST_F(HostServer, HostileAgentLinesAreAnsweredAndEveryoneElseIsStillServed) {
     auto bad = agent();
     auto good = agent();
     ASSERT_TRUE(good->send(initializeLine("good")));
-    const std::string huge = "{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"" + std::string(8 << 20, 'x') + "\"}";
-    for (const std::string& line : {std::string("not json"), std::string("[1,2]"), std::string("{}"),
-                                    std::string(R"({"jsonrpc":"2.0","id":7,"method":"no/such"})"),
-                                    std::string(R"({"jsonrpc":"2.0","id":8,"method":"tools/call","params":7})"),
-                                    huge}) {
+    const std::string huge =
+        "{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"" + std::string(8 << 20, 'x') + "\"}";
+    for (const std::string& line :
+         {std::string("not json"), std::string("[1,2]"), std::string("{}"),
+          std::string(R"({"jsonrpc":"2.0","id":7,"method":"no/such"})"),
+          std::string(R"({"jsonrpc":"2.0","id":8,"method":"tools/call","params":7})"), huge}) {
         auto reply = bad->send(line);
         ASSERT_TRUE(reply) << line.substr(0, 40);
         EXPECT_NE(atPointer(*reply, "/error/message"), "<missing>") << *reply;
@@ -231,9 +235,9 @@ TEST_F(HostServer, HostileAgentLinesAreAnsweredAndEveryoneElseIsStillServed) {
 
 TEST_F(HostServer, OneHostPerUserAndACleanStopOnSignal) {
     HostProcess second(folder_, TALLYWICK_HOST_PATH);
-    const int status = HostProcess::runToEnd(
-        {TALLYWICK_HOST_PATH, "--database", host_->databasePath(), "--runtime-dir", host_->runtimeDirectory()},
-        (folder_ / "second.stderr").string());
+    const int status = HostProcess::runToEnd({TALLYWICK_HOST_PATH, "--database", host_->databasePath(),
+                                              "--runtime-dir", host_->runtimeDirectory()},
+                                             (folder_ / "second.stderr").string());
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 0);
     std::ifstream in(folder_ / "second.stderr");
@@ -247,13 +251,14 @@ TEST_F(HostServer, OneHostPerUserAndACleanStopOnSignal) {
     const int stopped = host_->kill(SIGTERM);
     ASSERT_TRUE(WIFEXITED(stopped));
     EXPECT_EQ(WEXITSTATUS(stopped), 0);
-    EXPECT_FALSE(std::filesystem::exists(host_->socketPath())) << "a stopped host leaves no socket to wait on";
+    EXPECT_FALSE(std::filesystem::exists(host_->socketPath()))
+        << "a stopped host leaves no socket to wait on";
     EXPECT_FALSE(app->snapshot());
     ASSERT_TRUE(host_->start());
     EXPECT_TRUE(app->snapshot());  // the next request reconnects
 
-    const int usage = HostProcess::runToEnd({TALLYWICK_HOST_PATH, "--no-such-flag"},
-                                            (folder_ / "usage.stderr").string());
+    const int usage =
+        HostProcess::runToEnd({TALLYWICK_HOST_PATH, "--no-such-flag"}, (folder_ / "usage.stderr").string());
     EXPECT_EQ(WEXITSTATUS(usage), 2);
 }
 
@@ -306,8 +311,9 @@ TEST_F(HostServer, SwitchingUnauthenticatedAgentsOffUnbindsThemAtOnce) {
     const auto before = app->snapshot();
     ASSERT_EQ(before->connections.size(), 2u);
     const std::string knownAccount = *before->connections[0].accountId;
-    ASSERT_TRUE(known->send(R"({"jsonrpc":"2.0","id":3,"method":"resources/subscribe","params":{"uri":"tallywick://account/)" +
-                            knownAccount + R"(/history"}})"));
+    ASSERT_TRUE(known->send(
+        R"({"jsonrpc":"2.0","id":3,"method":"resources/subscribe","params":{"uri":"tallywick://account/)" +
+        knownAccount + R"(/history"}})"));
 
     const auto heard = app->events().size();
     ASSERT_EQ(app->change(ControlRequest::setAllowUnauthenticated(false)), "ok");
@@ -316,13 +322,14 @@ TEST_F(HostServer, SwitchingUnauthenticatedAgentsOffUnbindsThemAtOnce) {
     EXPECT_EQ(after->connections[0].accountId, std::nullopt) << "unbound without a request of its own";
     EXPECT_TRUE(after->connections[1].accountId && after->connections[1].authenticated);
     EXPECT_TRUE(app->waitUntil([&](const std::vector<ControlEvent>& events) {
-        return std::any_of(events.begin() + static_cast<std::ptrdiff_t>(heard), events.end(), [](const auto& event) {
-            return std::holds_alternative<ControlEvent::ConnectionsChanged>(event.value);
-        });
+        return std::any_of(events.begin() + static_cast<std::ptrdiff_t>(heard), events.end(),
+                           [](const auto& event) {
+                               return std::holds_alternative<ControlEvent::ConnectionsChanged>(event.value);
+                           });
     }));
     // The ended subscription hears nothing of a change to its old account.
-    ASSERT_EQ(app->change(ControlRequest::createEntry({.accountId = knownAccount, .kind = TransactionKind::credit,
-                                                       .amount = 3})),
+    ASSERT_EQ(app->change(ControlRequest::createEntry(
+                  {.accountId = knownAccount, .kind = TransactionKind::credit, .amount = 3})),
               "ok");
     ASSERT_TRUE(known->send(R"({"jsonrpc":"2.0","id":4,"method":"ping"})"));
     EXPECT_TRUE(known->notifications().empty());
@@ -343,12 +350,18 @@ TEST_F(HostServer, KeysNeverReachTheLogHoweverTheLineIsWritten) {
     auto bot = agent();
     ASSERT_TRUE(bot->send(initializeLine("wrapper")));
     const std::string lines[] = {
-        R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"signUp","arguments":{"key":")" + key + R"("}}})",
-        R"({"jsonrpc":"2.0","id":3,"method":"tools/call","method":"x","params":{"name":"login","arguments":{"accountId":"A1","key":")" + key + R"("}}})",
-        R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"login"},"params":{"arguments":{"key":")" + key + R"("}}})",
-        R"({"jsonrpc":"2.0","id":5,"method":"tools/call","params":{"name":"login","arguments":{},"arguments":{"key":")" + key + R"("}}})",
-        R"({"jsonrpc":"2.0","id":6,"method":"tools/call","params":{"name":"login","arguments":{"k\u0065y":")" + key + R"("}}})",
-        R"({"jsonrpc":"2.0","id":7,"method":"tools/call","params":{"arguments":{"k\u0065y":")" + key + R"("}})",
+        R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"signUp","arguments":{"key":")" +
+            key + R"("}}})",
+        R"({"jsonrpc":"2.0","id":3,"method":"tools/call","method":"x","params":{"name":"login","arguments":{"accountId":"A1","key":")" +
+            key + R"("}}})",
+        R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"login"},"params":{"arguments":{"key":")" +
+            key + R"("}}})",
+        R"({"jsonrpc":"2.0","id":5,"method":"tools/call","params":{"name":"login","arguments":{},"arguments":{"key":")" +
+            key + R"("}}})",
+        R"({"jsonrpc":"2.0","id":6,"method":"tools/call","params":{"name":"login","arguments":{"k\u0065y":")" +
+            key + R"("}}})",
+        R"({"jsonrpc":"2.0","id":7,"method":"tools/call","params":{"arguments":{"k\u0065y":")" + key +
+            R"("}})",
         R"({"jsonrpc":"2.0","id":8,"method":"tools/call","params":{"arguments":{"key":")" + key.substr(0, 5),
         key.substr(5) + R"("}}})",
         R"({"jsonrpc":"2.0","id":9,"method":"ping","params":{"deep":[{"key":")" + key + R"("}]}})",
@@ -357,16 +370,17 @@ TEST_F(HostServer, KeysNeverReachTheLogHoweverTheLineIsWritten) {
     const auto state = app->snapshot();
     ASSERT_TRUE(state);
     ASSERT_GE(state->recentApiLog.size(), std::size(lines));
-    for (const auto& record : state->recentApiLog) EXPECT_EQ(record.payload.find(key), std::string::npos) << record.payload;
+    for (const auto& record : state->recentApiLog)
+        EXPECT_EQ(record.payload.find(key), std::string::npos) << record.payload;
     for (const auto& event : app->events()) {
         const auto text = TallywickCoding::encodeToString(event);
         ASSERT_TRUE(text);
         EXPECT_EQ(text->find(key), std::string::npos) << *text;
         EXPECT_EQ(text->find(key.substr(5)), std::string::npos) << *text;
     }
-    const auto unreadable = std::count_if(state->recentApiLog.begin(), state->recentApiLog.end(), [](const auto& r) {
-        return r.payload.rfind("[unreadable line of ", 0) == 0;
-    });
+    const auto unreadable =
+        std::count_if(state->recentApiLog.begin(), state->recentApiLog.end(),
+                      [](const auto& r) { return r.payload.rfind("[unreadable line of ", 0) == 0; });
     EXPECT_EQ(unreadable, 6);
     EXPECT_EQ(host_->stderrText().find(key), std::string::npos);
 }

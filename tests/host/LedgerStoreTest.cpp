@@ -298,7 +298,8 @@ TEST_F(LedgerStoreTest, KeptBalancesAreTheExactSumsOfTheEntries) {
     constexpr auto top = std::numeric_limits<std::int64_t>::max();
     const auto exact = [](LedgerStore& store, const std::string& account) {
         Wide sum = 0;
-        for (const auto& entry : ok(store.accountEntries(account))) sum += Balance::effect(entry.kind, entry.amount);
+        for (const auto& entry : ok(store.accountEntries(account)))
+            sum += Balance::effect(entry.kind, entry.amount);
         return sum > top ? top : sum < -top - 1 ? -top - 1 : static_cast<std::int64_t>(sum);
     };
     auto store = open();
@@ -314,9 +315,12 @@ TEST_F(LedgerStoreTest, KeptBalancesAreTheExactSumsOfTheEntries) {
         switch (random() % 4) {
             case 0:
             case 1: {
-                auto made = store->createEntry(random() % 2 ? credit(account, amount) : debit(account, amount), at(2));
-                if (auto* entry = std::get_if<LedgerEntry>(&made)) written.push_back(*entry);
-                else EXPECT_EQ(std::get<Failure>(made).reason, "Balance would overflow");
+                auto made = store->createEntry(
+                    random() % 2 ? credit(account, amount) : debit(account, amount), at(2));
+                if (auto* entry = std::get_if<LedgerEntry>(&made))
+                    written.push_back(*entry);
+                else
+                    EXPECT_EQ(std::get<Failure>(made).reason, "Balance would overflow");
                 break;
             }
             case 2:
@@ -492,10 +496,11 @@ TEST_F(LedgerStoreTest, ReadErrorsAreFailuresNeverEmptyAnswers) {
     ASSERT_EQ(ok(store->entries()).size(), 301u);
 
     // The entries table now starts at an index's page: every read of it is malformed.
-    executeAside("PRAGMA writable_schema = ON; "
-                 "UPDATE sqlite_schema SET rootpage = (SELECT rootpage FROM sqlite_schema "
-                 "WHERE name = 'entries_by_account') WHERE name = 'entries'; "
-                 "PRAGMA writable_schema = OFF; PRAGMA schema_version = 1000");
+    executeAside(
+        "PRAGMA writable_schema = ON; "
+        "UPDATE sqlite_schema SET rootpage = (SELECT rootpage FROM sqlite_schema "
+        "WHERE name = 'entries_by_account') WHERE name = 'entries'; "
+        "PRAGMA writable_schema = OFF; PRAGMA schema_version = 1000");
     const std::string unreadable = "The ledger could not be read: ";
     EXPECT_EQ(reason(store->entries()).rfind(unreadable, 0), 0u) << reason(store->entries());
     EXPECT_EQ(reason(store->accountEntries(ada.id)).rfind(unreadable, 0), 0u);

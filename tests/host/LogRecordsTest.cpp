@@ -11,16 +11,18 @@ TEST(LogRedaction, KeysAreReplacedWhereverTheyStandAndNothingElseChanges) {
     const auto signUp = redactedForLog(
         R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"signUp","arguments":{"key":"s3cret-key!","displayName":"Bot"}}})");
     ASSERT_TRUE(signUp);
-    EXPECT_EQ(*signUp,
-              R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"signUp","arguments":{"key":"[redacted]","displayName":"Bot"}}})");
+    EXPECT_EQ(
+        *signUp,
+        R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"signUp","arguments":{"key":"[redacted]","displayName":"Bot"}}})");
 
     // Any member named key, at any depth, under any method, however spelt.
     EXPECT_EQ(redactedForLog(R"({"a":{"b":[{"key":"s1"},{"key":{"deep":"s2"}}]},"key":3})"),
               R"({"a":{"b":[{"key":"[redacted]"},{"key":"[redacted]"}]},"key":"[redacted]"})");
     EXPECT_EQ(redactedForLog(R"({"method":"tools/call","params":{"arguments":{"k\u0065y":"secret"}}})"),
               R"({"method":"tools/call","params":{"arguments":{"key":"[redacted]"}}})");
-    EXPECT_EQ(redactedForLog(R"({"method":"initialize","params":{"clientInfo":{"name":"x","key":"secret"}}})"),
-              R"({"method":"initialize","params":{"clientInfo":{"name":"x","key":"[redacted]"}}})");
+    EXPECT_EQ(
+        redactedForLog(R"({"method":"initialize","params":{"clientInfo":{"name":"x","key":"secret"}}})"),
+        R"({"method":"initialize","params":{"clientInfo":{"name":"x","key":"[redacted]"}}})");
 
     // Nothing to hide: logged as it came.
     EXPECT_FALSE(redactedForLog(R"({"method":"tools/call","params":{"name":"getBalance","arguments":{}}})"));
@@ -55,7 +57,8 @@ TEST(ApiLog, KeepsTheNewestThousandAndCutsPayloadsOnCharacterBoundaries) {
     ApiLog log(7);
     const Date now{};
     for (int i = 0; i < 1005; ++i)
-        log.record({.connectionId = "C1", .direction = Direction::request, .payload = std::to_string(i)}, now);
+        log.record({.connectionId = "C1", .direction = Direction::request, .payload = std::to_string(i)},
+                   now);
     EXPECT_EQ(log.size(), ApiLog::capacity);
     const auto recent = log.recent(3);
     ASSERT_EQ(recent.size(), 3u);

@@ -114,7 +114,8 @@ TEST_F(LoginStorm, FailedLoginsSlowTheNextAttempt) {
     ASSERT_TRUE(guesser->send(initializeLine("guesser")));
     for (int i = 0; i < 3; ++i) {
         const auto refused = guesser->send(loginLine(10 + i, account, "wrong"));
-        ASSERT_TRUE(refused && refused->find("invalidCredentials") != std::string::npos) << refused.value_or("");
+        ASSERT_TRUE(refused && refused->find("invalidCredentials") != std::string::npos)
+            << refused.value_or("");
     }
     // Three failures: the next check waits 400 ms, whoever asks.
     auto start = Clock::now();

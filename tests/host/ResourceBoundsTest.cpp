@@ -9,8 +9,8 @@
 #include <thread>
 
 #include <tallywick/FrameCodec.h>
-#include <tallywick/TallywickCoding.h>
 #include <tallywick/SocketAddress.h>
+#include <tallywick/TallywickCoding.h>
 
 #include "support/HostFixture.h"
 
@@ -76,18 +76,20 @@ TEST_F(ResourceBounds, APeerThatNeverReadsIsCutOffAndTheHostStaysSmall) {
     ASSERT_TRUE(bot->send(initializeLine("ballast")));
     const auto account = desk->snapshot()->accounts.at(0).id;
     for (int i = 0; i < 100; ++i) {  // a snapshot of about 1 MB
-        ASSERT_EQ(desk->change(ControlRequest::createEntry(
-                      {.accountId = account, .kind = TransactionKind::note, .memo = std::string(10'000, 'b')})),
-                  "ok");
+        ASSERT_EQ(
+            desk->change(ControlRequest::createEntry(
+                {.accountId = account, .kind = TransactionKind::note, .memo = std::string(10'000, 'b')})),
+            "ok");
     }
     const std::size_t idle = residentBytes(host_->pid());
 
     const int greedy = rawConnection(host_->socketPath());
     ASSERT_GE(greedy, 0);
-    std::string frames = *encodeFrame({.kind = FrameKind::hello, .name = std::string(kHelloName),
-                                       .payload = std::string(kLinkVersion)});
+    std::string frames = *encodeFrame(
+        {.kind = FrameKind::hello, .name = std::string(kHelloName), .payload = std::string(kLinkVersion)});
     for (std::uint64_t id = 1; id <= 1000; ++id)  // a gigabyte of answers, were they all kept
-        frames += *encodeFrame({.kind = FrameKind::call, .id = id, .name = "control", .payload = R"({"snapshot":{}})"});
+        frames += *encodeFrame(
+            {.kind = FrameKind::call, .id = id, .name = "control", .payload = R"({"snapshot":{}})"});
     sendAll(greedy, frames);  // may fail part way: the host hangs up on us
 
     // Until the host hangs up (seen without reading what it sent), or
@@ -142,7 +144,8 @@ TEST_F(ResourceBounds, SilentCrowdsDoNotLockTheDeskOut) {
     const auto asked = std::chrono::steady_clock::now();
     auto desk = control();
     EXPECT_TRUE(desk->snapshot()) << host_->stderrText();
-    EXPECT_LT(std::chrono::steady_clock::now() - asked, LinkConnection::kHelloDeadline) << "served before any deadline";
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, LinkConnection::kHelloDeadline)
+        << "served before any deadline";
 
     // The newest silent peer is closed once its hello is overdue.
     EXPECT_TRUE(closedByPeerWithin(crowd.back(), LinkConnection::kHelloDeadline + 5s));
@@ -155,19 +158,23 @@ TEST_F(ResourceBounds, SilentCrowdsDoNotLockTheDeskOut) {
 TEST_F(ResourceBounds, ChattyClientsLeaveTheSnapshotSmall) {
     std::string details;
     for (int i = 0; i < 8; ++i)
-        details += R"(,"field)" + std::to_string(i) + std::string(18, 'k') + R"(":")" + std::string(1000, 'v') + '"';
+        details +=
+            R"(,"field)" + std::to_string(i) + std::string(18, 'k') + R"(":")" + std::string(1000, 'v') + '"';
     const auto handshake = [&](int client) {
         std::string name = "client-" + std::to_string(client);
         name += std::string(256 - name.size(), 'n');
-        const std::string line = R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":)"
-                                 R"("2025-11-25","capabilities":{},"clientInfo":{"name":")" + name +
-                                 R"(","version":")" + std::string(256, 'v') + R"(","title":")" +
-                                 std::string(256, 't') + '"' + details + "}}}";
-        return *encodeFrame({.kind = FrameKind::call, .id = static_cast<std::uint64_t>(client) + 1,
-                             .name = "handleAgentMessage", .payload = line});
+        const std::string line =
+            R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":)"
+            R"("2025-11-25","capabilities":{},"clientInfo":{"name":")" +
+            name + R"(","version":")" + std::string(256, 'v') + R"(","title":")" + std::string(256, 't') +
+            '"' + details + "}}}";
+        return *encodeFrame({.kind = FrameKind::call,
+                             .id = static_cast<std::uint64_t>(client) + 1,
+                             .name = "handleAgentMessage",
+                             .payload = line});
     };
-    const std::string hello = *encodeFrame({.kind = FrameKind::hello, .name = std::string(kHelloName),
-                                            .payload = std::string(kLinkVersion)});
+    const std::string hello = *encodeFrame(
+        {.kind = FrameKind::hello, .name = std::string(kHelloName), .payload = std::string(kLinkVersion)});
     std::vector<int> agents;
     for (int client = 0; client < 300; ++client) {
         agents.push_back(rawConnection(host_->socketPath()));
@@ -180,10 +187,13 @@ TEST_F(ResourceBounds, ChattyClientsLeaveTheSnapshotSmall) {
 
     auto desk = control();
     std::optional<Snapshot> state;
-    ASSERT_TRUE(desk->waitUntil([&](const auto&) {
-        state = desk->snapshot();
-        return state && state->accounts.size() == 301;
-    }, 60s)) << (state ? state->accounts.size() : 0) << " accounts";
+    ASSERT_TRUE(desk->waitUntil(
+        [&](const auto&) {
+            state = desk->snapshot();
+            return state && state->accounts.size() == 301;
+        },
+        60s))
+        << (state ? state->accounts.size() : 0) << " accounts";
     const auto asked = std::chrono::steady_clock::now();
     const auto answer = desk->request(ControlRequest::snapshot());
     const auto took = std::chrono::steady_clock::now() - asked;

@@ -51,8 +51,8 @@ inline ProgramRun runProgram(std::vector<std::string> arguments, const std::file
     }
     int status = 0;
     ::waitpid(pid, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, std::chrono::steady_clock::now() - started, slurp(out),
-            slurp(err)};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, std::chrono::steady_clock::now() - started,
+            slurp(out), slurp(err)};
 }
 
 // A real host per test, in a scratch folder of its own; a test that wants
@@ -101,13 +101,16 @@ protected:
         ASSERT_TRUE(host_->start()) << host_->stderrText();
     }
 
-    std::unique_ptr<ControlSession> control() { return std::make_unique<ControlSession>(host_->socketPath()); }
+    std::unique_ptr<ControlSession> control() {
+        return std::make_unique<ControlSession>(host_->socketPath());
+    }
     std::unique_ptr<AgentLink> agent() { return std::make_unique<AgentLink>(host_->socketPath()); }
 
     static std::string initializeLine(const std::string& client, int id = 1) {
         return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) +
                R"(,"method":"initialize","params":{"protocolVersion":"2025-11-25","capabilities":{},)"
-               R"("clientInfo":{"name":")" + client + R"(","version":"1.0"}}})";
+               R"("clientInfo":{"name":")" +
+               client + R"(","version":"1.0"}}})";
     }
     static std::string toolLine(int id, const std::string& tool, const std::string& arguments) {
         return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) +

@@ -28,7 +28,8 @@ public:
     // systemd user unit when it is installed, not masked and would serve
     // this folder, else the host executable directly. Waits up to the
     // patience in all; nothing when a host serves.
-    std::optional<std::string> ensureRunning(std::chrono::milliseconds patience = std::chrono::seconds(5)) const;
+    std::optional<std::string> ensureRunning(
+        std::chrono::milliseconds patience = std::chrono::seconds(5)) const;
 
     // Waits until the host accepts; false when the time is up.
     bool waitUntilRunning(std::chrono::milliseconds patience) const;

@@ -35,7 +35,8 @@ public:
                 context.run();
                 return;
             } catch (const std::exception& error) {
-                const std::string line = std::string("internal error on an I/O thread: ") + error.what() + "\n";
+                const std::string line =
+                    std::string("internal error on an I/O thread: ") + error.what() + "\n";
                 [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.data(), line.size());
             }
         }

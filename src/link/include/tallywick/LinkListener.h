@@ -34,13 +34,13 @@ public:
     void close();
 
 private:
-    LinkListener(asio::local::stream_protocol::acceptor acceptor, SocketAddress address, std::string requirementText,
-                 OnConnection onConnection);
+    LinkListener(asio::local::stream_protocol::acceptor acceptor, SocketAddress address,
+                 std::string requirementText, OnConnection onConnection);
     void acceptNext();
 
     asio::local::stream_protocol::acceptor acceptor_;
     asio::steady_timer retry_;  // after a failed accept
-    SocketAddress address_;  // keeps a long path's folder open until the socket is removed
+    SocketAddress address_;     // keeps a long path's folder open until the socket is removed
     std::atomic<bool> removed_{false};
     std::string requirementText_;
     OnConnection onConnection_;
