@@ -88,13 +88,14 @@ std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::
     server->maxConnections_ = maxConnections;
     server->databasePath_ = config.databasePath;
     if (auto problem = server->listen(config.callerRequirement)) return StartFailure{.message = *problem};
-    server->run(std::max(1, config.ioThreads));
     // Listening comes first, so clients connect at once; their requests wait
-    // on the serial path behind the ledger's load.
+    // on the serial path behind the ledger's load, which is queued there
+    // before any thread runs, so nothing can come before it.
     asio::post(server->strand_, [raw = server.get()] {
         raw->loadLedger();
         raw->backUpWhenDue();
     });
+    server->run(std::max(1, config.ioThreads));
     return server;
 }
 
