@@ -513,14 +513,20 @@ std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const 
     if (auto* problem = std::get_if<std::string>(&upgraded)) return *problem;
     std::unique_ptr<LedgerStore> store(new LedgerStore(std::move(db)));
     store->runNumber_ = std::get<std::uint64_t>(upgraded);
-    // Every balance summed once, here; each change then moves its account's sum.
-    auto summed = read(*store->db_, [](Transaction& tx) {
-        BalanceMap balances;
-        auto rows = tx.query("SELECT account_id, kind, amount FROM entries");
-        while (tx.next(rows))
-            balances[rows.integer(0)].apply(effect(kindFrom(rows.textView(1)), rows.integer(2)));
-        return balances;
-    });
+    // Every balance summed once, here; each change then moves its account's
+    // sum. SQLite sums each kind per account from the amounts index; a sum
+    // past 64 bits makes it give up, and then the rows are added one by one.
+    const auto sumBy = [&store](const char* sql) {
+        return read(*store->db_, [sql](Transaction& tx) {
+            BalanceMap balances;
+            auto rows = tx.query(sql);
+            while (tx.next(rows))
+                balances[rows.integer(0)].apply(effect(kindFrom(rows.textView(1)), rows.integer(2)));
+            return balances;
+        });
+    };
+    auto summed = sumBy("SELECT account_id, kind, sum(amount) FROM entries GROUP BY account_id, kind");
+    if (!succeeded(summed)) summed = sumBy("SELECT account_id, kind, amount FROM entries");
     if (auto* failure = std::get_if<Failure>(&summed)) return path + " could not be read: " + failure->reason;
     store->balances_ = std::move(std::get<BalanceMap>(summed));
     return store;
