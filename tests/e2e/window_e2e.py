@@ -18,6 +18,8 @@ import json
 import os
 import shutil
 import signal
+import socket
+import stat
 import struct
 import subprocess
 import sys
@@ -200,6 +202,25 @@ def finished(pid):
     return state in ("Z", "X")
 
 
+def host_accepts():
+    """A host listens in the session's runtime folder (a process alone may be
+    one that found another host and is leaving)."""
+    folder = os.path.join(SCRATCH, "run", "tallywick")
+    for name in os.listdir(folder) if os.path.isdir(folder) else []:
+        path = os.path.join(folder, name)
+        if not stat.S_ISSOCK(os.lstat(path).st_mode):
+            continue
+        probe = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        try:
+            probe.connect(path)
+            return True
+        except OSError:
+            pass
+        finally:
+            probe.close()
+    return False
+
+
 def host_pids():
     own = os.path.realpath(os.path.join(BIN, "tallywick-host"))
     pids = []
@@ -257,8 +278,7 @@ def main():
         os.kill(pid, signal.SIGKILL)
     wait_for("the host to be gone", lambda: all(finished(pid) for pid in killed), 10)
     spawn([os.path.join(BIN, "tallywick-host")], env, os.path.join(SCRATCH, "host-again.log"))
-    wait_for("the host again", host_pids, 10)
-    time.sleep(0.5)
+    wait_for("the host to listen again", host_accepts, 10)
     type_into(env, element("text", "Amount"), "5")
     type_into(env, element("text", "Memo"), "after the restart")
     click(env, element("push button", "Add"))
