@@ -23,16 +23,18 @@ bool populateLedger(const std::string& path) {
         auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
         const Date now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
         for (int i = 0; i < accountCount; ++i)
-            if (!succeeded(store.createCredentialAccount("Agent " + std::to_string(i), "unused", now))) return false;
+            if (!succeeded(store.createCredentialAccount("Agent " + std::to_string(i), "unused", now)))
+                return false;
     }
     sqlite3* db = nullptr;
     if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) return false;
     bool ok = exec(db, "BEGIN");
     sqlite3_stmt* insert = nullptr;
-    sqlite3_prepare_v2(db,
-                       "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
-                       " VALUES (?1, ?2, 'none', ?3, ?4, 1750000000 + ?5, 1750000000 + ?5, ?6)",
-                       -1, &insert, nullptr);
+    sqlite3_prepare_v2(
+        db,
+        "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
+        " VALUES (?1, ?2, 'none', ?3, ?4, 1750000000 + ?5, 1750000000 + ?5, ?6)",
+        -1, &insert, nullptr);
     for (int i = 0; ok && i < entryCount; ++i) {
         const int account = 1 + i % accountCount;
         const std::string memo = "Answer " + std::to_string(i) + " / reviewed";
@@ -46,8 +48,36 @@ bool populateLedger(const std::string& path) {
         sqlite3_reset(insert);
     }
     sqlite3_finalize(insert);
-    ok = ok && exec(db, "UPDATE accounts SET next_sequence = 2 + (SELECT count(*) FROM entries e WHERE e.account_id = accounts.id)") &&
+    ok = ok &&
+         exec(db,
+              "UPDATE accounts SET next_sequence = 2 + (SELECT count(*) FROM entries e WHERE e.account_id = "
+              "accounts.id)") &&
          exec(db, "COMMIT");
+    sqlite3_close(db);
+    return ok;
+}
+
+bool appendCredits(const std::string& path, std::int64_t account, int count) {
+    sqlite3* db = nullptr;
+    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) return false;
+    bool ok = exec(db, "BEGIN");
+    sqlite3_stmt* insert = nullptr;
+    sqlite3_prepare_v2(
+        db,
+        "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
+        " VALUES (?1, 'credit', 'none', 1, 'bulk', 1750000000, 1750000000,"
+        " (SELECT next_sequence FROM accounts WHERE id = ?1) + ?2)",
+        -1, &insert, nullptr);
+    for (int i = 0; ok && i < count; ++i) {
+        sqlite3_bind_int64(insert, 1, account);
+        sqlite3_bind_int(insert, 2, i);
+        ok = sqlite3_step(insert) == SQLITE_DONE;
+        sqlite3_reset(insert);
+    }
+    sqlite3_finalize(insert);
+    const std::string advance = "UPDATE accounts SET next_sequence = next_sequence + " +
+                                std::to_string(count) + " WHERE id = " + std::to_string(account);
+    ok = ok && exec(db, advance.c_str()) && exec(db, "COMMIT");
     sqlite3_close(db);
     return ok;
 }

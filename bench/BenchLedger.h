@@ -1,4 +1,5 @@
 #pragma once
+#include <cstdint>
 #include <string>
 
 #include <sqlite3.h>
@@ -16,5 +17,9 @@ bool exec(sqlite3* db, const char* sql);
 // then the entries in one bulk transaction (one commit each would take
 // minutes and measures nothing here).
 bool populateLedger(const std::string& path);
+
+// Appends `count` credits of one point to an account of a closed database in
+// one transaction, its sequence numbers continued.
+bool appendCredits(const std::string& path, std::int64_t account, int count);
 
 }  // namespace tallywick::bench

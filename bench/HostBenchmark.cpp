@@ -106,28 +106,7 @@ std::pair<double, double> changeCostsSmallAndLarge(const std::filesystem::path& 
         for (int i = 0; i < 10; ++i)
             store.createEntry({.accountId = small, .kind = TransactionKind::credit, .amount = 1}, Date{});
     }
-    sqlite3* db = nullptr;
-    sqlite3_open(path.c_str(), &db);
-    exec(db, "BEGIN");
-    sqlite3_stmt* insert = nullptr;
-    sqlite3_prepare_v2(
-        db,
-        "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
-        " VALUES (?1, 'credit', 'none', 1, 'bulk', 1750000000, 1750000000, ?2)",
-        -1, &insert, nullptr);
-    const std::int64_t largeNumber = std::stoll(large.substr(1));
-    for (int i = 1; i <= largeCount; ++i) {
-        sqlite3_bind_int64(insert, 1, largeNumber);
-        sqlite3_bind_int64(insert, 2, i);
-        sqlite3_step(insert);
-        sqlite3_reset(insert);
-    }
-    sqlite3_finalize(insert);
-    exec(db, ("UPDATE accounts SET next_sequence = " + std::to_string(largeCount + 1) +
-              " WHERE id = " + std::to_string(largeNumber))
-                 .c_str());
-    exec(db, "COMMIT");
-    sqlite3_close(db);
+    if (!appendCredits(path, std::stoll(large.substr(1)), largeCount)) return {-1, -1};
 
     auto opened = LedgerStore::open(path);
     auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
