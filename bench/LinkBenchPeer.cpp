@@ -76,8 +76,9 @@ int main(int argc, char** argv) {
     const StopSignals stop;  // before any thread starts
     const std::string small =
         *TallywickCoding::encodeToString(ControlResponse::failure(std::string(80, 's')));
-    const std::string large =
-        *TallywickCoding::encodeToString(ControlResponse::failure(std::string(bench::kLargeBytes - 16, 'l')));
+    // Held once and sent without a copy, as the host sends its cached snapshot.
+    const auto large = std::make_shared<const std::string>(*TallywickCoding::encodeToString(
+        ControlResponse::failure(std::string(bench::kLargeBytes - 16, 'l'))));
 
     IoThread io;
     std::vector<std::shared_ptr<LinkConnection>> connections;
@@ -86,7 +87,10 @@ int main(int argc, char** argv) {
         c->start({.onCall = [&, weak](std::uint64_t id, const std::string& method, std::string request) {
             auto self = weak.lock();
             if (!self || method != "control") return false;
-            self->reply(id, request.find("bulk") != std::string::npos ? large : small);
+            if (request.find("bulk") != std::string::npos)
+                self->reply(id, std::vector{large});
+            else
+                self->reply(id, small);
             return true;
         }});
         connections.push_back(c);  // only the I/O thread touches this

@@ -22,14 +22,12 @@ bool isAscii(std::string_view text) {
     return true;
 }
 
-// The rules a frame's parts must meet, shared by reading and writing.
-std::optional<FrameViolation> check(FrameKind kind, std::uint64_t id, std::string_view name,
-                                    std::string_view payload) {
+// The rules a frame's head must meet, shared by reading and writing.
+std::optional<FrameViolation> checkHead(FrameKind kind, std::uint64_t id, std::string_view name) {
     const bool named = kind == FrameKind::hello || kind == FrameKind::call || kind == FrameKind::message;
     if (named == name.empty() || !isAscii(name)) return FrameViolation::badName;
     const bool hasId = kind == FrameKind::call || kind == FrameKind::reply || kind == FrameKind::failure;
     if (hasId == (id == 0)) return FrameViolation::badId;
-    if (!isValidUtf8(payload)) return FrameViolation::payloadNotUtf8;
     return std::nullopt;
 }
 
@@ -47,40 +45,46 @@ std::string_view describe(FrameViolation violation) {
     return "frame violation";
 }
 
+std::variant<std::monostate, FrameHead, FrameViolation> readFrameHead(std::string_view bytes) {
+    if (bytes.size() < 4) return std::monostate{};
+    const std::uint64_t length = readBigEndian(bytes, 0, 4);
+    if (length > kMaxFrameLength) return FrameViolation::tooLong;
+    if (length < kFrameHeaderSize - 4) return FrameViolation::tooShort;
+    if (bytes.size() < kFrameHeaderSize) return std::monostate{};
+    const auto kind = static_cast<unsigned char>(bytes[4]);
+    if (kind > static_cast<unsigned char>(FrameKind::failure)) return FrameViolation::unknownKind;
+    const std::uint64_t id = readBigEndian(bytes, 5, 8);
+    const std::size_t nameLength = static_cast<unsigned char>(bytes[13]);
+    if (nameLength > length - (kFrameHeaderSize - 4)) return FrameViolation::badName;
+    if (bytes.size() < kFrameHeaderSize + nameLength) return std::monostate{};
+    const std::string_view name = bytes.substr(kFrameHeaderSize, nameLength);
+    if (auto violation = checkHead(FrameKind{kind}, id, name)) return *violation;
+    return FrameHead{.kind = FrameKind{kind},
+                     .id = id,
+                     .name = std::string(name),
+                     .headLength = kFrameHeaderSize + nameLength,
+                     .payloadLength = 4 + length - kFrameHeaderSize - nameLength};
+}
+
 FrameScan scanFrames(std::string_view bytes) {
     FrameScan scan;
     std::size_t at = 0;
-    while (bytes.size() - at >= 4) {
-        const std::uint64_t length = readBigEndian(bytes, at, 4);
-        if (length > kMaxFrameLength) {
-            scan.violation = FrameViolation::tooLong;
+    while (true) {
+        auto read = readFrameHead(bytes.substr(at));
+        if (auto* violation = std::get_if<FrameViolation>(&read)) {
+            scan.violation = *violation;
             break;
         }
-        if (length < kFrameHeaderSize - 4) {
-            scan.violation = FrameViolation::tooShort;
+        auto* head = std::get_if<FrameHead>(&read);
+        if (!head || bytes.size() - at - head->headLength < head->payloadLength)
+            break;  // the rest arrives later
+        const std::string_view payload = bytes.substr(at + head->headLength, head->payloadLength);
+        if (!isValidUtf8(payload)) {
+            scan.violation = FrameViolation::payloadNotUtf8;
             break;
         }
-        if (bytes.size() - at - 4 < length) break;  // the rest arrives later
-        const std::string_view body = bytes.substr(at + 4, length);
-        const auto kind = static_cast<unsigned char>(body[0]);
-        if (kind > static_cast<unsigned char>(FrameKind::failure)) {
-            scan.violation = FrameViolation::unknownKind;
-            break;
-        }
-        const std::uint64_t id = readBigEndian(body, 1, 8);
-        const std::size_t nameLength = static_cast<unsigned char>(body[9]);
-        if (nameLength > body.size() - 10) {
-            scan.violation = FrameViolation::badName;
-            break;
-        }
-        const std::string_view name = body.substr(10, nameLength);
-        const std::string_view payload = body.substr(10 + nameLength);
-        if (auto violation = check(FrameKind{kind}, id, name, payload)) {
-            scan.violation = violation;
-            break;
-        }
-        scan.frames.push_back(Frame{FrameKind{kind}, id, std::string(name), std::string(payload)});
-        at += 4 + length;
+        at += head->headLength + head->payloadLength;
+        scan.frames.push_back(Frame{head->kind, head->id, std::move(head->name), std::string(payload)});
     }
     scan.consumed = at;
     return scan;
@@ -88,9 +92,16 @@ FrameScan scanFrames(std::string_view bytes) {
 
 std::optional<std::string> encodeFrameHead(FrameKind kind, std::uint64_t id, std::string_view name,
                                            std::string_view payload) {
-    const std::size_t length = kFrameHeaderSize - 4 + name.size() + payload.size();
-    if (name.size() > 255 || length > kMaxFrameLength) return std::nullopt;
-    if (check(kind, id, name, payload)) return std::nullopt;
+    if (!isValidUtf8(payload)) return std::nullopt;
+    return encodeFrameHead(kind, id, name, payload.size());
+}
+
+std::optional<std::string> encodeFrameHead(FrameKind kind, std::uint64_t id, std::string_view name,
+                                           std::size_t payloadLength) {
+    if (name.size() > 255 || payloadLength > kMaxFrameLength) return std::nullopt;
+    const std::size_t length = kFrameHeaderSize - 4 + name.size() + payloadLength;
+    if (length > kMaxFrameLength) return std::nullopt;
+    if (checkHead(kind, id, name)) return std::nullopt;
     std::string head;
     head.reserve(kFrameHeaderSize + name.size());
     appendBigEndian(head, length, 4);
@@ -105,11 +116,6 @@ std::optional<std::string> encodeFrame(const Frame& frame) {
     auto head = encodeFrameHead(frame.kind, frame.id, frame.name, frame.payload);
     if (!head) return std::nullopt;
     return *head + frame.payload;
-}
-
-std::optional<std::uint32_t> announcedLength(std::string_view bytes) {
-    if (bytes.size() < 4) return std::nullopt;
-    return static_cast<std::uint32_t>(readBigEndian(bytes, 0, 4));
 }
 
 }  // namespace tallywick

@@ -12,11 +12,26 @@
 #include <filesystem>
 
 #include <tallywick/FrameCodec.h>
+#include <tallywick/JsonWriter.h>
 #include <tallywick/PeerCheck.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/SocketAddress.h>
 
 namespace tallywick {
+
+namespace {
+
+// Small frames are gathered in a buffer of this size; a frame that does not
+// fit is read straight into its own payload.
+constexpr std::size_t kReadChunk = 64 * 1024;
+// A large payload is made ready a step at a time ahead of what arrives, so
+// memory grows with the bytes received, never with the length announced.
+constexpr std::size_t kPayloadStep = 4u << 20;
+// Room in the kernel for a large reply to move in few rounds (the system's
+// maximum applies when it is lower).
+constexpr int kSocketBufferBytes = 4 << 20;
+
+}  // namespace
 
 std::shared_ptr<LinkConnection> LinkConnection::connect(asio::io_context& context, std::string endpointPath,
                                                         std::string requirementText) {
@@ -90,6 +105,9 @@ void LinkConnection::beginConnect() {
 
 void LinkConnection::beginSession() {
     connected_ = true;
+    std::error_code ignored;
+    socket_.set_option(asio::socket_base::send_buffer_size(kSocketBufferBytes), ignored);
+    socket_.set_option(asio::socket_base::receive_buffer_size(kSocketBufferBytes), ignored);
     writeNext();
     readMore();
 }
@@ -122,6 +140,17 @@ void LinkConnection::reply(std::uint64_t id, std::string payload) {
     });
 }
 
+void LinkConnection::reply(std::uint64_t id, std::vector<SharedText> parts) {
+    asio::dispatch(strand_, [self = shared_from_this(), id, parts = std::move(parts)]() mutable {
+        if (self->ended_) return;
+        std::size_t length = 0;
+        for (const auto& part : parts) length += part->size();
+        auto head = encodeFrameHead(FrameKind::reply, id, std::string_view(), length);
+        if (!head) return self->enqueue(FrameKind::failure, id, {}, "reply cannot be framed");
+        if (self->push({std::move(*head), {}, std::move(parts)})) self->writeNext();
+    });
+}
+
 void LinkConnection::fail(std::uint64_t id, std::string reason) {
     asio::dispatch(strand_, [self = shared_from_this(), id, reason = std::move(reason)]() mutable {
         self->enqueue(FrameKind::failure, id, {}, std::move(reason));
@@ -150,12 +179,17 @@ void LinkConnection::enqueue(FrameKind kind, std::uint64_t id, std::string name,
     if (push({std::move(*head), std::move(payload)})) writeNext();
 }
 
+std::size_t LinkConnection::Outgoing::size() const {
+    std::size_t total = head.size() + payload.size();
+    for (const auto& part : parts) total += part->size();
+    return total;
+}
+
 bool LinkConnection::push(Outgoing frame) {
-    const std::size_t size = frame.head.size() + frame.payload.size();
+    const std::size_t size = frame.size();
     // The frame being written is on its way; what waits behind it is the
     // backlog. One frame alone may be large (a snapshot), a pile may not.
-    const std::size_t inFlight =
-        writing_ && !writes_.empty() ? writes_.front().head.size() + writes_.front().payload.size() : 0;
+    const std::size_t inFlight = writing_ && !writes_.empty() ? writes_.front().size() : 0;
     const std::size_t backlog = queuedBytes_ - inFlight;
     if (backlog > 0 && backlog + size > kMaxBacklog) {
         end(LinkFailure::Kind::invalidated, "the peer does not read: over 64 MiB waited to be sent");
@@ -169,8 +203,11 @@ bool LinkConnection::push(Outgoing frame) {
 void LinkConnection::writeNext() {
     if (writing_ || writes_.empty() || !connected_ || ended_) return;
     writing_ = true;
+    const Outgoing& frame = writes_.front();
+    std::vector<asio::const_buffer> buffers{asio::buffer(frame.head), asio::buffer(frame.payload)};
+    for (const auto& part : frame.parts) buffers.push_back(asio::buffer(*part));
     asio::async_write(
-        socket_, std::array{asio::buffer(writes_.front().head), asio::buffer(writes_.front().payload)},
+        socket_, buffers,
         asio::bind_executor(strand_, [self = shared_from_this()](const std::error_code& error, std::size_t) {
             self->writing_ = false;
             if (self->ended_) return;
@@ -179,7 +216,7 @@ void LinkConnection::writeNext() {
                     self->helloReceived_ ? LinkFailure::Kind::interrupted : LinkFailure::Kind::invalidated,
                     "write failed: " + error.message());
             }
-            self->queuedBytes_ -= self->writes_.front().head.size() + self->writes_.front().payload.size();
+            self->queuedBytes_ -= self->writes_.front().size();
             self->writes_.pop_front();
             if (self->finishing_ && self->writes_.empty())
                 return self->end(LinkFailure::Kind::invalidated, "closed");
@@ -188,22 +225,9 @@ void LinkConnection::writeNext() {
 }
 
 void LinkConnection::readMore() {
-    // Room for at least one ordinary read, or for the rest of a frame whose
-    // length is already known (oversize is refused before it gets this far).
-    std::size_t wanted = filled_ + 64 * 1024;
-    if (auto length = announcedLength({readBuffer_.get(), filled_}); length && *length <= kMaxFrameLength) {
-        wanted = std::max<std::size_t>(wanted, 4 + std::size_t{*length});
-    }
-    if (wanted > readCapacity_) {
-        auto bigger = std::make_unique_for_overwrite<char[]>(wanted);
-        if (filled_ > 0) std::memcpy(bigger.get(), readBuffer_.get(), filled_);
-        readBuffer_ = std::move(bigger);
-        readCapacity_ = wanted;
-    }
-    socket_.async_read_some(
-        asio::buffer(readBuffer_.get() + filled_, readCapacity_ - filled_),
-        asio::bind_executor(
-            strand_, [self = shared_from_this()](const std::error_code& error, std::size_t count) {
+    const auto then = [self = shared_from_this()](auto handle) {
+        return asio::bind_executor(
+            self->strand_, [self, handle](const std::error_code& error, std::size_t count) {
                 if (self->ended_) return;
                 if (error) {
                     // Before the greeting, a closed socket means the peer refused us.
@@ -212,8 +236,19 @@ void LinkConnection::readMore() {
                                      self->helloReceived_ ? "the peer went away: " + error.message()
                                                           : "the peer closed before greeting");
                 }
-                self->handleBytes(count);
-            }));
+                ((*self).*handle)(count);
+            });
+    };
+    if (largeHead_) {
+        if (largeFilled_ == largePayload_.size() && largeFilled_ < largeHead_->payloadLength)
+            largePayload_.resize(std::min(largeHead_->payloadLength, largeFilled_ + kPayloadStep));
+        return socket_.async_read_some(
+            asio::buffer(largePayload_.data() + largeFilled_, largePayload_.size() - largeFilled_),
+            then(&LinkConnection::handleLargeBytes));
+    }
+    if (!readBuffer_) readBuffer_ = std::make_unique_for_overwrite<char[]>(kReadChunk);
+    socket_.async_read_some(asio::buffer(readBuffer_.get() + filled_, kReadChunk - filled_),
+                            then(&LinkConnection::handleBytes));
 }
 
 void LinkConnection::handleBytes(std::size_t count) {
@@ -226,15 +261,43 @@ void LinkConnection::handleBytes(std::size_t count) {
     if (scan.violation) return end(LinkFailure::Kind::invalidated, std::string(describe(*scan.violation)));
     filled_ -= scan.consumed;
     if (filled_ > 0) std::memmove(readBuffer_.get(), readBuffer_.get() + scan.consumed, filled_);
-    // A buffer grown for a huge frame is given back once it is done with;
-    // up to 32 MiB it is kept, as refaulting its pages for every large reply
-    // would cost more than the reply itself.
-    if (readCapacity_ > 32 * 1024 * 1024 && filled_ < 64 * 1024) {
-        auto smaller = std::make_unique_for_overwrite<char[]>(64 * 1024);
-        if (filled_ > 0) std::memcpy(smaller.get(), readBuffer_.get(), filled_);
-        readBuffer_ = std::move(smaller);
-        readCapacity_ = 64 * 1024;
+    // What remains is the start of one frame; when it cannot fit here, the
+    // rest goes straight into its payload (the head fits: it is short).
+    auto next = readFrameHead({readBuffer_.get(), filled_});
+    if (auto* head = std::get_if<FrameHead>(&next);
+        head && head->headLength + head->payloadLength > kReadChunk) {
+        largePayload_ = std::string();
+        largePayload_.reserve(head->payloadLength);
+        largePayload_.assign(readBuffer_.get() + head->headLength, filled_ - head->headLength);
+        largeFilled_ = largePayload_.size();
+        largeChecked_ = 0;
+        largeHead_ = std::move(*head);
+        filled_ = 0;
     }
+    readMore();
+}
+
+void LinkConnection::handleLargeBytes(std::size_t count) {
+    largeFilled_ += count;
+    // Checked as it arrives, while the sender is still sending and the bytes
+    // are still in the cache, up to the last character begun so far.
+    std::size_t upTo = largeFilled_;
+    if (largeFilled_ < largeHead_->payloadLength) {
+        // A character has at most three continuation bytes; more are caught below.
+        for (int step = 0; step < 4 && upTo > largeChecked_; ++step) {
+            const bool continuation = (static_cast<unsigned char>(largePayload_[--upTo]) & 0xc0) == 0x80;
+            if (!continuation) break;  // the character begun here may be incomplete
+        }
+    }
+    if (!isValidUtf8(std::string_view(largePayload_).substr(largeChecked_, upTo - largeChecked_)))
+        return end(LinkFailure::Kind::invalidated, std::string(describe(FrameViolation::payloadNotUtf8)));
+    largeChecked_ = upTo;
+    if (largeFilled_ < largeHead_->payloadLength) return readMore();
+    FrameHead head = std::move(*largeHead_);
+    largeHead_.reset();
+    std::string payload = std::exchange(largePayload_, std::string());
+    largeFilled_ = largeChecked_ = 0;
+    if (!handleFrame(Frame{head.kind, head.id, std::move(head.name), std::move(payload)}) || ended_) return;
     readMore();
 }
 

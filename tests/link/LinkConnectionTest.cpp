@@ -31,14 +31,22 @@ struct EchoServer {
         auto result = LinkListener::listen(
             io.context(), path, std::move(requirement), [this](std::shared_ptr<LinkConnection> connection) {
                 std::weak_ptr<LinkConnection> weak = connection;
-                connection->start(
-                    {.onCall = [weak](std::uint64_t id, const std::string& method, std::string payload) {
-                        auto self = weak.lock();
-                        if (!self || method != "echo") return false;
-                        if (payload == "push") self->send("note", "pushed");
-                        self->reply(id, payload);
-                        return true;
-                    }});
+                connection->start({.onCall = [weak](std::uint64_t id, const std::string& method,
+                                                    std::string payload) {
+                    auto self = weak.lock();
+                    if (!self || method != "echo") return false;
+                    if (payload == "push") self->send("note", "pushed");
+                    if (payload.starts_with("parts:")) {
+                        // Answered from three held parts, as a cached answer is.
+                        const std::size_t third = payload.size() / 3;
+                        std::vector<LinkConnection::SharedText> parts;
+                        for (std::size_t at = 0; at < payload.size(); at += third)
+                            parts.push_back(std::make_shared<const std::string>(payload.substr(at, third)));
+                        return self->reply(id, std::move(parts)), true;
+                    }
+                    self->reply(id, payload);
+                    return true;
+                }});
                 std::lock_guard lock(mutex);
                 connections.push_back(connection);
             });
@@ -163,6 +171,9 @@ TEST(LinkConnectionTest, CallsGetTheirRepliesInOrderAndMessagesFlow) {
     EXPECT_EQ(await(unknown), "error remoteFailure");
     auto big = callFuture(*client, "echo", std::string(3 << 20, 'b'));
     EXPECT_EQ(await(big).size(), 6u + (3 << 20));
+    std::string held = "parts:";
+    while (held.size() < (5 << 20)) held += "Grüße 日本語 😀 ";
+    EXPECT_EQ(await(callFuture(*client, "echo", held)), "reply " + held);
     client->close();
     EXPECT_EQ(await(recorder.ended.get_future()), "invalidated");
 }
@@ -282,6 +293,36 @@ TEST(LinkConnectionTest, SplitAndCoalescedFramesFromARawPeer) {
     ::close(session.peer);
     session.peer = -1;
     EXPECT_EQ(await(session.recorder.ended.get_future()), "interrupted");
+}
+
+// Frames larger than the read buffer go straight into their payload and are
+// checked as they arrive; pieces that split characters must not matter.
+TEST(LinkConnectionTest, LargeFramesFromARawPeerArriveWholeAndChecked) {
+    std::string text;
+    while (text.size() < 300'000) text += "é日本😀 abc ";
+    std::string brokenInside = text;
+    brokenInside[200'001] = '\xff';
+    const std::string cutAtTheEnd = text + "\xe6\x97";  // the first two bytes of a three-byte character
+    const std::pair<std::string, std::string> cases[] = {
+        {text, "reply " + text},
+        {brokenInside, "error invalidated"},
+        {cutAtTheEnd, "error invalidated"},
+    };
+    for (const auto& [payload, expected] : cases) {
+        RawPeerSession session;
+        auto pending = callFuture(*session.client, "echo", "x");
+        ASSERT_TRUE(session.accept());
+        const std::string bytes = helloBytes() + *encodeFrame(Frame{FrameKind::message, 0, "m", "before"}) +
+                                  encodeFrameHead(FrameKind::reply, 1, "", payload.size()).value() + payload;
+        // Odd piece sizes, so pieces end inside characters.
+        for (std::size_t at = 0; at < bytes.size(); at += 7919) {
+            const auto piece = std::min<std::size_t>(7919, bytes.size() - at);
+            if (::send(session.peer, bytes.data() + at, piece, MSG_NOSIGNAL) != static_cast<ssize_t>(piece))
+                break;
+        }
+        EXPECT_EQ(await(pending), expected) << expected.substr(0, 20);
+        EXPECT_EQ(session.recorder.snapshot().front(), "message m before");
+    }
 }
 
 TEST(LinkConnectionTest, PeerOfAnotherUserIsRefusedUnread) {

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 #include <tallywick/Frame.h>
@@ -33,6 +34,18 @@ struct FrameScan {
 // Pure: the same bytes always give the same scan.
 FrameScan scanFrames(std::string_view bytes);
 
+// The first frame's head, checked, and where its payload lies; nothing while
+// the head is incomplete. The payload itself is not looked at: a reader that
+// takes a large payload straight into its own buffer checks it there, once.
+struct FrameHead {
+    FrameKind kind = FrameKind::message;
+    std::uint64_t id = 0;
+    std::string name;
+    std::size_t headLength = 0;  // length field, kind, id, name length and name
+    std::size_t payloadLength = 0;
+};
+std::variant<std::monostate, FrameHead, FrameViolation> readFrameHead(std::string_view bytes);
+
 // The wire form of one frame, or none when it could not be read back
 // (too long, name not ASCII or over 255 bytes, payload not UTF-8, bad id).
 std::optional<std::string> encodeFrame(const Frame& frame);
@@ -41,9 +54,9 @@ std::optional<std::string> encodeFrame(const Frame& frame);
 // the payload then follows as it is, so a large one is never copied.
 std::optional<std::string> encodeFrameHead(FrameKind kind, std::uint64_t id, std::string_view name,
                                            std::string_view payload);
-
-// The length a buffer's first frame announces (what follows its length
-// field), or none while fewer than four bytes are there.
-std::optional<std::uint32_t> announcedLength(std::string_view bytes);
+// The same for a payload already known to be UTF-8 (our writer's output),
+// which is then not read a second time.
+std::optional<std::string> encodeFrameHead(FrameKind kind, std::uint64_t id, std::string_view name,
+                                           std::size_t payloadLength);
 
 }  // namespace tallywick

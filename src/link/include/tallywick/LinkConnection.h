@@ -15,8 +15,10 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <tallywick/Frame.h>
+#include <tallywick/FrameCodec.h>
 
 namespace tallywick {
 
@@ -77,6 +79,11 @@ public:
     void call(std::string method, std::string payload, ReplyHandler onReply, ErrorHandler onError);
     void send(std::string method, std::string payload);
     void reply(std::uint64_t id, std::string payload);
+    // A reply made of parts held elsewhere (a cached answer): written as one
+    // gather, never copied or read again, so every part must be UTF-8 our
+    // own writer made.
+    using SharedText = std::shared_ptr<const std::string>;
+    void reply(std::uint64_t id, std::vector<SharedText> parts);
     void fail(std::uint64_t id, std::string reason);
     void close();
     // Closes once the frames already queued are written, so that answers
@@ -100,6 +107,8 @@ private:
     struct Outgoing {
         std::string head;
         std::string payload;
+        std::vector<SharedText> parts;  // after the payload
+        std::size_t size() const;
     };
     void enqueue(FrameKind kind, std::uint64_t id, std::string name, std::string payload);
     // Queues a framed write unless the backlog bound is passed; false then, and the connection has ended.
@@ -107,6 +116,7 @@ private:
     void writeNext();
     void readMore();
     void handleBytes(std::size_t count);
+    void handleLargeBytes(std::size_t count);
     bool handleFrame(Frame frame);
     void end(LinkFailure::Kind kind, const std::string& reason);
 
@@ -125,11 +135,14 @@ private:
     std::chrono::milliseconds helloDeadline_;
     std::optional<asio::steady_timer> helloTimer_;
     std::atomic<bool> greeted_{false};
-    // Received bytes not yet taken as frames; grown to hold a whole frame
-    // once its length is known, so a large one arrives in a few big reads.
+    // Received bytes not yet taken as frames.
     std::unique_ptr<char[]> readBuffer_;
-    std::size_t readCapacity_ = 0;
     std::size_t filled_ = 0;
+    // A frame too large for that buffer is read straight into its payload.
+    std::optional<FrameHead> largeHead_;
+    std::string largePayload_;
+    std::size_t largeFilled_ = 0;
+    std::size_t largeChecked_ = 0;  // bytes known to be UTF-8
     bool connected_ = false;
     bool helloReceived_ = false;
     bool ended_ = false;
