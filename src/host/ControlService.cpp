@@ -22,8 +22,7 @@ ControlService::Result answer(const Outcome<T>& outcome) {
 
 }  // namespace
 
-ControlService::ControlService(LedgerStore& store, SnapshotSource snapshot)
-    : store_(store), snapshot_(std::move(snapshot)) {}
+ControlService::ControlService(LedgerStore& store) : store_(store) {}
 
 ControlService::Result ControlService::handle(std::string_view requestText, Date now) {
     auto request = TallywickCoding::decode<ControlRequest>(requestText);
@@ -37,7 +36,7 @@ ControlService::Result ControlService::execute(const ControlRequest& request, Da
         [&](const auto& c) -> Result {
             using Case = std::decay_t<decltype(c)>;
             if constexpr (std::is_same_v<Case, R::Snapshot>) {
-                return {.reply = snapshot_()};
+                return {.snapshotWanted = true};
             } else if constexpr (std::is_same_v<Case, R::CreateEntry>) {
                 const auto outcome = store_.createEntry(c.entry, now);
                 auto result = answer(outcome);

@@ -1,5 +1,4 @@
 #pragma once
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,14 +15,13 @@ class LedgerStore;
 // one thread only.
 class ControlService {
 public:
-    // Gives the encoded snapshot answer: the host assembles it from parts it
-    // keeps encoded, which is far cheaper than encoding a Snapshot value.
-    using SnapshotSource = std::function<std::string()>;
-
-    ControlService(LedgerStore& store, SnapshotSource snapshot);
+    explicit ControlService(LedgerStore& store);
 
     struct Result {
         std::string reply;
+        // The request was for the snapshot, which the host answers itself
+        // from the parts it keeps encoded; `reply` is then empty.
+        bool snapshotWanted = false;
         bool dataChanged = false;                 // a change was committed
         std::vector<std::string> changedLedgers;  // accounts whose entries changed
         std::optional<LedgerEntry> writtenEntry;  // as stored, after a create or update
@@ -37,7 +35,6 @@ public:
 
 private:
     LedgerStore& store_;
-    SnapshotSource snapshot_;
 };
 
 }  // namespace tallywick

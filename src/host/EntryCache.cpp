@@ -1,7 +1,7 @@
 #include "EntryCache.h"
 
+#include <algorithm>
 #include <charconv>
-#include <limits>
 
 #include <tallywick/TallywickCoding.h>
 
@@ -20,17 +20,15 @@ std::int64_t entryNumber(const std::string& id) {
 
 }  // namespace
 
-EntryCache::EntryCache(const LedgerStore& store) : store_(store) {}
+EntryCache::EntryCache(const LedgerStore& store, std::int64_t chunkSize)
+    : store_(store), chunkSize_(std::max<std::int64_t>(chunkSize, 1)) {}
 
 Outcome<std::monostate> EntryCache::reloadAll() {
-    encoded_.clear();
-    ledgers_.clear();
-    bytes_ = 0;
-    const auto accounts = store_.accounts(LedgerStore::Balances::omitted);
-    if (auto* failure = std::get_if<Failure>(&accounts)) return *failure;
-    for (const auto& account : std::get<std::vector<Account>>(accounts)) {
-        if (auto loaded = reloadAccount(account.id); !succeeded(loaded)) return loaded;
-    }
+    auto entries = store_.entries();
+    if (auto* failure = std::get_if<Failure>(&entries)) return *failure;
+    chunks_.clear();
+    count_ = bytes_ = 0;
+    putOldestFirst(std::get<std::vector<LedgerEntry>>(entries));
     return std::monostate{};
 }
 
@@ -38,37 +36,51 @@ Outcome<std::monostate> EntryCache::reloadAccount(const std::string& accountId) 
     // Read first: what cannot be read leaves what is held as it was.
     auto entries = store_.accountEntries(accountId);
     if (auto* failure = std::get_if<Failure>(&entries)) return *failure;
-    auto& list = std::get<std::vector<LedgerEntry>>(entries);
-    const auto account = list.empty() ? store_.account(accountId) : Outcome<std::optional<Account>>();
-    if (auto* failure = std::get_if<Failure>(&account)) return *failure;
-    forget(accountId);
-    if (list.empty() && !std::get<std::optional<Account>>(account)) return std::monostate{};  // deleted
-    ledgers_[accountId];
-    for (const auto& entry : list) put(entry);
+    // Whole accounts change rarely (one is made or deleted): a walk is fine.
+    for (auto chunk = chunks_.begin(); chunk != chunks_.end();) {
+        auto& held = chunk->second.entries;
+        const auto kept = std::remove_if(held.begin(), held.end(), [&](const Encoded& e) {
+            if (e.accountId != accountId) return false;
+            --count_;
+            bytes_ -= e.json.size();
+            return true;
+        });
+        if (kept != held.end()) {
+            held.erase(kept, held.end());
+            chunk->second.joined.reset();
+        }
+        chunk = held.empty() ? chunks_.erase(chunk) : std::next(chunk);
+    }
+    putOldestFirst(std::get<std::vector<LedgerEntry>>(entries));
     return std::monostate{};
 }
 
-void EntryCache::forget(const std::string& accountId) {
-    const auto found = ledgers_.find(accountId);
-    if (found == ledgers_.end()) return;
-    for (const auto number : found->second.entries) {
-        if (auto entry = encoded_.find(number); entry != encoded_.end()) {
-            bytes_ -= entry->second.json.size();
-            encoded_.erase(entry);
-        }
-    }
-    ledgers_.erase(found);
+// The store lists newest first; oldest first, each entry lands at its chunk's end.
+void EntryCache::putOldestFirst(const std::vector<LedgerEntry>& newestFirst) {
+    for (auto entry = newestFirst.rbegin(); entry != newestFirst.rend(); ++entry) put(*entry);
 }
 
 void EntryCache::put(const LedgerEntry& entry) {
     auto text = TallywickCoding::encodeToString(entry);
     if (!text) return;  // cannot happen for stored text, which is UTF-8 by construction
-    const auto number = entryNumber(entry.id);
-    erase(number);
-    Ledger& ledger = ledgers_[entry.accountId];
-    ledger.entries.insert(number);
-    bytes_ += text->size();
-    encoded_[number] = {entry.accountId, std::move(*text)};
+    insert({entryNumber(entry.id), entry.accountId, std::move(*text)});
+}
+
+void EntryCache::insert(Encoded encoded) {
+    Chunk& chunk = chunks_[encoded.number / chunkSize_];
+    chunk.joined.reset();
+    auto& held = chunk.entries;
+    // New entries have the highest numbers, so this is nearly always the end.
+    const auto at = std::lower_bound(held.begin(), held.end(), encoded.number,
+                                     [](const Encoded& e, std::int64_t n) { return e.number < n; });
+    bytes_ += encoded.json.size();
+    if (at != held.end() && at->number == encoded.number) {
+        bytes_ -= at->json.size();
+        *at = std::move(encoded);
+    } else {
+        ++count_;
+        held.insert(at, std::move(encoded));
+    }
 }
 
 void EntryCache::remove(const std::string& entryId) {
@@ -76,26 +88,43 @@ void EntryCache::remove(const std::string& entryId) {
 }
 
 void EntryCache::erase(std::int64_t number) {
-    const auto found = encoded_.find(number);
-    if (found == encoded_.end()) return;
-    if (auto ledger = ledgers_.find(found->second.accountId); ledger != ledgers_.end())
-        ledger->second.entries.erase(number);
-    bytes_ -= found->second.json.size();
-    encoded_.erase(found);
+    const auto chunk = chunks_.find(number / chunkSize_);
+    if (chunk == chunks_.end()) return;
+    auto& held = chunk->second.entries;
+    const auto at = std::lower_bound(held.begin(), held.end(), number,
+                                     [](const Encoded& e, std::int64_t n) { return e.number < n; });
+    if (at == held.end() || at->number != number) return;
+    --count_;
+    bytes_ -= at->json.size();
+    held.erase(at);
+    chunk->second.joined.reset();
+    if (held.empty()) chunks_.erase(chunk);
 }
 
 std::int64_t EntryCache::balance(const std::string& accountId) const {
     return store_.balance(accountId);
 }
 
-void EntryCache::appendEntries(std::string& out) const {
-    out.reserve(out.size() + bytes_ + encoded_.size());
-    bool first = true;
-    for (const auto& [number, entry] : encoded_) {
-        if (!first) out += ',';
-        first = false;
-        out += entry.json;
+std::vector<EntryCache::Text> EntryCache::parts() const {
+    static const Text comma = std::make_shared<const std::string>(",");
+    std::vector<Text> out;
+    out.reserve(chunks_.size() * 2);
+    for (const auto& [index, chunk] : chunks_) {
+        if (!chunk.joined) {
+            std::size_t size = chunk.entries.size();
+            for (const auto& entry : chunk.entries) size += entry.json.size();
+            std::string joined;
+            joined.reserve(size);
+            for (auto entry = chunk.entries.rbegin(); entry != chunk.entries.rend(); ++entry) {
+                if (!joined.empty()) joined += ',';
+                joined += entry->json;
+            }
+            chunk.joined = std::make_shared<const std::string>(std::move(joined));
+        }
+        if (!out.empty()) out.push_back(comma);
+        out.push_back(chunk.joined);
     }
+    return out;
 }
 
 }  // namespace tallywick

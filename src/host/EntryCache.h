@@ -1,27 +1,29 @@
 #pragma once
 #include <cstdint>
-#include <functional>
 #include <map>
-#include <set>
+#include <memory>
 #include <string>
-#include <unordered_map>
 #include <variant>
 #include <vector>
+
+#include <tallywick/LedgerEntry.h>
 
 #include "Outcome.h"
 
 namespace tallywick {
 
 class LedgerStore;
-struct LedgerEntry;
 
-// Every ledger entry already encoded, newest first. A snapshot then costs a copy of bytes instead of
-// reading and encoding the whole ledger again; after a change only the
-// changed account's ledger is read and encoded anew. Host thread only.
+// Every ledger entry already encoded, newest first, kept in chunks by entry
+// number. A snapshot then sends the chunks' joined texts as they are; a
+// change re-joins only the chunk it touched. Host thread only.
 class EntryCache {
 public:
-    // Holds nothing until reloadAll().
-    explicit EntryCache(const LedgerStore& store);
+    using Text = std::shared_ptr<const std::string>;
+
+    // Holds nothing until reloadAll(). Entries whose numbers share a
+    // multiple of chunkSize share a chunk.
+    explicit EntryCache(const LedgerStore& store, std::int64_t chunkSize = 2048);
 
     // A Failure when the ledger could not be read.
     Outcome<std::monostate> reloadAll();
@@ -35,26 +37,30 @@ public:
     // The account's balance as the store keeps it (the one rule), held to the
     // 64-bit range; 0 for an unknown account.
     std::int64_t balance(const std::string& accountId) const;
-    // Appends the members of the entries array, newest first, comma separated.
-    void appendEntries(std::string& out) const;
-    std::size_t size() const { return encoded_.size(); }
+    // The members of the entries array, newest first, commas included: the
+    // texts to send between the array's brackets.
+    std::vector<Text> parts() const;
+    std::size_t size() const { return count_; }
     std::size_t bytes() const { return bytes_; }
 
 private:
-    void forget(const std::string& accountId);
-    void erase(std::int64_t number);
-
-    const LedgerStore& store_;
     struct Encoded {
+        std::int64_t number;
         std::string accountId;
         std::string json;
     };
-    // Entry number (the identifier's digits) to its encoded form; descending is newest first.
-    std::map<std::int64_t, Encoded, std::greater<>> encoded_;
-    struct Ledger {
-        std::set<std::int64_t> entries;
+    struct Chunk {
+        std::vector<Encoded> entries;  // ascending by number
+        mutable Text joined;           // newest first; none until asked for after a change
     };
-    std::unordered_map<std::string, Ledger> ledgers_;
+    void putOldestFirst(const std::vector<LedgerEntry>& newestFirst);
+    void insert(Encoded encoded);
+    void erase(std::int64_t number);
+
+    const LedgerStore& store_;
+    std::int64_t chunkSize_;
+    std::map<std::int64_t, Chunk, std::greater<>> chunks_;  // newest first
+    std::size_t count_ = 0;
     std::size_t bytes_ = 0;
 };
 

@@ -105,7 +105,7 @@ HostServer::HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::str
       store_(std::move(store)),
       entries_(*store_),
       log_(store_->runNumber()),
-      control_(*store_, [this] { return snapshotText(); }),
+      control_(*store_),
       agents_(*store_, hasher_),
       strand_(asio::make_strand(context_)),
       work_(asio::make_work_guard(context_)) {}
@@ -148,6 +148,7 @@ HostServer::~HostServer() {
 }
 
 void HostServer::loadLedger() {
+    stateChanged();
     if (auto loaded = entries_.reloadAll(); !succeeded(loaded)) {
         std::fprintf(stderr, "tallywick-host: %s could not be read: %s\n", databasePath_.c_str(),
                      std::get<Failure>(loaded).reason.c_str());
@@ -242,7 +243,11 @@ void HostServer::handleCall(std::uint64_t peerKey, std::uint64_t callId, const s
 void HostServer::handleControl(Peer& peer, std::uint64_t callId, const std::string& payload) {
     peer.control = true;
     auto result = control_.handle(payload, now());
-    peer.link->reply(callId, std::move(result.reply));
+    if (result.snapshotWanted)
+        peer.link->reply(callId, snapshotParts());
+    else
+        peer.link->reply(callId, std::move(result.reply));
+    if (result.writtenEntry || result.removedEntry) stateChanged();
     if (result.writtenEntry)
         entries_.put(*result.writtenEntry);
     else if (result.removedEntry)
@@ -385,6 +390,7 @@ void HostServer::log(const AgentSession& session, Direction direction, std::opti
 }
 
 void HostServer::broadcast(const ControlEvent& event) {
+    stateChanged();  // every change the desk hears of changes the snapshot
     auto text = TallywickCoding::encodeToString(event);
     if (!text) return;
     for (auto& [key, peer] : peers_)
@@ -396,17 +402,23 @@ void HostServer::ledgersChanged(const std::vector<std::string>& accountIds) {
 }
 
 void HostServer::reloadLedger(const std::string& accountId) {
+    stateChanged();
     // The change is committed; only the copy we serve from is behind, and says so.
     if (auto loaded = entries_.reloadAccount(accountId); !succeeded(loaded))
         std::fprintf(stderr, "tallywick-host: the ledger of %s could not be read again: %s\n",
                      accountId.c_str(), std::get<Failure>(loaded).reason.c_str());
 }
 
-std::string HostServer::snapshotText() const {
+std::vector<EntryCache::Text> HostServer::snapshotParts() {
+    if (!snapshot_.empty()) return snapshot_;
+    const auto failed = [](const std::string& reason) {
+        return std::vector{std::make_shared<const std::string>(
+            *TallywickCoding::encodeToString(ControlResponse::failure(reason)))};
+    };
     auto accounts = store_->accounts(LedgerStore::Balances::omitted);
     auto settings = store_->settings();
     for (const Failure* failure : {std::get_if<Failure>(&accounts), std::get_if<Failure>(&settings)}) {
-        if (failure) return *TallywickCoding::encodeToString(ControlResponse::failure(failure->reason));
+        if (failure) return failed(failure->reason);
     }
     Snapshot state{
         .accounts = std::move(std::get<std::vector<Account>>(accounts)),
@@ -424,22 +436,20 @@ std::string HostServer::snapshotText() const {
         account.balance = entries_.balance(account.id);
         account.isConnected = bound.contains(account.id);
     }
-    auto text = TallywickCoding::encodeToString(ControlResponse::snapshot(std::move(state)));
-    if (!text)
-        return *TallywickCoding::encodeToString(ControlResponse::failure("The state could not be encoded"));
-    // The entries go where the empty list stands; inside JSON strings quotes
-    // are escaped, so this text can only be the snapshot's own key.
-    constexpr std::string_view slot = R"("entries":[)";
-    const auto at = text->find(std::string(slot) + "]") + slot.size();
-    std::string out;
-    out.reserve(text->size() + entries_.bytes() + entries_.size());
-    out.append(*text, 0, at);
-    entries_.appendEntries(out);
-    out.append(*text, at);
+    auto envelope = TallywickCoding::encodeSnapshotEnvelope(state);
+    if (!envelope) return failed("The state could not be encoded");
     // Said in words, so the desk can tell it from a host that went away.
-    if (out.size() > kMaxReplyPayload)
-        return *TallywickCoding::encodeToString(ControlResponse::failure("Snapshot too large"));
-    return out;
+    if (envelope->head.size() + entries_.bytes() + entries_.size() + envelope->tail.size() > kMaxReplyPayload)
+        return failed("Snapshot too large");
+    std::vector<EntryCache::Text> parts{std::make_shared<const std::string>(std::move(envelope->head))};
+    for (auto& part : entries_.parts()) parts.push_back(std::move(part));
+    parts.push_back(std::make_shared<const std::string>(std::move(envelope->tail)));
+    snapshot_ = parts;
+    return parts;
+}
+
+void HostServer::stateChanged() {
+    snapshot_.clear();
 }
 
 }  // namespace tallywick

@@ -100,7 +100,9 @@ private:
     void log(const AgentSession& session, Direction direction, std::optional<std::string> method,
              std::string_view payload);
     void broadcast(const ControlEvent& event);
-    std::string snapshotText() const;
+    // The snapshot answer as parts to send: kept until the state changes.
+    std::vector<EntryCache::Text> snapshotParts();
+    void stateChanged();
     void ledgersChanged(const std::vector<std::string>& accountIds);
     void reloadLedger(const std::string& accountId);
     void shutdown();
@@ -127,6 +129,7 @@ private:
     std::optional<asio::executor_work_guard<asio::io_context::executor_type>> work_;
     std::shared_ptr<LinkListener> listener_;
     std::map<std::uint64_t, Peer> peers_;  // in connection order
+    std::vector<EntryCache::Text> snapshot_;  // empty when stale
     std::vector<std::thread> threads_;
     std::string databasePath_;
     asio::steady_timer backupTimer_{strand_};

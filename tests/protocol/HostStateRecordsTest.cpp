@@ -89,3 +89,42 @@ TEST(HostStateRecordsTest, SnapshotNeedsAllSixKeys) {
     EXPECT_TRUE(extra);
     EXPECT_FALSE(decode<Snapshot>(R"({"accounts":null,)" + empty.substr(14)));
 }
+
+// The host sends head, its own encoded entries, tail: that must always be
+// the very text the whole answer encodes to, whatever the rest holds.
+TEST(HostStateRecordsTest, SnapshotEnvelopeAroundEntriesIsTheWholeAnswer) {
+    Snapshot state{
+        .accounts = {Account{.id = "A1", .displayName = "\"entries\":[] \\/ Grüße", .createdAt = kAt}},
+        .connections = {LiveConnection{.id = "C1-1", .connectedAt = kAt}},
+        .settings = {false, 7},
+        .recentApiLog = {ApiLogEntry{.id = "L1",
+                                     .connectionId = "C1-1",
+                                     .direction = Direction::request,
+                                     .payload = R"({"entries":[]})",
+                                     .timestamp = kAt}},
+        .hostVersion = "1.0 (1)",
+    };
+    for (const int count : {0, 1, 3}) {
+        state.entries.clear();
+        std::string members;
+        for (int i = count; i > 0; --i) {
+            state.entries.push_back(LedgerEntry{.id = "E" + std::to_string(i),
+                                               .accountId = "A1",
+                                               .kind = TransactionKind::debit,
+                                               .amount = i,
+                                               .memo = "/ü\n",
+                                               .createdAt = kAt,
+                                               .updatedAt = kAt});
+            if (!members.empty()) members += ',';
+            members += *encodeToString(state.entries.back());
+        }
+        const auto envelope = TallywickCoding::encodeSnapshotEnvelope(state);
+        ASSERT_TRUE(envelope);
+        EXPECT_EQ(envelope->head + members + envelope->tail,
+                  *encodeToString(ControlResponse::snapshot(state)))
+            << count;
+        EXPECT_TRUE(envelope->head.ends_with(R"("entries":[)"));
+    }
+    state.hostVersion = "\xff";  // not UTF-8: nothing is written
+    EXPECT_FALSE(TallywickCoding::encodeSnapshotEnvelope(state));
+}

@@ -12,3 +12,4 @@
 #include <tallywick/LiveConnection.h>
 #include <tallywick/Settings.h>
 #include <tallywick/Snapshot.h>
+#include <tallywick/SnapshotEnvelope.h>
