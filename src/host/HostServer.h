@@ -128,7 +128,7 @@ private:
     asio::strand<asio::io_context::executor_type> strand_;
     std::optional<asio::executor_work_guard<asio::io_context::executor_type>> work_;
     std::shared_ptr<LinkListener> listener_;
-    std::map<std::uint64_t, Peer> peers_;  // in connection order
+    std::map<std::uint64_t, Peer> peers_;     // in connection order
     std::vector<EntryCache::Text> snapshot_;  // empty when stale
     std::vector<std::thread> threads_;
     std::string databasePath_;

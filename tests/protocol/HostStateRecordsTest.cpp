@@ -109,12 +109,12 @@ TEST(HostStateRecordsTest, SnapshotEnvelopeAroundEntriesIsTheWholeAnswer) {
         std::string members;
         for (int i = count; i > 0; --i) {
             state.entries.push_back(LedgerEntry{.id = "E" + std::to_string(i),
-                                               .accountId = "A1",
-                                               .kind = TransactionKind::debit,
-                                               .amount = i,
-                                               .memo = "/ü\n",
-                                               .createdAt = kAt,
-                                               .updatedAt = kAt});
+                                                .accountId = "A1",
+                                                .kind = TransactionKind::debit,
+                                                .amount = i,
+                                                .memo = "/ü\n",
+                                                .createdAt = kAt,
+                                                .updatedAt = kAt});
             if (!members.empty()) members += ',';
             members += *encodeToString(state.entries.back());
         }
