@@ -35,7 +35,7 @@ bool insertRows(sqlite3* db, const char* sql, int count, Bind bind) {
 
 }  // namespace
 
-bool populateLedger(const std::string& path) {
+bool populateLedger(const std::string& path, int entries) {
     {
         auto opened = LedgerStore::open(path);
         if (!std::holds_alternative<std::unique_ptr<LedgerStore>>(opened)) return false;
@@ -53,7 +53,7 @@ bool populateLedger(const std::string& path) {
             db,
             "INSERT INTO entries (account_id, kind, flag, amount, memo, created_at, updated_at, sequence)"
             " VALUES (?1, ?2, 'none', ?3, ?4, 1750000000 + ?5, 1750000000 + ?5, ?6)",
-            entryCount, [](sqlite3_stmt* insert, int i) {
+            entries, [](sqlite3_stmt* insert, int i) {
                 const std::string memo = "Answer " + std::to_string(i) + " / reviewed";
                 sqlite3_bind_int(insert, 1, 1 + i % accountCount);
                 sqlite3_bind_text(insert, 2, i % 7 == 0 ? "debit" : "credit", -1, SQLITE_STATIC);

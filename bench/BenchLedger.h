@@ -6,7 +6,8 @@
 
 namespace tallywick::bench {
 
-// The ledger the host and application benchmarks measure against.
+// The ledger the host and application benchmarks measure against, unless
+// told another size.
 constexpr int accountCount = 100;
 constexpr int entryCount = 100'000;
 
@@ -16,7 +17,7 @@ bool exec(sqlite3* db, const char* sql);
 // Fills a new database at `path`: the accounts through the store itself,
 // then the entries in one bulk transaction (one commit each would take
 // minutes and measures nothing here).
-bool populateLedger(const std::string& path);
+bool populateLedger(const std::string& path, int entries = entryCount);
 
 // Appends `count` credits of one point to an account of a closed database in
 // one transaction, its sequence numbers continued.

@@ -4,7 +4,7 @@
 
 namespace tallywick::bench {
 
-inline constexpr std::size_t kSmallBytes = 100;            // one small control request
-inline constexpr std::size_t kLargeBytes = 20'000'000;     // one large reply
+inline constexpr std::size_t kSmallBytes = 100;         // one small control request
+inline constexpr std::size_t kLargeBytes = 20'000'000;  // one large reply
 
 }  // namespace tallywick::bench

@@ -16,6 +16,7 @@
 #include <tallywick/PeerCheck.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/SocketAddress.h>
+#include <tallywick/TallywickCoding.h>
 
 namespace tallywick {
 
@@ -61,8 +62,9 @@ void LinkConnection::start(Handlers handlers) {
         self->handlers_ = std::move(handlers);
         // Hello goes first, ahead of any call made before the socket is up.
         auto hello = encodeFrameHead(FrameKind::hello, 0, kHelloName, kLinkVersion);
-        self->queuedBytes_ += hello->size() + kLinkVersion.size();
-        self->writes_.push_front({std::move(*hello), std::string(kLinkVersion)});
+        const std::size_t size = hello->size() + kLinkVersion.size();
+        self->queuedBytes_ += size;
+        self->writes_.push_front({std::move(*hello), std::string(kLinkVersion), {}, size});
         if (self->helloDeadline_.count() > 0) {
             // A peer that connects and says nothing holds a descriptor of ours.
             self->helloTimer_.emplace(self->strand_, self->helloDeadline_);
@@ -179,17 +181,14 @@ void LinkConnection::enqueue(FrameKind kind, std::uint64_t id, std::string name,
     if (push({std::move(*head), std::move(payload)})) writeNext();
 }
 
-std::size_t LinkConnection::Outgoing::size() const {
-    std::size_t total = head.size() + payload.size();
-    for (const auto& part : parts) total += part->size();
-    return total;
-}
-
 bool LinkConnection::push(Outgoing frame) {
-    const std::size_t size = frame.size();
+    std::size_t size = frame.head.size() + frame.payload.size();
+    for (const auto& part : frame.parts)
+        if (partHolders_[part.get()]++ == 0) size += part->size();
+    frame.counted = size;
     // The frame being written is on its way; what waits behind it is the
     // backlog. One frame alone may be large (a snapshot), a pile may not.
-    const std::size_t inFlight = writing_ && !writes_.empty() ? writes_.front().size() : 0;
+    const std::size_t inFlight = writing_ && !writes_.empty() ? writes_.front().counted : 0;
     const std::size_t backlog = queuedBytes_ - inFlight;
     if (backlog > 0 && backlog + size > kMaxBacklog) {
         end(LinkFailure::Kind::invalidated, "the peer does not read: over 64 MiB waited to be sent");
@@ -216,7 +215,11 @@ void LinkConnection::writeNext() {
                     self->helloReceived_ ? LinkFailure::Kind::interrupted : LinkFailure::Kind::invalidated,
                     "write failed: " + error.message());
             }
-            self->queuedBytes_ -= self->writes_.front().size();
+            self->queuedBytes_ -= self->writes_.front().counted;
+            for (const auto& part : self->writes_.front().parts) {
+                const auto holder = self->partHolders_.find(part.get());
+                if (--holder->second == 0) self->partHolders_.erase(holder);
+            }
             self->writes_.pop_front();
             if (self->finishing_ && self->writes_.empty())
                 return self->end(LinkFailure::Kind::invalidated, "closed");
@@ -267,7 +270,8 @@ void LinkConnection::handleBytes(std::size_t count) {
     if (auto* head = std::get_if<FrameHead>(&next);
         head && head->headLength + head->payloadLength > kReadChunk) {
         largePayload_ = std::string();
-        largePayload_.reserve(head->payloadLength);
+        // With room after it for the decoder to read the payload where it lies.
+        largePayload_.reserve(head->payloadLength + TallywickCoding::kReadPadding);
         largePayload_.assign(readBuffer_.get() + head->headLength, filled_ - head->headLength);
         largeFilled_ = largePayload_.size();
         largeChecked_ = 0;
@@ -353,6 +357,7 @@ void LinkConnection::end(LinkFailure::Kind kind, const std::string& reason) {
     pending_.clear();
     writes_.clear();
     queuedBytes_ = 0;
+    partHolders_.clear();
     if (helloTimer_) helloTimer_->cancel();
     // Handlers may hold their owner; dropping them here breaks the cycle.
     auto handlers = std::move(handlers_);

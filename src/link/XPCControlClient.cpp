@@ -41,7 +41,7 @@ void XPCControlClient::send(const ControlRequest& request, Completion completion
                        "control", text,
                        [self, completion](std::string reply) {
                            // Any answer, even an unreadable one, shows the host is there.
-                           self->deliver(TallywickCoding::decode<ControlResponse>(reply), completion);
+                           self->deliver(TallywickCoding::decodeInPlace<ControlResponse>(reply), completion);
                            self->notifyConnection(true);
                        },
                        [self, completion, connection](const LinkFailure&) {

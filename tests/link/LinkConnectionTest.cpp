@@ -36,6 +36,11 @@ struct EchoServer {
                     auto self = weak.lock();
                     if (!self || method != "echo") return false;
                     if (payload == "push") self->send("note", "pushed");
+                    if (payload == "bulk") {
+                        // 80 MiB from one shared MiB: a kept answer larger than the backlog bound.
+                        static const auto mebibyte = std::make_shared<const std::string>(1 << 20, 'k');
+                        return self->reply(id, std::vector<LinkConnection::SharedText>(80, mebibyte)), true;
+                    }
                     if (payload.starts_with("parts:")) {
                         // Answered from three held parts, as a cached answer is.
                         const std::size_t third = payload.size() / 3;
@@ -174,6 +179,11 @@ TEST(LinkConnectionTest, CallsGetTheirRepliesInOrderAndMessagesFlow) {
     std::string held = "parts:";
     while (held.size() < (5 << 20)) held += "Grüße 日本語 😀 ";
     EXPECT_EQ(await(callFuture(*client, "echo", held)), "reply " + held);
+    // Kept answers are held anyway: queued one behind another they are no
+    // backlog of ours, and the connection stays.
+    std::vector<std::future<std::string>> bulks;
+    for (int i = 0; i < 3; ++i) bulks.push_back(callFuture(*client, "echo", "bulk"));
+    for (auto& bulk : bulks) EXPECT_EQ(await(bulk).size(), 6u + (80u << 20));
     client->close();
     EXPECT_EQ(await(recorder.ended.get_future()), "invalidated");
 }
@@ -321,6 +331,8 @@ TEST(LinkConnectionTest, LargeFramesFromARawPeerArriveWholeAndChecked) {
                 break;
         }
         EXPECT_EQ(await(pending), expected) << expected.substr(0, 20);
+        session.client->close();  // ended before the recorder goes
+        EXPECT_EQ(await(session.recorder.ended.get_future()), "invalidated");
         EXPECT_EQ(session.recorder.snapshot().front(), "message m before");
     }
 }

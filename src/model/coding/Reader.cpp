@@ -66,9 +66,11 @@ void releaseParserAfter(std::size_t textSize) {
     if (textSize > TallywickCoding::decoder().retainedCapacity) threadParser() = makeParser();
 }
 
-bool parseDocument(Reader& reader, std::string_view text, Element& root) {
+static_assert(TallywickCoding::kReadPadding >= simdjson::SIMDJSON_PADDING);
+
+bool parseDocument(Reader& reader, std::string_view text, bool padded, Element& root) {
     if (text.empty()) return reader.fail(DecodeError::Kind::notJson, "The text is empty");
-    auto error = threadParser().parse(text.data(), text.size()).get(root);
+    auto error = threadParser().parse(text.data(), text.size(), !padded).get(root);
     if (error != simdjson::SUCCESS) {
         return reader.fail(DecodeError::Kind::notJson,
                            std::string("The text is not valid JSON: ") + simdjson::error_message(error));

@@ -46,7 +46,9 @@ std::string_view jsonTypeName(Element element);
 
 // Parses a whole text with this thread's parser. The element stays valid
 // until the thread's next parse.
-bool parseDocument(Reader& reader, std::string_view text, Element& root);
+// `padded`: the text is followed by kReadPadding readable bytes, so it is
+// read where it lies rather than copied into the parser first.
+bool parseDocument(Reader& reader, std::string_view text, bool padded, Element& root);
 
 // Called once a text's elements are no longer used.
 void releaseParserAfter(std::size_t textSize);

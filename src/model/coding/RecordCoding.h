@@ -247,10 +247,10 @@ void writeValue(JsonWriter& w, const T& message) {
 }
 
 template <class T>
-DecodeResult<T> decodeText(std::string_view text) {
+DecodeResult<T> decodeText(std::string_view text, bool padded) {
     Reader reader;
     Element root;
-    if (!parseDocument(reader, text, root)) return reader.takeError();
+    if (!parseDocument(reader, text, padded, root)) return reader.takeError();
     T value{};
     const bool ok = readValue(reader, root, value);
     releaseParserAfter(text.size());
@@ -271,7 +271,12 @@ namespace tallywick::TallywickCoding {
 
 template <WireCodable T>
 DecodeResult<T> decodeResult(std::string_view text) {
-    return coding::decodeText<T>(text);
+    return coding::decodeText<T>(text, false);
+}
+
+template <WireCodable T>
+DecodeResult<T> decodeResultInPlace(const std::string& text) {
+    return coding::decodeText<T>(text, text.capacity() - text.size() >= kReadPadding);
 }
 
 template <WireCodable T>
@@ -282,7 +287,9 @@ std::optional<std::string> encodeToString(const T& value) {
 }  // namespace tallywick::TallywickCoding
 
 // Instantiates the public entry points for one type, in that type's own .cpp.
-#define TALLYWICK_INSTANTIATE_CODING(Type)                                                   \
-    template ::tallywick::DecodeResult<Type> tallywick::TallywickCoding::decodeResult<Type>( \
-        std::string_view);                                                                   \
+#define TALLYWICK_INSTANTIATE_CODING(Type)                                                          \
+    template ::tallywick::DecodeResult<Type> tallywick::TallywickCoding::decodeResult<Type>(        \
+        std::string_view);                                                                          \
+    template ::tallywick::DecodeResult<Type> tallywick::TallywickCoding::decodeResultInPlace<Type>( \
+        const std::string&);                                                                        \
     template std::optional<std::string> tallywick::TallywickCoding::encodeToString<Type>(const Type&);

@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include <tallywick/Frame.h>
@@ -108,7 +109,7 @@ private:
         std::string head;
         std::string payload;
         std::vector<SharedText> parts;  // after the payload
-        std::size_t size() const;
+        std::size_t counted = 0;        // what it added to queuedBytes_
     };
     void enqueue(FrameKind kind, std::uint64_t id, std::string name, std::string payload);
     // Queues a framed write unless the backlog bound is passed; false then, and the connection has ended.
@@ -130,7 +131,10 @@ private:
     std::map<std::uint64_t, Pending> pending_;  // by id, so that failures run in call order
     std::uint64_t nextId_ = 1;
     std::deque<Outgoing> writes_;
-    std::size_t queuedBytes_ = 0;  // of every frame in writes_
+    // Bytes held by the frames in writes_, each shared part counted once
+    // however many frames hold it (a kept answer sent again costs nothing).
+    std::size_t queuedBytes_ = 0;
+    std::unordered_map<const std::string*, std::size_t> partHolders_;
     bool writing_ = false;
     std::chrono::milliseconds helloDeadline_;
     std::optional<asio::steady_timer> helloTimer_;

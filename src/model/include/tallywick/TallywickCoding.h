@@ -44,6 +44,23 @@ std::optional<T> decode(std::string_view text) {
     return std::nullopt;
 }
 
+// Spare bytes after a text that let the reader read it where it lies: the
+// reader reads ahead in wide blocks, past the text's end (never using what
+// it finds there). Without them the text is copied first.
+inline constexpr std::size_t kReadPadding = 64;
+
+// The same, for a text held in a string with kReadPadding bytes of spare
+// capacity (as the link delivers large payloads): no copy of the text.
+template <WireCodable T>
+DecodeResult<T> decodeResultInPlace(const std::string& text);
+
+template <WireCodable T>
+std::optional<T> decodeInPlace(const std::string& text) {
+    auto result = decodeResultInPlace<T>(text);
+    if (auto* value = std::get_if<T>(&result)) return std::move(*value);
+    return std::nullopt;
+}
+
 // Compact JSON text, or none when a value cannot be written.
 template <WireCodable T>
 std::optional<std::string> encodeToString(const T& value);

@@ -1,0 +1,59 @@
+#include "BenchTable.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+namespace tallywick::bench {
+
+void recordRow(const TableRow& row) {
+    const char* path = std::getenv("TALLYWICK_BENCH_TABLE");
+    if (!path || !*path) return;
+    FILE* file = std::fopen(path, "a");
+    if (!file) return;
+    std::fprintf(file, "%s\t%s\t%.3g %s\t%s %.3g %s\t%.2f\t%s\n", row.metric.c_str(), row.goal.c_str(),
+                 row.value, row.unit.c_str(), row.baseline.c_str(), row.baselineValue, row.unit.c_str(),
+                 row.ratio, row.met ? "met" : "NOT MET");
+    std::fclose(file);
+}
+
+void recordAtMost(std::string metric, double value, std::string unit, std::string baseline,
+                  double baselineValue, double most) {
+    const double ratio = baselineValue > 0 ? value / baselineValue : 0;
+    char goal[32];
+    std::snprintf(goal, sizeof goal, "<= %.2g", most);
+    recordRow({std::move(metric), goal, value, std::move(unit), std::move(baseline), baselineValue, ratio,
+               baselineValue > 0 && ratio <= most});
+}
+
+void recordAtLeast(std::string metric, double value, std::string unit, std::string baseline,
+                   double baselineValue, double least) {
+    const double ratio = baselineValue > 0 ? value / baselineValue : 0;
+    char goal[32];
+    std::snprintf(goal, sizeof goal, ">= %.2g", least);
+    recordRow({std::move(metric), goal, value, std::move(unit), std::move(baseline), baselineValue, ratio,
+               ratio >= least});
+}
+
+void recordWithin(std::string metric, double value, std::string unit, double most) {
+    char goal[48];
+    std::snprintf(goal, sizeof goal, "<= %g %s", most, unit.c_str());
+    recordRow({std::move(metric), goal, value, std::move(unit), "-", 0, value / most, value <= most});
+}
+
+int entriesArgument(int argc, char** argv, int fallback) {
+    constexpr std::string_view flag = "--entries=";
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument.starts_with(flag)) return std::atoi(argument.substr(flag.size()).data());
+    }
+    return fallback;
+}
+
+std::string scaleName(int entries) {
+    if (entries % 1'000'000 == 0) return std::to_string(entries / 1'000'000) + "M";
+    if (entries % 1'000 == 0) return std::to_string(entries / 1'000) + "k";
+    return std::to_string(entries);
+}
+
+}  // namespace tallywick::bench
