@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 namespace tallywick::bench {
@@ -11,9 +12,16 @@ void recordRow(const TableRow& row) {
     if (!path || !*path) return;
     FILE* file = std::fopen(path, "a");
     if (!file) return;
-    std::fprintf(file, "%s\t%s\t%.3g %s\t%s %.3g %s\t%.2f\t%s\n", row.metric.c_str(), row.goal.c_str(),
-                 row.value, row.unit.c_str(), row.baseline.c_str(), row.baselineValue, row.unit.c_str(),
-                 row.ratio, row.met ? "met" : "NOT MET");
+    std::string baseline = row.baseline;
+    if (row.baselineValue > 0) {
+        char value[48];
+        std::snprintf(value, sizeof value, ": %.4g %s", row.baselineValue, row.unit.c_str());
+        baseline += value;
+    }
+    char ratio[16] = "-";
+    if (row.ratio > 0) std::snprintf(ratio, sizeof ratio, "%.2f", row.ratio);
+    std::fprintf(file, "%s\t%s\t%.4g %s\t%s\t%s\t%s\n", row.metric.c_str(), row.goal.c_str(), row.value,
+                 row.unit.c_str(), baseline.c_str(), ratio, row.met ? "met" : "NOT MET");
     std::fclose(file);
 }
 

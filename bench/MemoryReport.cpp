@@ -10,6 +10,8 @@
 
 #include "HeapCounter.h"
 
+#include "BenchTable.h"
+
 namespace tallywick::bench {
 namespace {
 
@@ -156,6 +158,13 @@ void printMemoryReport(const std::vector<Workload>& workloads) {
     if (targetRatio > 0) {
         std::printf("Target at %zu entries: held/structs <= %.1f: %s (%.3f)\n", kTargetEntries,
                     kHeldRatioTarget, targetRatio <= kHeldRatioTarget ? "MET" : "NOT MET", targetRatio);
+        for (const auto& workload : workloads) {
+            if (workload.entries != kTargetEntries) continue;
+            const Measurement m = measure(workload.text);
+            recordAtMost("heap of a decoded snapshot, " + scaleName(int(kTargetEntries)),
+                         mb(double(m.warm.live)), "MB", "its records' structs",
+                         mb(double(m.footprint.structs)), kHeldRatioTarget);
+        }
     }
 }
 

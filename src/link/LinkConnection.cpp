@@ -10,6 +10,7 @@
 #include <array>
 #include <cstring>
 #include <filesystem>
+#include <unordered_set>
 
 #include <tallywick/FrameCodec.h>
 #include <tallywick/JsonWriter.h>
@@ -190,13 +191,32 @@ bool LinkConnection::push(Outgoing frame) {
     // backlog. One frame alone may be large (a snapshot), a pile may not.
     const std::size_t inFlight = writing_ && !writes_.empty() ? writes_.front().counted : 0;
     const std::size_t backlog = queuedBytes_ - inFlight;
-    if (backlog > 0 && backlog + size > kMaxBacklog) {
+    if (backlog > 0 && backlog + size > kMaxBacklog && heldForThisPeer(frame) > kMaxBacklog) {
         end(LinkFailure::Kind::invalidated, "the peer does not read: over 64 MiB waited to be sent");
         return false;
     }
     queuedBytes_ += size;
     writes_.push_back(std::move(frame));
     return true;
+}
+
+// The count above takes every part at its size; a part its maker still
+// keeps (a kept answer) costs nothing more for being queued here. Only when
+// that count passes the bound is the exact figure worth a walk.
+std::size_t LinkConnection::heldForThisPeer(const Outgoing& next) const {
+    std::unordered_set<const std::string*> seen;
+    std::size_t held = 0;
+    const auto add = [&](const Outgoing& frame) {
+        held += frame.head.size() + frame.payload.size();
+        for (const auto& part : frame.parts) {
+            // partHolders_ counts every hold of our queue, `next` included.
+            if (seen.insert(part.get()).second && part.use_count() <= long(partHolders_.at(part.get())))
+                held += part->size();
+        }
+    };
+    for (std::size_t i = writing_ ? 1 : 0; i < writes_.size(); ++i) add(writes_[i]);
+    add(next);
+    return held;
 }
 
 void LinkConnection::writeNext() {

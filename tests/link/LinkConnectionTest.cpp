@@ -37,9 +37,19 @@ struct EchoServer {
                     if (!self || method != "echo") return false;
                     if (payload == "push") self->send("note", "pushed");
                     if (payload == "bulk") {
-                        // 80 MiB from one shared MiB: a kept answer larger than the backlog bound.
-                        static const auto mebibyte = std::make_shared<const std::string>(1 << 20, 'k');
-                        return self->reply(id, std::vector<LinkConnection::SharedText>(80, mebibyte)), true;
+                        // 80 MiB the server keeps: an answer larger than the backlog bound.
+                        // Messages on both sides, one of them being written when it is queued.
+                        static const auto kept = [] {
+                            std::vector<LinkConnection::SharedText> parts;
+                            for (int i = 0; i < 80; ++i)
+                                parts.push_back(std::make_shared<const std::string>(1 << 20, 'k'));
+                            return parts;
+                        }();
+                        self->send("note", "before");
+                        self->send("note", "before");
+                        self->reply(id, kept);
+                        self->send("note", "after");
+                        return true;
                     }
                     if (payload.starts_with("parts:")) {
                         // Answered from three held parts, as a cached answer is.

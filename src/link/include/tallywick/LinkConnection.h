@@ -114,6 +114,7 @@ private:
     void enqueue(FrameKind kind, std::uint64_t id, std::string name, std::string payload);
     // Queues a framed write unless the backlog bound is passed; false then, and the connection has ended.
     bool push(Outgoing frame);
+    std::size_t heldForThisPeer(const Outgoing& next) const;
     void writeNext();
     void readMore();
     void handleBytes(std::size_t count);
