@@ -12,7 +12,6 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -25,6 +24,7 @@
 
 #include "BenchLedger.h"
 #include "BenchTable.h"
+#include "ProcessMemory.h"
 #include "support/HostClients.h"
 #include "support/HostProcess.h"
 
@@ -51,14 +51,6 @@ bool waitFor(Done done, int limitMs = 60'000) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
     }
     return true;
-}
-
-long residentKiB() {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
-    return 0;
 }
 
 }  // namespace
@@ -112,7 +104,7 @@ int main(int argc, char** argv) {
 
     // The burst: 5,000 pipelined pings are 10,000 logged agent messages.
     constexpr int pings = 5000;
-    const long rssBefore = residentKiB();
+    const long rssBefore = bench::processMemoryKiB("VmRSS:");
     std::size_t applied = 0;
     QObject::connect(&model, &AppModel::apiLogChanged, [&] { ++applied; });
     IoThread agentIo;
@@ -130,7 +122,7 @@ int main(int argc, char** argv) {
     // One connectionsChanged refresh may land in between; count log changes only.
     const bool all = waitFor([&] { return applied >= 2 * pings; });
     const double burstMs = millisecondsSince(burstStart);
-    const long rssAfter = residentKiB();
+    const long rssAfter = bench::processMemoryKiB("VmRSS:");
     agent->close();
 
     const double refreshMs = median(refresh), decodeMs = median(decode);

@@ -25,22 +25,29 @@ void recordRow(const TableRow& row) {
     std::fclose(file);
 }
 
-void recordAtMost(std::string metric, double value, std::string unit, std::string baseline,
-                  double baselineValue, double most) {
+namespace {
+
+// ratio = value / baselineValue, met when on the bound's side of it.
+void recordRatio(std::string metric, double value, std::string unit, std::string baseline,
+                 double baselineValue, double bound, bool atMost) {
     const double ratio = baselineValue > 0 ? value / baselineValue : 0;
     char goal[32];
-    std::snprintf(goal, sizeof goal, "<= %.2g", most);
-    recordRow({std::move(metric), goal, value, std::move(unit), std::move(baseline), baselineValue, ratio,
-               baselineValue > 0 && ratio <= most});
+    std::snprintf(goal, sizeof goal, "%s %.2g", atMost ? "<=" : ">=", bound);
+    const bool met = baselineValue > 0 && (atMost ? ratio <= bound : ratio >= bound);
+    recordRow(
+        {std::move(metric), goal, value, std::move(unit), std::move(baseline), baselineValue, ratio, met});
+}
+
+}  // namespace
+
+void recordAtMost(std::string metric, double value, std::string unit, std::string baseline,
+                  double baselineValue, double most) {
+    recordRatio(std::move(metric), value, std::move(unit), std::move(baseline), baselineValue, most, true);
 }
 
 void recordAtLeast(std::string metric, double value, std::string unit, std::string baseline,
                    double baselineValue, double least) {
-    const double ratio = baselineValue > 0 ? value / baselineValue : 0;
-    char goal[32];
-    std::snprintf(goal, sizeof goal, ">= %.2g", least);
-    recordRow({std::move(metric), goal, value, std::move(unit), std::move(baseline), baselineValue, ratio,
-               ratio >= least});
+    recordRatio(std::move(metric), value, std::move(unit), std::move(baseline), baselineValue, least, false);
 }
 
 void recordWithin(std::string metric, double value, std::string unit, double most) {

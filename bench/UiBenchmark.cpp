@@ -19,7 +19,6 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <variant>
 
 #include <QApplication>
@@ -40,6 +39,7 @@
 #include "BenchLedger.h"
 #include "BenchTable.h"
 #include "LedgerStore.h"
+#include "ProcessMemory.h"
 #include "support/HostProcess.h"
 
 using namespace tallywick;
@@ -61,15 +61,6 @@ double percentile(std::vector<double> values, double share) {
 
 double median(const std::vector<double>& values) {
     return percentile(values, 0.5);
-}
-
-// The process's highest resident memory so far.
-long peakResidentKiB() {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
-    return 0;
 }
 
 int fail(const char* what) {
@@ -234,7 +225,7 @@ int main(int argc, char** argv) {
     }
 
     // Up to here one model at a time has lived, as in the application.
-    const double peakMiB = peakResidentKiB() / 1024.0;
+    const double peakMiB = bench::processMemoryKiB("VmHWM:") / 1024.0;
 
     // The same snapshot, one new entry at the top each round, straight into both models;
     // first the refreshes that the host's change events asked for are let in.
