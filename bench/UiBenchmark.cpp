@@ -295,7 +295,7 @@ int main(int argc, char** argv) {
         "createEntry until the ledger has painted the new row         %8.2f ms   ratio %.2f  (target <= 2: "
         "%s)\n",
         refreshMs, refreshMs / modelMs, refreshMs / modelMs <= 2.0 ? "met" : "NOT MET");
-    // The host's change event asks for a second snapshot, which may be applied before the paint.
+    // From the arrival of the snapshot that brought the change.
     std::printf("  of which from the snapshot's arrival to the paint          %8.2f ms\n", median(views));
     const double aloneMs = median(applyAlone), viewsMs = median(applyViews);
     std::printf("hand-off: model apply and account list, no views             %8.2f ms\n", aloneMs);

@@ -78,8 +78,18 @@ void AppModel::start() {
 }
 
 void AppModel::refresh() {
+    ++snapshotsRequested_;
+    ++snapshotsAwaited_;
     send(ControlRequest::snapshot(), [](AppModel& model, std::optional<ControlResponse> response) {
-        if (!response) return;
+        --model.snapshotsAwaited_;
+        if (!response) {
+            if (model.changeUnfetched_ && model.snapshotsAwaited_ == 0) {
+                model.changeUnfetched_ = false;
+                model.refresh();
+            }
+            return;
+        }
+        model.changeUnfetched_ = false;
         if (auto* answer = std::get_if<ControlResponse::Snapshot>(&response->value)) {
             model.applySnapshot(std::move(answer->snapshot));
         } else if (auto* failure = std::get_if<ControlResponse::Failure>(&response->value)) {
@@ -163,7 +173,14 @@ void AppModel::apply(ControlEvent event) {
         emit apiLogChanged();
         return;
     }
-    // Neither change event carries data: the snapshot brings it.
+    // Neither change event carries data: the snapshot brings it. A snapshot
+    // still on its way is answered after this event on the same ordered
+    // connection, so the host made it after the change: it brings it too
+    // (after a command, the event would otherwise fetch the state twice).
+    if (snapshotsAwaited_ > 0) {
+        changeUnfetched_ = true;
+        return;
+    }
     refresh();
 }
 

@@ -191,6 +191,16 @@ private slots:
         model.setAllowUnauthenticated(false);
         QTRY_VERIFY_WITH_TIMEOUT(!model.settings().allowUnauthenticated, kPatience);
 
+        // A command's change event comes while the command's own snapshot is on
+        // its way, which brings the change: the state is fetched once. An
+        // explicit refresh, answered after the event, shows it was handled.
+        const auto before = model.snapshotsRequested();
+        model.createEntry({.accountId = id, .amount = 1, .memo = "once"});
+        QTRY_COMPARE_WITH_TIMEOUT(model.entriesFor(id).size(), std::size_t{2}, kPatience);
+        model.refresh();
+        QTRY_VERIFY_WITH_TIMEOUT(!model.awaitingSnapshot(), kPatience);
+        QCOMPARE(model.snapshotsRequested(), before + 2);
+
         // A refused command changes nothing; the refresh after it shows the same state.
         QSignalSpy entries(&model, &AppModel::entriesChanged);
         model.createEntry({.accountId = "no such account", .amount = 1});

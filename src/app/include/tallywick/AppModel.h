@@ -70,6 +70,10 @@ public:
     // snapshot; only the first call does anything.
     void start();
     void refresh();
+    // Snapshots asked for so far, and whether one is still on its way: each
+    // costs the host a transfer and us a decode of the whole state.
+    std::uint64_t snapshotsRequested() const { return snapshotsRequested_; }
+    bool awaitingSnapshot() const { return snapshotsAwaited_ > 0; }
     void createEntry(NewLedgerEntry entry);
     void updateEntry(LedgerEntry entry);
     void deleteEntry(std::string id);
@@ -112,6 +116,11 @@ private:
     std::shared_ptr<XPCControlClient> client_;
     std::function<void()> registerLoginItem_;
     bool started_ = false;
+    std::uint64_t snapshotsRequested_ = 0;
+    int snapshotsAwaited_ = 0;
+    // A change event was left to a snapshot already on its way; should that
+    // one fail, the change is still to be fetched.
+    bool changeUnfetched_ = false;
 
     // Per snapshot: where each account's entries are, found in one pass on
     // first use, and the lists asked for so far.
