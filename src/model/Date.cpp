@@ -44,44 +44,36 @@ namespace {
 
 std::optional<Date> parseAnyDate(std::string_view text);
 
-// What a snapshot mostly holds: the form we write ourselves, a creation and
-// an update date alike, many on the same day. The last text and the last day
-// read on this thread are remembered, so most dates cost a compare.
-struct RecentDates {
-    std::array<char, 20> text{};
-    Date instant{};
-    std::array<char, 11> day{};  // YYYY-MM-DDT
-    long long daySeconds = 0;
-    bool any = false;
-};
-
-std::optional<Date> parseOwnForm(std::string_view text) {
-    thread_local RecentDates recent;
-    if (recent.any && std::memcmp(text.data(), recent.text.data(), 20) == 0) return recent.instant;
+std::optional<Date> parseOwnForm(std::string_view text, RecentDate& recent) {
+    if (recent.any && std::memcmp(text.data(), recent.text, 20) == 0) return recent.instant;
     int hour, minute, second;
-    if (!recent.any || std::memcmp(text.data(), recent.day.data(), 11) != 0 || !digits(text, 11, 2, hour) ||
+    if (!recent.any || std::memcmp(text.data(), recent.day, 11) != 0 || !digits(text, 11, 2, hour) ||
         text[13] != ':' || !digits(text, 14, 2, minute) || text[16] != ':' || !digits(text, 17, 2, second) ||
         hour > 23 || minute > 59 || second > 59) {
         auto parsed = parseAnyDate(text);
         if (!parsed) return parsed;
         const auto days = std::chrono::floor<std::chrono::days>(*parsed);
-        std::memcpy(recent.day.data(), text.data(), 11);
+        std::memcpy(recent.day, text.data(), 11);
         recent.daySeconds = std::chrono::duration_cast<std::chrono::seconds>(days.time_since_epoch()).count();
-        std::memcpy(recent.text.data(), text.data(), 20);
+        std::memcpy(recent.text, text.data(), 20);
         recent.instant = *parsed;
         recent.any = true;
         return parsed;
     }
     const Date instant{std::chrono::seconds{recent.daySeconds + hour * 3600 + minute * 60 + second}};
-    std::memcpy(recent.text.data(), text.data(), 20);
+    std::memcpy(recent.text, text.data(), 20);
     recent.instant = instant;
     return instant;
 }
 
 }  // namespace
 
+std::optional<Date> parseDate(std::string_view text, RecentDate& recent) {
+    if (text.size() == 20 && text[19] == 'Z') return parseOwnForm(text, recent);
+    return parseAnyDate(text);
+}
+
 std::optional<Date> parseDate(std::string_view text) {
-    if (text.size() == 20 && text[19] == 'Z') return parseOwnForm(text);
     return parseAnyDate(text);
 }
 

@@ -72,17 +72,21 @@ TEST(DateTest, WritingCoversFourDigitYearsOnly) {
 // Most dates are read right after one of the same day or the same text;
 // remembering those must never let a bad time through or give a stale answer.
 TEST(DateTest, DatesReadInARowAfterTheirDayAreCheckedAlike) {
-    ASSERT_EQ(parseDate("2025-03-04T05:06:07Z"), at(2025, 3, 4, 5, 6, 7));
-    EXPECT_EQ(parseDate("2025-03-04T05:06:07Z"), at(2025, 3, 4, 5, 6, 7));
-    EXPECT_EQ(parseDate("2025-03-04T23:59:59Z"), at(2025, 3, 4, 23, 59, 59));
-    EXPECT_EQ(parseDate("2025-03-04T00:00:00Z"), at(2025, 3, 4, 0, 0, 0));
+    tallywick::RecentDate recent;
+    const auto parseDate = [](tallywick::RecentDate& recent, std::string_view text) {
+        return tallywick::parseDate(text, recent);
+    };
+    ASSERT_EQ(parseDate(recent, "2025-03-04T05:06:07Z"), at(2025, 3, 4, 5, 6, 7));
+    EXPECT_EQ(parseDate(recent, "2025-03-04T05:06:07Z"), at(2025, 3, 4, 5, 6, 7));
+    EXPECT_EQ(parseDate(recent, "2025-03-04T23:59:59Z"), at(2025, 3, 4, 23, 59, 59));
+    EXPECT_EQ(parseDate(recent, "2025-03-04T00:00:00Z"), at(2025, 3, 4, 0, 0, 0));
     for (const char* text : {"2025-03-04T24:00:00Z", "2025-03-04T05:60:07Z", "2025-03-04T05:06:60Z",
                              "2025-03-04T05:06:0xZ", "2025-03-04T05-06:07Z", "2025-03-04T0 :06:07Z"}) {
-        EXPECT_EQ(parseDate(text), std::nullopt) << text;
-        EXPECT_EQ(parseDate("2025-03-04T05:06:08Z"), at(2025, 3, 4, 5, 6, 8)) << "after " << text;
+        EXPECT_EQ(parseDate(recent, text), std::nullopt) << text;
+        EXPECT_EQ(parseDate(recent, "2025-03-04T05:06:08Z"), at(2025, 3, 4, 5, 6, 8)) << "after " << text;
     }
-    EXPECT_EQ(parseDate("2025-03-05T05:06:07Z"), at(2025, 3, 5, 5, 6, 7));
-    EXPECT_EQ(parseDate("2025-02-29T05:06:07Z"), std::nullopt);
-    EXPECT_EQ(parseDate("2025-03-04T05:06:07+01:00"), at(2025, 3, 4, 4, 6, 7));
-    EXPECT_EQ(parseDate("2025-03-04T05:06:07Z"), at(2025, 3, 4, 5, 6, 7));
+    EXPECT_EQ(parseDate(recent, "2025-03-05T05:06:07Z"), at(2025, 3, 5, 5, 6, 7));
+    EXPECT_EQ(parseDate(recent, "2025-02-29T05:06:07Z"), std::nullopt);
+    EXPECT_EQ(parseDate(recent, "2025-03-04T05:06:07+01:00"), at(2025, 3, 4, 4, 6, 7));
+    EXPECT_EQ(parseDate(recent, "2025-03-04T05:06:07Z"), at(2025, 3, 4, 5, 6, 7));
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include <tallywick/Date.h>
 #include <tallywick/DecodeError.h>
 
 namespace tallywick::coding {
@@ -36,6 +37,8 @@ public:
 
     // Wrong JSON type: names what was wanted and what was found.
     bool typeMismatch(std::string_view expected, Element found);
+
+    RecentDate recentDate;  // makes the next date of the same day cheap
 
 private:
     DecodeError error_;

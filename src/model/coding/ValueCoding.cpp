@@ -27,7 +27,7 @@ bool readValue(Reader& r, Element e, bool& out) {
 bool readValue(Reader& r, Element e, Date& out) {
     std::string_view text;
     if (e.get(text) != simdjson::SUCCESS) return r.typeMismatch("a date string", e);
-    auto date = parseDate(text);
+    auto date = parseDate(text, r.recentDate);
     if (!date) {
         return r.fail(DecodeError::Kind::dataCorrupted, "Expected date string to be ISO8601-formatted.");
     }

@@ -16,6 +16,19 @@ using Date = std::chrono::sys_seconds;
 // "t" or "z", a missing zone, leap second 60, years outside 0000-9999.
 std::optional<Date> parseDate(std::string_view text);
 
+// The last date of our own form read, and its day: most dates of a snapshot
+// share a day with the one before, or equal it (creation and update alike).
+struct RecentDate {
+    char text[20] = {};
+    Date instant{};
+    char day[11] = {};  // YYYY-MM-DDT
+    long long daySeconds = 0;
+    bool any = false;
+};
+// The same reading, remembering what it read: a date of the remembered day
+// costs a compare and its time. One per reader, never shared between threads.
+std::optional<Date> parseDate(std::string_view text, RecentDate& recent);
+
 // Writes "YYYY-MM-DDTHH:MM:SSZ"; no text for instants outside years 0000-9999.
 std::optional<std::string> formatDate(Date date);
 
