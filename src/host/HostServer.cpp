@@ -29,7 +29,6 @@ Date now() {
     return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
 }
 
-constexpr std::size_t recentLogSize = 200;
 // How long a stopping host waits for answers already given to be written.
 constexpr auto drainLimit = std::chrono::seconds(2);
 
@@ -423,7 +422,7 @@ std::vector<EntryCache::Text> HostServer::snapshotParts() {
     Snapshot state{
         .accounts = std::move(std::get<std::vector<Account>>(accounts)),
         .settings = std::get<Settings>(settings),
-        .recentApiLog = log_.recent(recentLogSize),
+        .recentApiLog = log_.recent(kSnapshotApiLogSize),
         .hostVersion = std::string(TallywickVersion::displayString),
     };
     std::set<std::string> bound;

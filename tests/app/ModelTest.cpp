@@ -228,6 +228,12 @@ private slots:
         for (const auto& record : model.apiLog()) {
             QVERIFY(!record.method || *record.method != "initialize");
         }
+        // The host's snapshot holds as many as the model keeps: a refresh
+        // neither shrinks the list nor moves a row.
+        const std::vector<ApiLogEntry> shown = model.apiLog();
+        model.refresh();
+        QTRY_VERIFY_WITH_TIMEOUT(!model.awaitingSnapshot(), kPatience);
+        QCOMPARE(model.apiLog(), shown);
 
         // A snapshot may bring more: all are kept, newest first, ties in the host's order...
         const Date noon = Date{std::chrono::hours(24 * 20000)};

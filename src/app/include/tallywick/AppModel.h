@@ -34,7 +34,7 @@ class AppModel : public QObject {
                    NOTIFY selectedAccountIDChanged)
 
 public:
-    static constexpr std::size_t apiLogCapacity = 500;
+    static constexpr std::size_t apiLogCapacity = kSnapshotApiLogSize;
 
     struct Options {
         ControlEndpoint endpoint = ControlEndpoint::standard();

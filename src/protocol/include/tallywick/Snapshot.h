@@ -26,4 +26,8 @@ struct Snapshot {
 template <>
 inline constexpr bool isWireCodable<Snapshot> = true;
 
+// The most recent API log records a snapshot carries: as many as the desk
+// keeps, so that a refresh never shrinks its activity list.
+inline constexpr std::size_t kSnapshotApiLogSize = 500;
+
 }  // namespace tallywick
