@@ -83,14 +83,6 @@ std::string execProgram(std::string_view exec) {
     return program;
 }
 
-bool executable(const std::string& program) {
-    if (program.empty()) return false;
-    if (program.find('/') == std::string::npos) return ChildProcess::findOnPath(program).has_value();
-    struct stat info {};
-    return ::stat(program.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
-           ::access(program.c_str(), X_OK) == 0;
-}
-
 bool turnedOffByUser(const std::map<std::string, std::string>& entry) {
     const auto hidden = entry.find("Hidden");
     const auto gnome = entry.find("X-GNOME-Autostart-enabled");
@@ -145,6 +137,8 @@ std::map<std::string, std::string> AutostartLoginItem::readEntry(std::string_vie
 }
 
 std::optional<std::string> AutostartLoginItem::registerItem() {
+    // An entry for a missing program would be a dead entry: the one there stays as it is.
+    if (auto missing = setup_.missingHost()) return missing;
     if (const auto existing = TextFile::read(entryPath());
         existing && turnedOffByUser(readEntry(*existing))) {
         return "the host's autostart entry is turned off in the desktop's settings: " + entryPath().string();
@@ -170,7 +164,8 @@ LoginItemStatus AutostartLoginItem::status() const {
     } else if (exec != entry.end()) {
         program = execProgram(exec->second);
     }
-    return executable(program) ? LoginItemStatus::enabled : LoginItemStatus::notFound;
+    if (setup_.missingHost()) return LoginItemStatus::notFound;
+    return isExecutable(program) ? LoginItemStatus::enabled : LoginItemStatus::notFound;
 }
 
 }  // namespace tallywick

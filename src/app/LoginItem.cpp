@@ -1,6 +1,7 @@
 #include <tallywick/LoginItem.h>
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -38,6 +39,20 @@ LoginItemSetup LoginItemSetup::fromEnvironment(std::string hostPath) {
         .dataHome = baseFolder("XDG_DATA_HOME", ".local/share"),
         .configHome = baseFolder("XDG_CONFIG_HOME", ".config"),
     };
+}
+
+bool isExecutable(const std::string& program) {
+    if (program.empty()) return false;
+    if (program.find('/') == std::string::npos) return ChildProcess::findOnPath(program).has_value();
+    struct stat info {};
+    return ::stat(program.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+           ::access(program.c_str(), X_OK) == 0;
+}
+
+std::optional<std::string> LoginItemSetup::missingHost() const {
+    if (!hostPath.empty() && hostPath.front() == '/' && isExecutable(hostPath)) return std::nullopt;
+    return "the host executable is missing" + (hostPath.empty() ? std::string() : " (" + hostPath + ")") +
+           "; install Tallywick again, or start the application from where it was installed";
 }
 
 std::unique_ptr<LoginItem> LoginItem::standard(const LoginItemSetup& setup) {

@@ -81,6 +81,8 @@ std::optional<std::string> SystemdLoginItem::unitText() const {
 }
 
 std::optional<std::string> SystemdLoginItem::registerItem() {
+    // A unit for a missing program would fail at every login: the one there stays as it is.
+    if (auto missing = setup_.missingHost()) return missing;
     const auto text = unitText();
     if (!text) return "the host's path cannot be written into a unit: " + setup_.hostPath;
     const auto written = TextFile::write(unitPath(), *text);
@@ -106,6 +108,7 @@ std::optional<std::string> SystemdLoginItem::registerItem() {
 }
 
 LoginItemStatus SystemdLoginItem::status() const {
+    if (setup_.missingHost()) return LoginItemStatus::notFound;
     const auto answer = systemctl("is-enabled", unitName());
     std::error_code error;
     return statusOf(firstLine(answer.output), std::filesystem::exists(unitPath(), error));

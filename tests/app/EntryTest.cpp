@@ -189,12 +189,25 @@ private slots:
         QVERIFY(sandbox.runningHosts().isEmpty());
     }
 
-    void autostartEntryForMissingHostFails() {
-        Sandbox sandbox(false);
-        const auto run = sandbox.run({"--register-and-exit"}, false);
-        QCOMPARE(run.exitCode, 1);
-        QVERIFY(run.output.isEmpty() && run.errors.isEmpty());
-        QVERIFY(QFileInfo::exists(sandbox.entryPath()));
+    // A copy of the application without the host beside it registers
+    // nothing: what an installed copy registered stays as it was.
+    void strayCopyWithoutHostIsNotFoundAndChangesNothing() {
+        Sandbox sandbox(true);
+        for (const bool withSystemctl : {false, true}) {
+            if (withSystemctl && QStandardPaths::findExecutable("systemctl").isEmpty()) continue;
+            QCOMPARE(sandbox.run({"--register-and-exit"}, withSystemctl).exitCode, 0);
+            sandbox.stopHosts();
+            const QString registered = readAll(withSystemctl ? sandbox.unitPath() : sandbox.entryPath());
+            QVERIFY(registered.contains(sandbox.hostPath()));
+
+            QDir(sandbox.path("")).mkpath("stray");
+            QFile::copy(sandbox.path("bin/tallywick"), sandbox.path("stray/tallywick"));
+            const auto run =
+                sandbox.run({"--register-and-exit"}, withSystemctl, sandbox.path("stray/tallywick"));
+            QCOMPARE(run.exitCode, 1);
+            QVERIFY(run.output.isEmpty() && run.errors.isEmpty());
+            QCOMPARE(readAll(withSystemctl ? sandbox.unitPath() : sandbox.entryPath()), registered);
+        }
     }
 
     // Asking what the program is makes no window and registers nothing.

@@ -28,7 +28,14 @@ struct LoginItemSetup {
 
     // This build's host identifier and the environment's folders.
     static LoginItemSetup fromEnvironment(std::string hostPath);
+
+    // Why the host program cannot be registered (a copy of the application
+    // without the host beside it); none when it is an executable file.
+    std::optional<std::string> missingHost() const;
 };
+
+// A program to run: a path naming an executable file, or a name found on PATH.
+bool isExecutable(const std::string& program);
 
 // One way of having the host run for the user: installed, enabled and started
 // by registerItem, read back by status. Neither throws.
