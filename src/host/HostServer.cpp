@@ -246,7 +246,6 @@ void HostServer::handleControl(Peer& peer, std::uint64_t callId, const std::stri
         peer.link->reply(callId, snapshotParts());
     else
         peer.link->reply(callId, std::move(result.reply));
-    if (result.writtenEntry || result.removedEntry) stateChanged();
     if (result.writtenEntry)
         entries_.put(*result.writtenEntry);
     else if (result.removedEntry)
