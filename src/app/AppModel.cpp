@@ -22,6 +22,7 @@ bool replace(T& field, T&& value) {
 
 AppModel::AppModel(IoThread& io, Options options, QObject* parent)
     : QObject(parent),
+      socketPath_(options.endpoint.path),
       client_(
           XPCControlClient::create(std::make_shared<QtMainThreadPoster>(), io, std::move(options.endpoint))),
       registerLoginItem_(std::move(options.registerLoginItem)) {}
@@ -74,6 +75,10 @@ void AppModel::start() {
     client_->onConnectionChange = [weak](bool connected) {
         if (weak) weak->setConnected(connected);
     };
+    // A host that (re)starts is met without waiting for the user's next
+    // command; its socket appears only once it accepts.
+    hostWatcher_ = new HostSocketWatcher(socketPath_, this);
+    connect(hostWatcher_, &HostSocketWatcher::socketAppeared, this, &AppModel::refresh);
     refresh();
 }
 

@@ -3,6 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
+
 #include <asio/post.hpp>
 
 #include <tallywick/PeerCheck.h>
@@ -19,17 +22,28 @@ std::variant<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(as
     if (auto* problem = std::get_if<std::string>(&resolved))
         return "cannot listen on " + path + ": " + *problem;
     auto& address = std::get<SocketAddress>(resolved);
-    address.unlink();
+    // Bound under a name of its own and renamed into place once listening:
+    // whoever watches the folder for the socket finds it ready to accept.
+    auto staging = SocketAddress::of(path + ".new");
+    if (auto* problem = std::get_if<std::string>(&staging))
+        return "cannot listen on " + path + ": " + *problem;
+    const auto& staged = std::get<SocketAddress>(staging);
+    staged.unlink();
     // On a strand of its own: accepts, retries and the close never overlap.
     stream_protocol::acceptor acceptor(asio::make_strand(context));
     std::error_code error;
     acceptor.open(stream_protocol(), error);
     // The socket file must never exist with looser permissions, even briefly.
     const mode_t previous = ::umask(0177);
-    if (!error) acceptor.bind(stream_protocol::endpoint(address.usablePath()), error);
+    if (!error) acceptor.bind(stream_protocol::endpoint(staged.usablePath()), error);
     ::umask(previous);
     if (!error) acceptor.listen(asio::socket_base::max_listen_connections, error);
-    if (error) return "cannot listen on " + path + ": " + error.message();
+    if (!error && ::rename(staged.usablePath().c_str(), address.usablePath().c_str()) != 0)
+        error = std::error_code(errno, std::generic_category());
+    if (error) {
+        staged.unlink();
+        return "cannot listen on " + path + ": " + error.message();
+    }
     auto listener = std::shared_ptr<LinkListener>(new LinkListener(
         std::move(acceptor), std::move(address), std::move(requirementText), std::move(onConnection)));
     asio::post(listener->acceptor_.get_executor(), [listener] { listener->acceptNext(); });

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -228,6 +229,31 @@ TEST(LinkConnectionTest, PeerGoingAwayInterrupts) {
     server->dropAll();
     EXPECT_EQ(await(recorder.ended.get_future()), "interrupted");
     EXPECT_EQ(recorder.endings.load(), 1);
+}
+
+TEST(LinkConnectionTest, ListenerReplacesLeftoversAndAppearsOnlyReady) {
+    ScratchRuntime runtime;
+    IoThread io;
+    // What a killed host leaves: its socket file, and one half bound.
+    for (const std::string& path : {runtime.socket(), runtime.socket() + ".new"}) {
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const sockaddr_un address = unixAddress(path);
+        ASSERT_EQ(::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        ::close(fd);
+    }
+    EchoServer server(io, runtime.socket());
+    struct stat info {};
+    ASSERT_EQ(::stat(runtime.socket().c_str(), &info), 0);
+    EXPECT_TRUE(S_ISSOCK(info.st_mode));
+    EXPECT_EQ(info.st_mode & 0777, 0600u);
+    EXPECT_FALSE(std::filesystem::exists(runtime.socket() + ".new"))
+        << "the staged name is gone once renamed";
+    Recorder recorder;
+    auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
+    client->start(recorder.handlers());
+    EXPECT_EQ(await(callFuture(*client, "echo", "up")), "reply up");
+    client->close();
+    EXPECT_EQ(await(recorder.ended.get_future()), "invalidated");
 }
 
 TEST(LinkConnectionTest, RequirementsAreCheckedOnBothEnds) {

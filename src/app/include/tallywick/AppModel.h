@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include <tallywick/HostSocketWatcher.h>
 #include <tallywick/RegistrationController.h>
 #include <tallywick/XPCControlClient.h>
 #include <tallywick/core.h>
@@ -67,7 +68,8 @@ public:
     std::uint64_t entriesRevision() const { return entriesRevision_; }
 
     // Registers the login item, listens to the host and asks for the first
-    // snapshot; only the first call does anything.
+    // snapshot; only the first call does anything. From then on, a host that
+    // starts listening is asked for a snapshot at once.
     void start();
     void refresh();
     // Snapshots asked for so far, and whether one is still on its way: each
@@ -113,8 +115,10 @@ private:
     std::uint64_t entriesRevision_ = 0;
     std::optional<std::string> selectedAccountID_;
 
+    std::string socketPath_;
     std::shared_ptr<XPCControlClient> client_;
     std::function<void()> registerLoginItem_;
+    HostSocketWatcher* hostWatcher_ = nullptr;  // made by start
     bool started_ = false;
     std::uint64_t snapshotsRequested_ = 0;
     int snapshotsAwaited_ = 0;

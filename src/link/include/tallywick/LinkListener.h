@@ -24,7 +24,8 @@ public:
     using OnConnection = std::function<void(std::shared_ptr<LinkConnection>)>;
 
     // Binds the path (mode 0600, any length), replacing a stale socket file
-    // left there.
+    // left there. The file appears only once it accepts connections, so a
+    // watcher of the folder may connect as soon as it sees it.
     // The caller must own the path (the host holds its single-instance lock).
     static std::variant<std::shared_ptr<LinkListener>, std::string> listen(asio::io_context& context,
                                                                            const std::string& path,
