@@ -32,6 +32,7 @@
 #include <tallywick/IoThread.h>
 #include <tallywick/LedgerItemModel.h>
 #include <tallywick/LedgerListView.h>
+#include <tallywick/LedgerTableView.h>
 #include <tallywick/RootView.h>
 #include <tallywick/ServiceIdentity.h>
 #include <tallywick/TallywickApp.h>

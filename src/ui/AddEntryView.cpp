@@ -1,5 +1,7 @@
 #include <tallywick/AddEntryView.h>
 
+#include <QAbstractButton>
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QPainterPath>
@@ -28,10 +30,14 @@ AddEntryView::AddEntryView(AppModel& model, QWidget* parent)
     row->addWidget(fields_, 1);
     row->addWidget(add_);
 
-    // Return without modifiers, anywhere in the window, while Add is enabled.
+    // Return without modifiers, anywhere in the window, while Add is enabled;
+    // a button that has the focus takes Return for itself, as it does elsewhere.
     returnKey_ = new QShortcut(QKeySequence(Qt::Key_Return), this);
     returnKey_->setContext(Qt::WindowShortcut);
-    connect(returnKey_, &QShortcut::activated, add_, &QPushButton::click);
+    connect(returnKey_, &QShortcut::activated, this, [this] {
+        auto* focused = qobject_cast<QAbstractButton*>(QApplication::focusWidget());
+        (focused && focused->window() == window() ? focused : add_)->click();
+    });
     connect(add_, &QPushButton::clicked, this, &AddEntryView::add);
     connect(fields_, &EntryFields::edited, this, &AddEntryView::showEnabled);
     showEnabled();

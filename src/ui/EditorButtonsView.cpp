@@ -15,9 +15,10 @@ EditorButtonsView::EditorButtonsView(std::function<void()> onCancel, std::functi
     setObjectName(QStringLiteral("editorButtons"));
     cancel_->setObjectName(QStringLiteral("cancelButton"));
     save_->setObjectName(QStringLiteral("saveButton"));
-    // The keys belong to the buttons, not to whichever field has the focus.
-    cancel_->setAutoDefault(false);
-    save_->setAutoDefault(false);
+    // Return saves from the fields, and presses a button that has the focus:
+    // the dialog's default button moves to the focused one and back.
+    cancel_->setAutoDefault(true);
+    save_->setAutoDefault(true);
     save_->setDefault(true);
 
     auto* row = new QHBoxLayout(this);
@@ -35,11 +36,6 @@ EditorButtonsView::EditorButtonsView(std::function<void()> onCancel, std::functi
     auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
     escape->setContext(Qt::WindowShortcut);
     connect(escape, &QShortcut::activated, cancel_, &QPushButton::click);
-    for (const auto key : {Qt::Key_Return, Qt::Key_Enter}) {
-        auto* save = new QShortcut(QKeySequence(key), this);
-        save->setContext(Qt::WindowShortcut);
-        connect(save, &QShortcut::activated, save_, &QPushButton::click);
-    }
 }
 
 }  // namespace tallywick

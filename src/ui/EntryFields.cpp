@@ -5,13 +5,15 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 
+#include <tallywick/TextField.h>
+
 namespace tallywick {
 
 EntryFields::EntryFields(QWidget* parent)
     : QWidget(parent),
       type_(new QComboBox(this)),
-      amount_(new QLineEdit(this)),
-      memo_(new QLineEdit(this)),
+      amount_(new TextField(this)),
+      memo_(new TextField(this)),
       amountFade_(new QGraphicsOpacityEffect(amount_)) {
     setObjectName(QStringLiteral("entryFields"));
     type_->setObjectName(QStringLiteral("entryTypePicker"));

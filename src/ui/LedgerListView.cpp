@@ -1,10 +1,12 @@
 #include <tallywick/LedgerListView.h>
 
+#include <QApplication>
+#include <QClipboard>
 #include <QHeaderView>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
-#include <QTableView>
 #include <QVBoxLayout>
 
 #include <tallywick/AppModel.h>
@@ -12,6 +14,7 @@
 #include <tallywick/EditEntrySheet.h>
 #include <tallywick/LedgerItemModel.h>
 #include <tallywick/LedgerRowDelegate.h>
+#include <tallywick/LedgerTableView.h>
 #include <tallywick/StyledLabel.h>
 
 namespace tallywick {
@@ -41,7 +44,7 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
       model_(model),
       header_(
           new StyledLabel(AppStyle::sectionTitleFont(), AppStyle::tint(AppStyle::Foreground::primary), this)),
-      list_(new QTableView),
+      list_(new LedgerTableView),
       items_(new LedgerItemModel(this)),
       rows_(new LedgerRowDelegate(this)) {
     setObjectName(QStringLiteral("ledgerListView"));
@@ -67,6 +70,8 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     list_->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list_->setMouseTracking(true);
+    list_->setFocusPolicy(Qt::StrongFocus);
+    list_->setAccessibleName(tr("Transactions"));
     list_->setFrameShape(QFrame::NoFrame);
     // The rows paint on an opaque base, so that refreshing them never makes
     // the card and the window behind repaint as well.
@@ -87,12 +92,16 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     column->addWidget(header_);
     column->addWidget(card, 1);
 
-    connect(rows_, &LedgerRowDelegate::editRequested, this, [this](const QModelIndex& index) {
+    // The row's buttons, its keys and its accessibility actions all come to the same two.
+    connect(rows_, &LedgerRowDelegate::editRequested, list_, &LedgerTableView::requestEdit);
+    connect(rows_, &LedgerRowDelegate::deleteRequested, list_, &LedgerTableView::requestDelete);
+    connect(list_, &LedgerTableView::editRequested, this, [this](const QModelIndex& index) {
         if (const LedgerEntry* entry = items_->entryAt(index)) editEntry(*entry);
     });
-    connect(rows_, &LedgerRowDelegate::deleteRequested, this, [this](const QModelIndex& index) {
+    connect(list_, &LedgerTableView::deleteRequested, this, [this](const QModelIndex& index) {
         if (const LedgerEntry* entry = items_->entryAt(index)) model_.deleteEntry(entry->id);
     });
+    connect(list_, &LedgerTableView::menuRequested, this, &LedgerListView::openRowMenu);
     setEntries({});
 }
 
@@ -108,6 +117,31 @@ void LedgerListView::setEntries(const std::vector<LedgerEntry>& entries, std::fu
         bar->setValue(bar->value() + list_->visualRect(anchor).top() - anchorTop);
     }
     header_->setTextFixingSize(tr("Transactions (%1)").arg(static_cast<qulonglong>(entries.size())));
+}
+
+QMenu* LedgerListView::rowMenu() const {
+    return rowMenu_.data();
+}
+
+void LedgerListView::openRowMenu(const QModelIndex& index, const QPoint& globalPosition) {
+    const LedgerEntry* shown = items_->entryAt(index);
+    if (!shown) return;
+    if (rowMenu_) rowMenu_->close();
+    // The entry as it was when asked: a refresh may renumber the rows meanwhile.
+    const LedgerEntry entry = *shown;
+    rowMenu_ = new QMenu(this);
+    rowMenu_->setObjectName(QStringLiteral("ledgerRowMenu"));
+    rowMenu_->setAttribute(Qt::WA_DeleteOnClose);
+    const auto copy = [](const std::string& text) {
+        QApplication::clipboard()->setText(
+            QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
+    };
+    rowMenu_->addAction(tr("Edit"), this, [this, entry] { editEntry(entry); });
+    rowMenu_->addAction(tr("Delete"), this, [this, id = entry.id] { model_.deleteEntry(id); });
+    rowMenu_->addSeparator();
+    rowMenu_->addAction(tr("Copy Memo"), this, [copy, memo = entry.memo] { copy(memo); });
+    rowMenu_->addAction(tr("Copy Entry ID"), this, [copy, id = entry.id] { copy(id); });
+    rowMenu_->popup(globalPosition);
 }
 
 EditEntrySheet* LedgerListView::editingSheet() const {

@@ -60,6 +60,16 @@ QString abbreviatedFormat() {
     return date.trimmed() + QStringLiteral(", ") + time.trimmed();
 }
 
+// Where the memo and date go: between the badge and the amount.
+QRect textArea(const QRect& row, const QModelIndex& index) {
+    const QString amount =
+        AppStyle::signedAmountText(index.data(LedgerItemModel::SignedAmountRole).toLongLong());
+    const int amountWidth = QFontMetrics(AppStyle::amountFont()).horizontalAdvance(amount);
+    const int amountRight = LedgerRowDelegate::editButtonRect(row).left() - kSpacing;
+    const int left = LedgerRowDelegate::badgeRect(row).right() + 1 + kSpacing;
+    return {left, row.top(), std::max(0, amountRight - amountWidth - kSpacing - left), row.height()};
+}
+
 QColor amountColorOf(const QModelIndex& index, const QPalette& palette) {
     // Notes are always dimmed; credits and debits go by the sign.
     if (index.data(LedgerItemModel::KindRole).toInt() == static_cast<int>(TransactionKind::note))
@@ -68,6 +78,12 @@ QColor amountColorOf(const QModelIndex& index, const QPalette& palette) {
 }
 
 }  // namespace
+
+QString LedgerRowDelegate::memoToolTip(const QString& memo) {
+    // Rich text, so that the tip wraps instead of running off the screen.
+    return QStringLiteral("<p style=\"white-space:pre-wrap\">") + memo.toHtmlEscaped() +
+           QStringLiteral("</p>");
+}
 
 QString LedgerRowDelegate::dateText(const QDateTime& when) {
     static const QString format = abbreviatedFormat();
@@ -122,6 +138,14 @@ void LedgerRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
         hover.setAlphaF(0.035);
         painter->fillRect(row, hover);
     }
+    // The row the keys act on, while the list has the focus.
+    if (option.state & QStyle::State_HasFocus) {
+        QColor tint = palette.color(QPalette::Highlight);
+        tint.setAlphaF(0.12);
+        painter->setPen(QPen(palette.color(QPalette::Highlight), 2));
+        painter->setBrush(tint);
+        painter->drawRoundedRect(QRectF(row).adjusted(3, 2, -3, -2), 6, 6);
+    }
     // A hairline between rows, inset like the content.
     if (index.row() + 1 < index.model()->rowCount(index.parent())) {
         QColor line = AppStyle::foreground(palette, Foreground::primary);
@@ -149,12 +173,10 @@ void LedgerRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     // The signed amount, right-aligned before the buttons.
     const QString amount =
         AppStyle::signedAmountText(index.data(LedgerItemModel::SignedAmountRole).toLongLong());
-    const QFont amountFont = AppStyle::amountFont();
-    const int amountWidth = QFontMetrics(amountFont).horizontalAdvance(amount);
     const int amountRight = editButtonRect(row).left() - kSpacing;
-    painter->setFont(amountFont);
+    painter->setFont(AppStyle::amountFont());
     painter->setPen(amountColorOf(index, palette));
-    painter->drawText(QRect(amountRight - amountWidth, row.top(), amountWidth, row.height()),
+    painter->drawText(QRect(row.left(), row.top(), amountRight - row.left(), row.height()),
                       Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine, amount);
 
     // Memo over date, in what room is left.
@@ -162,8 +184,9 @@ void LedgerRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     const QFont dateFont = AppStyle::font(TextStyle::caption2);
     const QFontMetrics memoMetrics(memoFont);
     const QFontMetrics dateMetrics(dateFont);
-    const int textLeft = badge.right() + 1 + kSpacing;
-    const int textWidth = std::max(0, amountRight - amountWidth - kSpacing - textLeft);
+    const QRect text = textArea(row, index);
+    const int textLeft = text.left();
+    const int textWidth = text.width();
     const int block = memoMetrics.height() + 2 + dateMetrics.height();
     const int top = row.top() + (row.height() - block) / 2;
     painter->setFont(memoFont);
@@ -247,6 +270,13 @@ bool LedgerRowDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
             case Part::edit: QToolTip::showText(event->globalPos(), tr("Edit"), view); return true;
             case Part::remove: QToolTip::showText(event->globalPos(), tr("Delete"), view); return true;
             case Part::none: break;
+        }
+        // A memo cut short in its row is shown whole, wrapped.
+        const QString memo = index.data(LedgerItemModel::MemoRole).toString();
+        const QFontMetrics metrics(AppStyle::font(TextStyle::body));
+        if (metrics.horizontalAdvance(memo) > textArea(option.rect, index).width()) {
+            QToolTip::showText(event->globalPos(), memoToolTip(memo), view, view->visualRect(index));
+            return true;
         }
     }
     return QStyledItemDelegate::helpEvent(event, view, option, index);

@@ -4,11 +4,12 @@
 #include <QLocale>
 
 #include <tallywick/AppModel.h>
+#include <tallywick/TextField.h>
 
 namespace tallywick {
 
 NewAccountSettingsSection::NewAccountSettingsSection(AppModel& model, QWidget* parent)
-    : SettingsFormSection(tr("New Accounts"), parent), model_(model), field_(new QLineEdit) {
+    : SettingsFormSection(tr("New Accounts"), parent), model_(model), field_(new TextField) {
     setObjectName(QStringLiteral("newAccountSettings"));
     field_->setObjectName(QStringLiteral("startingPointsField"));
     // The row's label names the field.

@@ -6,12 +6,13 @@
 #include <tallywick/AppModel.h>
 #include <tallywick/EditorButtonsView.h>
 #include <tallywick/StyledLabel.h>
+#include <tallywick/TextField.h>
 
 namespace tallywick {
 
 RenameSheet::RenameSheet(AppModel& model, std::string accountId, const std::string& displayName,
                          QWidget* parent)
-    : QDialog(parent), model_(model), accountId_(std::move(accountId)), name_(new QLineEdit(this)) {
+    : QDialog(parent), model_(model), accountId_(std::move(accountId)), name_(new TextField(this)) {
     setObjectName(QStringLiteral("renameSheet"));
     setWindowTitle(tr("Rename Account"));
     setWindowModality(Qt::WindowModal);

@@ -1,10 +1,15 @@
 // The records pane driven as a person would, against a real host: what the
 // views show, and what their clicks and keys make of the host's state.
+#include <QAccessible>
+#include <QClipboard>
+#include <QContextMenuEvent>
 #include <QLabel>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
+#include <QToolTip>
 
 #include <tallywick/AccountDetailView.h>
 #include <tallywick/AccountHeaderView.h>
@@ -430,6 +435,197 @@ private slots:
         QVERIFY(w.waitForEntries(4));
         QVERIFY(!entryWithMemo(w, "a debit"));
         QCOMPARE(w.find<QLabel>("transactionsHeader")->text(), QString("Transactions (4)"));
+    }
+
+    // Everything the row buttons do, without a mouse: keys, the row menu and
+    // the actions a screen reader offers; and Return on a focused Cancel.
+    void rowsAnswerKeysMenuAndAssistiveTools() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.waitForAccounts(1));
+        const std::string id = w.model().accounts()[0].id;
+        for (const char* memo : {"first", "second", "third", "fourth"})
+            w.model().createEntry(
+                {.accountId = id, .kind = TransactionKind::credit, .amount = 5, .memo = memo});
+        QVERIFY(w.waitForEntries(5));  // with the starting points
+        QVERIFY(QTest::qWaitForWindowActive(&w.window()));
+        LedgerTableView& list = *w.ledger().list();
+        const auto memoAt = [&](int row) {
+            return list.model()->index(row, 0).data(LedgerItemModel::MemoRole);
+        };
+        // Whether every command sent so far has been answered: a later one has come back.
+        const auto settled = [&](const std::string& marker) {
+            w.model().renameAccount(id, marker);
+            return QTest::qWaitFor([&] { return w.account(marker) != nullptr; }, kPatience);
+        };
+
+        // Arriving by Tab, a row is current and painted as such.
+        list.setFocus(Qt::TabFocusReason);
+        QTRY_VERIFY(list.hasFocus());
+        QCOMPARE(list.currentIndex().row(), 0);
+        QVERIFY(paints(*list.viewport(), list.visualRect(list.currentIndex()),
+                       list.palette().color(QPalette::Highlight)));
+        QTest::keyClick(&list, Qt::Key_Down);
+        QCOMPARE(list.currentIndex().row(), 1);
+
+        // Return edits the current row; Return on the focused Cancel cancels.
+        const QString second = memoAt(1).toString();
+        QTest::keyClick(&list, Qt::Key_Return);
+        EditEntrySheet* sheet = w.ledger().editingSheet();
+        QVERIFY(sheet);
+        QCOMPARE(sheet->fields()->memo(), second);
+        QVERIFY(QTest::qWaitForWindowActive(sheet));
+        RecordsWindow::typeInto(sheet->fields()->memoField(), "changed");
+        QTest::keyClick(sheet->fields()->memoField(), Qt::Key_Tab);
+        QTRY_VERIFY(sheet->buttons()->cancelButton()->hasFocus());
+        QTest::keyClick(sheet->buttons()->cancelButton(), Qt::Key_Return);
+        QTRY_VERIFY(!w.ledger().editingSheet());
+        QVERIFY(settled("after cancel"));
+        QVERIFY(entryWithMemo(w, second.toStdString()) && !entryWithMemo(w, "changed"));
+
+        // F2 edits too, and Return on a focused Save saves.
+        // The window manager gives the window back its activation; the list its focus.
+        w.window().activateWindow();
+        QTRY_VERIFY(list.hasFocus());
+        QTest::keyClick(&list, Qt::Key_F2);
+        sheet = w.ledger().editingSheet();
+        QVERIFY(sheet);
+        QVERIFY(QTest::qWaitForWindowActive(sheet));
+        RecordsWindow::typeInto(sheet->fields()->amountField(), "9");
+        sheet->buttons()->saveButton()->setFocus(Qt::TabFocusReason);
+        QTRY_VERIFY(sheet->buttons()->saveButton()->hasFocus());
+        QTest::keyClick(sheet->buttons()->saveButton(), Qt::Key_Return);
+        QTRY_VERIFY_WITH_TIMEOUT(entryWithMemo(w, second.toStdString())->amount == 9, kPatience);
+
+        // Delete deletes the current row at once, and a neighbour becomes current.
+        w.window().activateWindow();
+        QTRY_VERIFY(list.hasFocus());
+        list.setCurrentIndex(list.model()->index(rowOf(w, "first"), 0));
+        QTest::keyClick(&list, Qt::Key_Delete);
+        QVERIFY(w.waitForEntries(4));
+        QVERIFY(!entryWithMemo(w, "first"));
+        QVERIFY(list.currentIndex().isValid());
+
+        // Shift+F10 opens the row's menu; its copies reach the clipboard.
+        list.setCurrentIndex(list.model()->index(rowOf(w, "third"), 0));
+        QTest::keyClick(&list, Qt::Key_F10, Qt::ShiftModifier);
+        QMenu* menu = w.ledger().rowMenu();
+        QVERIFY(menu && menu->isVisible());
+        QStringList labels;
+        for (QAction* action : menu->actions()) {
+            if (!action->isSeparator()) labels << action->text();
+        }
+        QCOMPARE(labels, (QStringList{"Edit", "Delete", "Copy Memo", "Copy Entry ID"}));
+        const auto trigger = [&](QMenu* open, const QString& label) {
+            for (QAction* action : open->actions()) {
+                if (action->text() == label) action->trigger();
+            }
+            open->close();
+        };
+        trigger(menu, "Copy Entry ID");
+        QCOMPARE(QApplication::clipboard()->text(), text(entryWithMemo(w, "third")->id));
+        // A right click opens the menu of the row under the pointer.
+        const QRect fourth = list.visualRect(list.model()->index(rowOf(w, "fourth"), 0));
+        QContextMenuEvent rightClick(QContextMenuEvent::Mouse, fourth.center(),
+                                     list.viewport()->mapToGlobal(fourth.center()));
+        QApplication::sendEvent(list.viewport(), &rightClick);
+        QTRY_VERIFY(w.ledger().rowMenu());
+        trigger(w.ledger().rowMenu(), "Copy Memo");
+        QCOMPARE(QApplication::clipboard()->text(), QString("fourth"));
+        QTRY_VERIFY(!w.ledger().rowMenu());
+        QTest::keyClick(&list, Qt::Key_Menu);
+        QTRY_VERIFY(w.ledger().rowMenu());
+        trigger(w.ledger().rowMenu(), "Delete");
+        QVERIFY(w.waitForEntries(3));
+        QVERIFY(!entryWithMemo(w, "fourth"));
+
+        // A screen reader sees a list of rows, each with its text and two actions.
+        QAccessibleInterface* table = QAccessible::queryAccessibleInterface(&list);
+        QVERIFY(table);
+        QCOMPARE(table->role(), QAccessible::List);
+        QCOMPARE(table->childCount(), 3);
+        const int thirdRow = rowOf(w, "third");
+        QAccessibleInterface* row = table->child(thirdRow);
+        QVERIFY(row && row->role() == QAccessible::ListItem);
+        QCOMPARE(table->indexOfChild(row), thirdRow);
+        QVERIFY(row->text(QAccessible::Name).contains("third"));
+        QVERIFY(row->text(QAccessible::Name).startsWith("Credit"));
+        QAccessibleActionInterface* actions = row->actionInterface();
+        QVERIFY(actions);
+        QCOMPARE(actions->actionNames(), (QStringList{"Edit", "Delete"}));
+        QCOMPARE(actions->localizedActionName("Delete"), QString("Delete"));
+        actions->doAction("Edit");
+        QVERIFY(w.ledger().editingSheet());
+        QCOMPARE(w.ledger().editingSheet()->fields()->memo(), QString("third"));
+        QTest::keyClick(w.ledger().editingSheet(), Qt::Key_Escape);
+        QTRY_VERIFY(!w.ledger().editingSheet());
+        actions->doAction("Delete");
+        QVERIFY(w.waitForEntries(2));
+        QVERIFY(!entryWithMemo(w, "third"));
+        QCOMPARE(table->childCount(), 2);
+
+        // In the rename sheet too, Return on the focused Cancel sends nothing.
+        auto* header = w.find<AccountHeaderView>("accountHeader");
+        w.find<QPushButton>("renameButton")->click();
+        RenameSheet* rename = header->renameSheet();
+        QVERIFY(rename);
+        QVERIFY(QTest::qWaitForWindowActive(rename));
+        RecordsWindow::typeInto(rename->nameField(), "renamed");
+        QTest::keyClick(rename->nameField(), Qt::Key_Tab);
+        QTRY_VERIFY(rename->buttons()->cancelButton()->hasFocus());
+        QTest::keyClick(rename->buttons()->cancelButton(), Qt::Key_Return);
+        QTRY_VERIFY(!header->renameSheet());
+        QVERIFY(settled("after rename cancel"));
+        QVERIFY(!w.account("renamed"));
+    }
+
+    // No field cuts what it holds, and a row shows a long memo whole in its tooltip.
+    void longTextsAreKeptWhole() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.waitForAccounts(1));
+        const std::string id = w.model().accounts()[0].id;
+        QString memo;
+        while (memo.size() < 100000) memo += QString::fromUtf8("long memo \u00e9 %1 ").arg(memo.size());
+        memo.truncate(100000);
+        memo.back() = QChar('Z');
+
+        EntryFields& add = w.addFields();
+        RecordsWindow::typeInto(add.amountField(), "5");
+        add.memoField()->setText(memo);
+        QCOMPARE(add.memo().size(), 100000);
+        QTest::keyClick(add.memoField(), Qt::Key_Return);
+        QVERIFY(w.waitForEntries(2));  // with the starting points
+        const std::string stored = memo.toStdString();
+        QVERIFY(entryWithMemo(w, stored));
+
+        // Only the amount edited: the memo goes back whole.
+        w.ledger().editEntry(*entryWithMemo(w, stored));
+        EditEntrySheet* sheet = w.ledger().editingSheet();
+        QVERIFY(sheet);
+        QCOMPARE(sheet->fields()->memo(), memo);
+        RecordsWindow::typeInto(sheet->fields()->amountField(), "7");
+        QTest::keyClick(sheet->fields()->amountField(), Qt::Key_Return);
+        QTRY_VERIFY_WITH_TIMEOUT(entryWithMemo(w, stored) && entryWithMemo(w, stored)->amount == 7,
+                                 kPatience);
+
+        LedgerTableView& list = *w.ledger().list();
+        const QRect row = list.visualRect(list.model()->index(rowOf(w, stored), 0));
+        const QPoint over(LedgerRowDelegate::badgeRect(row).right() + 40, row.center().y());
+        QHelpEvent help(QEvent::ToolTip, over, list.viewport()->mapToGlobal(over));
+        QApplication::sendEvent(list.viewport(), &help);
+        QTRY_VERIFY(QToolTip::isVisible());
+        QCOMPARE(QToolTip::text(), LedgerRowDelegate::memoToolTip(memo));
+        QToolTip::hideText();
+
+        // The rename field holds a name of the same length.
+        w.find<QPushButton>("renameButton")->click();
+        RenameSheet* rename = w.find<AccountHeaderView>("accountHeader")->renameSheet();
+        rename->nameField()->setText(memo);
+        QTest::keyClick(rename->nameField(), Qt::Key_Return);
+        QTRY_VERIFY_WITH_TIMEOUT(w.account(memo.toStdString()), kPatience);
     }
 
     void renameSheetSendsTheNameAsTyped() {

@@ -23,6 +23,7 @@
 #include <tallywick/LedgerItemModel.h>
 #include <tallywick/LedgerListView.h>
 #include <tallywick/LedgerRowDelegate.h>
+#include <tallywick/LedgerTableView.h>
 #include <tallywick/RootView.h>
 #include <tallywick/ServiceIdentity.h>
 #include <tallywick/TallywickApp.h>

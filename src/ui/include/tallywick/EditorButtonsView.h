@@ -7,8 +7,9 @@ class QPushButton;
 
 namespace tallywick {
 
-// The Cancel/Save row at the foot of every editing sheet: Escape cancels and
-// Return saves, wherever the focus is in the sheet. Neither is ever disabled.
+// The Cancel/Save row at the foot of every editing sheet (a dialog): Escape
+// cancels wherever the focus is; Return saves from the sheet's fields and
+// presses whichever button has the focus. Neither is ever disabled.
 class EditorButtonsView : public QWidget {
     Q_OBJECT
 

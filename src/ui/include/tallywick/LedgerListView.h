@@ -7,7 +7,7 @@
 
 #include <tallywick/LedgerEntry.h>
 
-class QTableView;
+class QMenu;
 
 namespace tallywick {
 
@@ -15,10 +15,12 @@ class AppModel;
 class EditEntrySheet;
 class LedgerItemModel;
 class LedgerRowDelegate;
+class LedgerTableView;
 class StyledLabel;
 
 // The account's ledger under the header "Transactions (n)": one row per
-// entry with edit and delete buttons. Delete goes to the host at once,
+// entry with edit and delete buttons, the same two on the row's keys, and a
+// row menu that can also copy the memo or the entry's identifier. Delete goes to the host at once,
 // without asking; edit opens one sheet at a time. Nothing changes here until
 // the host's new state arrives.
 class LedgerListView : public QWidget {
@@ -34,7 +36,9 @@ public:
     void editEntry(const LedgerEntry& entry);
     EditEntrySheet* editingSheet() const;
 
-    QTableView* list() const { return list_; }
+    LedgerTableView* list() const { return list_; }
+    // The row menu (Edit, Delete, Copy Memo, Copy Entry ID) while it is open.
+    QMenu* rowMenu() const;
     LedgerItemModel* items() const { return items_; }
     LedgerRowDelegate* rows() const { return rows_; }
 
@@ -44,10 +48,13 @@ protected:
 private:
     AppModel& model_;
     StyledLabel* header_;
-    QTableView* list_;
+    void openRowMenu(const QModelIndex& index, const QPoint& globalPosition);
+
+    LedgerTableView* list_;
     LedgerItemModel* items_;
     LedgerRowDelegate* rows_;
     QPointer<EditEntrySheet> editing_;
+    QPointer<QMenu> rowMenu_;
 };
 
 }  // namespace tallywick

@@ -7,7 +7,9 @@ namespace tallywick {
 
 // Draws one ledger row: the type badge, memo and date, the signed amount,
 // and the row's two icon buttons (edit, delete), which it also answers:
-// hover, press, release on the same button, and their tooltips.
+// hover, press, release on the same button, and their tooltips. The row the
+// keyboard is on shows a focus ring; a memo cut short has the whole of it as
+// the row's tooltip.
 class LedgerRowDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
@@ -30,6 +32,8 @@ public:
     static QRect badgeRect(const QRect& row);
     // The date and time of an entry as rows show it, in the user's locale.
     static QString dateText(const QDateTime& when);
+    // The tooltip of a row whose memo does not fit: the memo, whole.
+    static QString memoToolTip(const QString& memo);
 
     // The view reports a press here (presses do not reach delegates); a
     // release on the same button of the same row is a click.

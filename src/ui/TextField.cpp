@@ -1,0 +1,11 @@
+#include <tallywick/TextField.h>
+
+#include <limits>
+
+namespace tallywick {
+
+TextField::TextField(QWidget* parent) : QLineEdit(parent) {
+    setMaxLength(std::numeric_limits<int>::max());
+}
+
+}  // namespace tallywick
