@@ -144,8 +144,10 @@ QVariant AccountsSidebarModel::accountData(const Account& account, int role) con
     switch (role) {
         case Qt::DisplayRole: return fromStd(account.displayName);
         case Qt::AccessibleTextRole:
-            return fromStd(account.displayName) + QStringLiteral(", ") +
-                   AppStyle::plainAmountText(account.balance);
+            return QStringList{fromStd(account.displayName), accountData(account, SubtitleRole).toString(),
+                               account.isConnected ? tr("connected") : tr("not connected"),
+                               AppStyle::plainAmountText(account.balance)}
+                .join(QStringLiteral(", "));
         case KindRole: return static_cast<int>(RowKind::account);
         case IdRole: return fromStd(account.id);
         case SubtitleRole:
@@ -159,8 +161,10 @@ QVariant AccountsSidebarModel::accountData(const Account& account, int role) con
 QVariant AccountsSidebarModel::connectionData(const LiveConnection& connection, int role) const {
     switch (role) {
         case Qt::DisplayRole:
-        case Qt::AccessibleTextRole:
             return connection.clientInfo ? fromStd(connection.clientInfo->displayLabel()) : tr("connecting…");
+        case Qt::AccessibleTextRole:
+            return connectionData(connection, Qt::DisplayRole).toString() + QStringLiteral(", ") +
+                   connectionData(connection, SubtitleRole).toString();
         case KindRole: return static_cast<int>(RowKind::connection);
         case IdRole: return fromStd(connection.id);
         case SubtitleRole: return connection.authenticated ? tr("authenticated") : tr("unauthenticated");

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <unordered_set>
 
+#include <tallywick/ApiLogHeaderLine.h>
+#include <tallywick/DirectionBadge.h>
 #include <tallywick/KeyedRowUpdate.h>
 
 namespace tallywick {
@@ -127,6 +129,14 @@ QVariant ApiLogItemModel::data(const QModelIndex& index, int role) const {
     const ApiLogEntry& entry = row->entry;
     switch (role) {
         case Qt::DisplayRole: return row->shownPayload;
+        case Qt::AccessibleTextRole: {
+            // What the row's first line and badge show, then the payload it shows.
+            QStringList parts{ApiLogHeaderLine::methodText(entry)};
+            if (entry.clientLabel) parts << ApiLogHeaderLine::clientText(entry);
+            parts << DirectionBadge::name(entry.direction) << ApiLogHeaderLine::timeText(entry.timestamp)
+                  << row->shownPayload;
+            return parts.join(QStringLiteral(", "));
+        }
         case IdRole: return fromStd(entry.id);
         case DirectionRole: return static_cast<int>(entry.direction);
         case MethodRole: return optionalText(entry.method);

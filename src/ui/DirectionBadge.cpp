@@ -1,5 +1,7 @@
 #include <tallywick/DirectionBadge.h>
 
+#include <QCoreApplication>
+
 #include <QFontMetrics>
 #include <QPainter>
 
@@ -7,6 +9,15 @@
 #include <tallywick/SymbolIcons.h>
 
 namespace tallywick::DirectionBadge {
+
+QString name(Direction direction) {
+    switch (direction) {
+        case Direction::request: return QCoreApplication::translate("DirectionBadge", "Request");
+        case Direction::response: return QCoreApplication::translate("DirectionBadge", "Response");
+        case Direction::notification: return QCoreApplication::translate("DirectionBadge", "Notification");
+    }
+    return QCoreApplication::translate("DirectionBadge", "Notification");
+}
 
 std::string_view symbolName(Direction direction) {
     switch (direction) {

@@ -5,13 +5,14 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 
+#include <tallywick/EntryTypePicker.h>
 #include <tallywick/TextField.h>
 
 namespace tallywick {
 
 EntryFields::EntryFields(QWidget* parent)
     : QWidget(parent),
-      type_(new QComboBox(this)),
+      type_(new EntryTypePicker(this)),
       amount_(new TextField(this)),
       memo_(new TextField(this)),
       amountFade_(new QGraphicsOpacityEffect(amount_)) {

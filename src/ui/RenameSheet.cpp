@@ -22,6 +22,7 @@ RenameSheet::RenameSheet(AppModel& model, std::string accountId, const std::stri
     title->setText(tr("Rename Account"));
     name_->setObjectName(QStringLiteral("displayNameField"));
     name_->setPlaceholderText(tr("Display name"));
+    name_->setAccessibleName(tr("Display name"));
     name_->setText(QString::fromUtf8(displayName.data(), static_cast<qsizetype>(displayName.size())));
     name_->selectAll();
     buttons_ = new EditorButtonsView([this] { reject(); }, [this] { save(); }, this);

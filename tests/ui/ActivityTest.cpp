@@ -142,6 +142,11 @@ private slots:
         QCOMPARE(at(0, ApiLogItemModel::ClientLabelRole).toString(), QString("alpha"));
         // The handshake was logged before the connection knew its client.
         QVERIFY(at(3, ApiLogItemModel::ClientLabelRole).toString().isNull());
+        // A screen reader hears the row's first line and badge before its payload.
+        const QString time = ApiLogHeaderLine::timeText(w.model().apiLog()[1].timestamp);
+        QCOMPARE(at(1, Qt::AccessibleTextRole).toString(),
+                 "ping, alpha, Request, " + time + ", " + at(1, Qt::DisplayRole).toString());
+        QVERIFY(at(3, Qt::AccessibleTextRole).toString().startsWith("initialize, Request, "));
 
         // One row in at the top per message, none out, never a reset.
         QCOMPARE(inserted.size(), 4);

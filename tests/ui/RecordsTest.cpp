@@ -2,6 +2,7 @@
 // views show, and what their clicks and keys make of the host's state.
 #include <QAccessible>
 #include <QClipboard>
+#include <QComboBox>
 #include <QContextMenuEvent>
 #include <QLabel>
 #include <QMenu>
@@ -565,11 +566,23 @@ private slots:
         QVERIFY(!entryWithMemo(w, "third"));
         QCOMPARE(table->childCount(), 2);
 
+        // The fields are named by what they ask for, not by what they hold.
+        QComboBox* picker = w.addFields().typePicker();
+        QAccessibleInterface* pickerNode = QAccessible::queryAccessibleInterface(picker);
+        QCOMPARE(pickerNode->role(), QAccessible::ComboBox);
+        QCOMPARE(pickerNode->text(QAccessible::Name), QString("Type"));
+        QCOMPARE(pickerNode->text(QAccessible::Value), QString("Credit"));
+        QCOMPARE(pickerNode->child(0)->object(), picker->view());
+        RecordsWindow::pickType(w.addFields(), EntryType::penalty);
+        QCOMPARE(pickerNode->text(QAccessible::Value), QString("Penalty"));
+
         // In the rename sheet too, Return on the focused Cancel sends nothing.
         auto* header = w.find<AccountHeaderView>("accountHeader");
         w.find<QPushButton>("renameButton")->click();
         RenameSheet* rename = header->renameSheet();
         QVERIFY(rename);
+        QCOMPARE(QAccessible::queryAccessibleInterface(rename->nameField())->text(QAccessible::Name),
+                 QString("Display name"));
         QVERIFY(QTest::qWaitForWindowActive(rename));
         RecordsWindow::typeInto(rename->nameField(), "renamed");
         QTest::keyClick(rename->nameField(), Qt::Key_Tab);

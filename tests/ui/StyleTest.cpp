@@ -179,6 +179,11 @@ private slots:
         QCOMPARE(model.index(1, 0, connections).data(AccountsSidebarModel::SubtitleRole).toString(),
                  QString("authenticated"));
         QCOMPARE(model.index(0, 0, accounts).data().toString(), QString("Alpha %1"));
+        // A screen reader hears what the row shows: name, mode, connection state, balance.
+        QCOMPARE(model.index(1, 0, accounts).data(Qt::AccessibleTextRole).toString(),
+                 QString("Beta, credential, not connected, -7"));
+        QCOMPARE(model.index(1, 0, connections).data(Qt::AccessibleTextRole).toString(),
+                 QString("T, authenticated"));
         QVERIFY(model.flags(model.index(0, 0, accounts)) & Qt::ItemIsSelectable);
         QVERIFY(!(model.flags(model.index(0, 0, connections)) & Qt::ItemIsSelectable));
         QVERIFY(!(model.flags(accounts) & Qt::ItemIsSelectable));

@@ -3,6 +3,7 @@
 #include <QColor>
 #include <QPalette>
 #include <QRect>
+#include <QString>
 #include <string_view>
 
 #include <tallywick/Direction.h>
@@ -18,6 +19,8 @@ inline constexpr int width = 20;
 inline constexpr int topPadding = 2;
 
 std::string_view symbolName(Direction direction);
+// What the symbol says, for screen readers: "Request", "Response" or "Notification".
+QString name(Direction direction);
 // System blue for a request, green for a response, purple for a notification.
 QColor color(Direction direction, const QPalette& palette);
 
