@@ -1,5 +1,7 @@
 #include <tallywick/AccountDetailView.h>
 
+#include <QScrollArea>
+
 #include <tallywick/LoadedAccountView.h>
 #include <tallywick/NoSelectionView.h>
 
@@ -8,10 +10,20 @@ namespace tallywick {
 AccountDetailView::AccountDetailView(AppModel& model, QWidget* parent)
     : QStackedWidget(parent),
       noSelection_(new NoSelectionView(this)),
-      loaded_(new LoadedAccountView(model, this)) {
+      loaded_(new LoadedAccountView(model)),
+      scroller_(new QScrollArea(this)) {
     setObjectName(QStringLiteral("accountDetail"));
+    // In a small window the account's parts keep their sizes and the column
+    // scrolls, rather than squeezing lines until they are cut.
+    scroller_->setObjectName(QStringLiteral("accountDetailScroller"));
+    scroller_->setFrameShape(QFrame::NoFrame);
+    scroller_->setWidgetResizable(true);
+    scroller_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroller_->viewport()->setAutoFillBackground(false);
+    scroller_->setWidget(loaded_);
+    loaded_->setAutoFillBackground(false);
     addWidget(noSelection_);
-    addWidget(loaded_);
+    addWidget(scroller_);
     setCurrentWidget(noSelection_);
 }
 
@@ -21,11 +33,11 @@ void AccountDetailView::setAccount(const std::optional<Account>& account) {
         return;
     }
     loaded_->setAccount(*account);
-    setCurrentWidget(loaded_);
+    setCurrentWidget(scroller_);
 }
 
 bool AccountDetailView::showsAccount() const {
-    return currentWidget() == static_cast<QWidget*>(loaded_);
+    return currentWidget() == static_cast<QWidget*>(scroller_);
 }
 
 void AccountDetailView::setEntries(const std::vector<LedgerEntry>& entries,

@@ -1,7 +1,10 @@
 #include <tallywick/AccountsSidebarDelegate.h>
 
+#include <QAbstractItemView>
+#include <QHelpEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QToolTip>
 
 #include <tallywick/AccountsSidebarModel.h>
 #include <tallywick/AppStyle.h>
@@ -85,6 +88,28 @@ QRect contentRect(const QStyleOptionViewItem& option) {
     return option.rect.adjusted(inset, 0, -inset, 0);
 }
 
+// The room for an account's name and mode: after its dot, before its balance.
+QRect accountTextArea(const QStyleOptionViewItem& option, const QModelIndex& index) {
+    QRect area = contentRect(option);
+    const QString balance =
+        AppStyle::plainAmountText(index.data(AccountsSidebarModel::BalanceRole).toLongLong());
+    area.setLeft(area.left() + 8 + 8);
+    area.setRight(area.right() - QFontMetrics(AppStyle::amountFont()).horizontalAdvance(balance) - 8);
+    return area;
+}
+
+QRect connectionSymbolRect(const QStyleOptionViewItem& option) {
+    const QRect area = contentRect(option);
+    return {area.left() - 4, area.center().y() - kSymbolSize / 2 + 1, kSymbolSize, kSymbolSize};
+}
+
+// The room for a connection's name and state: after its symbol.
+QRect connectionTextArea(const QStyleOptionViewItem& option) {
+    QRect area = contentRect(option);
+    area.setLeft(connectionSymbolRect(option).right() + 1 + 8);
+    return area;
+}
+
 }  // namespace
 
 void AccountsSidebarDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -130,26 +155,22 @@ void AccountsSidebarDelegate::paintAccount(QPainter& painter, const QStyleOption
                                            const QModelIndex& index) const {
     paintHighlight(painter, option);
     const QPalette& palette = option.palette;
-    QRect area = contentRect(option);
+    const QRect content = contentRect(option);
 
     const bool connected = index.data(AccountsSidebarModel::ConnectedRole).toBool();
-    const QRectF dot(area.left(), area.center().y() - 3.5, 8, 8);
+    const QRectF dot(content.left(), content.center().y() - 3.5, 8, 8);
     painter.setPen(Qt::NoPen);
     painter.setBrush(connected ? AppStyle::connectedColor(palette) : AppStyle::disconnectedColor(palette));
     painter.drawEllipse(dot);
-    area.setLeft(area.left() + 8 + 8);
 
     const qlonglong balance = index.data(AccountsSidebarModel::BalanceRole).toLongLong();
-    const QString balanceText = AppStyle::plainAmountText(balance);
-    const QFont amountFont = AppStyle::amountFont();
-    const int balanceWidth = QFontMetrics(amountFont).horizontalAdvance(balanceText);
-    painter.setFont(amountFont);
+    painter.setFont(AppStyle::amountFont());
     painter.setPen(AppStyle::amountColor(balance, palette));
-    painter.drawText(area, Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine, balanceText);
-    area.setRight(area.right() - balanceWidth - 8);
+    painter.drawText(content, Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine,
+                     AppStyle::plainAmountText(balance));
 
-    paintTwoLines(painter, area, index.data(Qt::DisplayRole).toString(), AppStyle::font(TextStyle::body),
-                  AppStyle::foreground(palette, Foreground::primary),
+    paintTwoLines(painter, accountTextArea(option, index), index.data(Qt::DisplayRole).toString(),
+                  AppStyle::font(TextStyle::body), AppStyle::foreground(palette, Foreground::primary),
                   index.data(AccountsSidebarModel::SubtitleRole).toString(),
                   AppStyle::foreground(palette, Foreground::tertiary));
 }
@@ -157,17 +178,33 @@ void AccountsSidebarDelegate::paintAccount(QPainter& painter, const QStyleOption
 void AccountsSidebarDelegate::paintConnection(QPainter& painter, const QStyleOptionViewItem& option,
                                               const QModelIndex& index) const {
     const QPalette& palette = option.palette;
-    QRect area = contentRect(option);
     const bool authenticated = index.data(AccountsSidebarModel::ConnectedRole).toBool();
-    const QRect symbol(area.left() - 4, area.center().y() - kSymbolSize / 2 + 1, kSymbolSize, kSymbolSize);
-    SymbolIcons::paint(painter, symbol, authenticated ? "person.fill.checkmark" : "person.fill.questionmark",
+    SymbolIcons::paint(painter, connectionSymbolRect(option),
+                       authenticated ? "person.fill.checkmark" : "person.fill.questionmark",
                        authenticated ? AppStyle::connectedColor(palette)
                                      : AppStyle::foreground(palette, Foreground::secondary));
-    area.setLeft(symbol.right() + 1 + 8);
-    paintTwoLines(painter, area, index.data(Qt::DisplayRole).toString(), AppStyle::font(TextStyle::callout),
-                  AppStyle::foreground(palette, Foreground::primary),
+    paintTwoLines(painter, connectionTextArea(option), index.data(Qt::DisplayRole).toString(),
+                  AppStyle::font(TextStyle::callout), AppStyle::foreground(palette, Foreground::primary),
                   index.data(AccountsSidebarModel::SubtitleRole).toString(),
                   AppStyle::foreground(palette, Foreground::tertiary));
+}
+
+bool AccountsSidebarDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
+                                        const QStyleOptionViewItem& option, const QModelIndex& index) {
+    // A name cut short in its row is shown whole.
+    if (event->type() == QEvent::ToolTip && kindOf(index) != Kind::section) {
+        const bool account = kindOf(index) == Kind::account;
+        const QString name = index.data(Qt::DisplayRole).toString();
+        const QFont font = AppStyle::font(account ? TextStyle::body : TextStyle::callout);
+        const QRect area = account ? accountTextArea(option, index) : connectionTextArea(option);
+        if (QFontMetrics(font).horizontalAdvance(name) > area.width()) {
+            QToolTip::showText(event->globalPos(), name, view, option.rect);
+            return true;
+        }
+        QToolTip::hideText();
+        return true;
+    }
+    return QStyledItemDelegate::helpEvent(event, view, option, index);
 }
 
 }  // namespace tallywick

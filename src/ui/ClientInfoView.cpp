@@ -1,5 +1,6 @@
 #include <tallywick/ClientInfoView.h>
 
+#include <QFontMetrics>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
@@ -23,7 +24,14 @@ QWidget* makeClientInfoRow(const ClientInfoField& field, QWidget* parent) {
     row->setObjectName(QStringLiteral("clientInfoRow"));
     auto* key = new StyledLabel(AppStyle::monospacedSmall(), AppStyle::tint(Foreground::secondary), row);
     key->setObjectName(QStringLiteral("clientInfoKey"));
-    key->setText(fromStd(field.key));
+    // A key wider than its column ends in an ellipsis, and shows whole as its tooltip.
+    const QString keyText = fromStd(field.key);
+    const QString shown = QFontMetrics(key->font()).elidedText(keyText, Qt::ElideRight, kKeyWidth);
+    key->setText(shown);
+    if (shown != keyText) {
+        key->setToolTip(keyText);
+        key->setAccessibleName(keyText);
+    }
     key->setFixedWidth(kKeyWidth);
     key->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     auto* value = new StyledLabel(TextStyle::caption, Foreground::primary, row);

@@ -1,6 +1,8 @@
 #include <tallywick/ConnectionStatusView.h>
 
+#include <QFontMetrics>
 #include <QHBoxLayout>
+#include <algorithm>
 
 #include <tallywick/AppModel.h>
 #include <tallywick/StatusDot.h>
@@ -31,6 +33,11 @@ ConnectionStatusView::ConnectionStatusView(AppModel& model, QWidget* parent)
 
     showConnection();
     showVersion();
+    // One width for both words, so that nothing beside them moves when the host comes or goes.
+    const QFontMetrics metrics(status_->font());
+    const int widest = std::max(metrics.horizontalAdvance(tr("Host connected")),
+                                metrics.horizontalAdvance(tr("Host offline")));
+    status_->setFixedSize(widest + 1, status_->sizeHint().height());
     connect(&model_, &AppModel::isConnectedChanged, this, &ConnectionStatusView::showConnection);
     connect(&model_, &AppModel::hostVersionChanged, this, &ConnectionStatusView::showVersion);
 }
@@ -40,7 +47,7 @@ void ConnectionStatusView::showConnection() {
     dot_->setTint([connected](const QPalette& palette) {
         return connected ? AppStyle::connectedColor(palette) : AppStyle::disconnectedColor(palette);
     });
-    status_->setTextFixingSize(connected ? tr("Host connected") : tr("Host offline"));
+    status_->setText(connected ? tr("Host connected") : tr("Host offline"));
 }
 
 void ConnectionStatusView::showVersion() {

@@ -60,6 +60,8 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     list_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     list_->verticalHeader()->setDefaultSectionSize(
         rows_->sizeHint(QStyleOptionViewItem(), QModelIndex()).height());
+    // Room for a few rows at least: in a small window the detail column scrolls instead.
+    list_->setMinimumHeight(3 * list_->verticalHeader()->defaultSectionSize());
     list_->setShowGrid(false);
     list_->setWordWrap(false);
     list_->setCornerButtonEnabled(false);

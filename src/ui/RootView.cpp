@@ -1,6 +1,7 @@
 #include <tallywick/RootView.h>
 
 #include <QAction>
+#include <QHBoxLayout>
 #include <QToolBar>
 
 #include <tallywick/ActivityView.h>
@@ -34,11 +35,21 @@ QWidget* makeRootView(AppModel& model, QMainWindow& window) {
     auto* spacer = new QWidget(toolbar);
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     toolbar->addWidget(spacer);
-    QAction* status = toolbar->addWidget(root->records()->toolbarItem());
+    // The indicator belongs to the records pane and shows with it. Its place
+    // stays when it hides, so the strip keeps one height on every pane and
+    // the tabs below never move.
+    QWidget* status = root->records()->toolbarItem();
+    QSizePolicy policy = status->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    status->setSizePolicy(policy);
+    auto* place = new QWidget(toolbar);
+    place->setObjectName(QStringLiteral("connectionStatusPlace"));
+    auto* placeLayout = new QHBoxLayout(place);
+    placeLayout->setContentsMargins(0, 0, 0, 0);
+    placeLayout->addWidget(status);
+    toolbar->addWidget(place);
     window.addToolBar(Qt::TopToolBarArea, toolbar);
     window.setContextMenuPolicy(Qt::NoContextMenu);
-
-    // The indicator belongs to the records pane and shows with it.
     QObject::connect(root, &QTabWidget::currentChanged, status,
                      [root, status](int) { status->setVisible(root->currentWidget() == root->records()); });
     return root;

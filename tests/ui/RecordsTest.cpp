@@ -4,10 +4,12 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QContextMenuEvent>
+#include <QHeaderView>
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
 #include <QToolTip>
@@ -119,21 +121,31 @@ private slots:
         QVERIFY(!w.model().hostVersion().empty());
         QCOMPARE(dot->color(), AppStyle::connectedColor(dot->palette()));
         QVERIFY(w.find<ConnectionStatusView>("connectionStatus")->isVisible());
-        root->setCurrentIndex(1);
-        QTRY_VERIFY(!w.find<ConnectionStatusView>("connectionStatus")->isVisible());
+        // The indicator goes with the records pane; the strip and the tabs stay where they are.
+        const auto tabsTop = [&] { return root->tabBar()->mapTo(&w.window(), QPoint()).y(); };
+        const int recordsTabsTop = tabsTop();
+        const QRect statusPlace = w.find<QWidget>("connectionStatusPlace")->geometry();
+        for (int pane : {1, 2}) {
+            root->setCurrentIndex(pane);
+            QTRY_VERIFY(!w.find<ConnectionStatusView>("connectionStatus")->isVisible());
+            QCOMPARE(tabsTop(), recordsTabsTop);
+            QCOMPARE(w.find<QWidget>("connectionStatusPlace")->geometry(), statusPlace);
+        }
         root->setCurrentIndex(0);
         QTRY_VERIFY(w.find<ConnectionStatusView>("connectionStatus")->isVisible());
+        const QRect versionPlace = version->geometry();
 
         // The columns keep their minimum widths in the smallest window.
         w.window().resize(MainWindow::minimumContentSize);
         QTRY_VERIFY(root->records()->detailContainer()->width() >= DetailContainerView::minimumWidth);
         QVERIFY(root->records()->sidebar()->width() >= AccountsSidebar::minimumWidth);
 
-        // Dropped: the words and dot switch, the version stays.
+        // Dropped: the words and dot switch, the version stays, and in its place.
         w.host().kill(SIGKILL);
         QTRY_COMPARE_WITH_TIMEOUT(status->text(), QString("Host offline"), kPatience);
         QCOMPARE(version->text(), "v" + text(w.model().hostVersion()));
         QCOMPARE(dot->color(), AppStyle::disconnectedColor(dot->palette()));
+        QCOMPARE(version->geometry(), versionPlace);
     }
 
     void sidebarListsBothSectionsAndBindsTheSelection() {
@@ -210,6 +222,46 @@ private slots:
             rect.setLeft(rect.right() - 60);
             QVERIFY2(paints(*sidebar.viewport(), rect, over(colour, palette.color(QPalette::Base))), name);
         }
+    }
+
+    // In the smallest window nothing is cut: the detail column scrolls, and
+    // what is elided shows whole as its tooltip.
+    void smallWindowScrollsTheDetailAndElidesWithTooltips() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        std::string fields = R"(,"anUnusuallyLongClientInformationKey":"x")";
+        for (int i = 0; i < 12; ++i)
+            fields += ",\"field" + std::to_string(i) + "\":\"" + std::string(180, 'v') + " end\"";
+        const std::string longName = "an agent whose name is far too long for the sidebar to show whole";
+        QVERIFY(w.connectAgent(longName, fields));
+        QVERIFY(w.waitForAccounts(1));
+        w.window().resize(MainWindow::minimumContentSize);
+
+        auto* detail = w.find<AccountDetailView>("accountDetail");
+        QScrollArea* scroller = detail->scroller();
+        QTRY_VERIFY(scroller->verticalScrollBar()->maximum() > 0);
+        QWidget* loaded = scroller->widget();
+        QVERIFY(loaded->height() >= loaded->minimumSizeHint().height());
+        for (QLabel* value : loaded->findChildren<QLabel*>("clientInfoValue"))
+            QVERIFY(value->height() >= value->heightForWidth(value->width()));
+        QVERIFY(w.ledger().list()->height() >= 3 * w.ledger().list()->verticalHeader()->defaultSectionSize());
+        // With room enough, nothing scrolls.
+        w.window().resize(1600, 1400);
+        QTRY_COMPARE(scroller->verticalScrollBar()->maximum(), 0);
+        w.window().resize(MainWindow::minimumContentSize);
+
+        QLabel* longKey = loaded->findChildren<QLabel*>("clientInfoKey")[0];
+        QVERIFY(longKey->text().endsWith(QChar(0x2026)));
+        QCOMPARE(longKey->toolTip(), QString("anUnusuallyLongClientInformationKey"));
+        QVERIFY(QFontMetrics(longKey->font()).horizontalAdvance(longKey->text()) <= longKey->width());
+
+        AccountsSidebar& sidebar = w.sidebar();
+        const QRect row = sidebar.visualRect(sidebar.items().indexOfAccount(w.model().accounts()[0].id));
+        QHelpEvent help(QEvent::ToolTip, row.center(), sidebar.viewport()->mapToGlobal(row.center()));
+        QApplication::sendEvent(sidebar.viewport(), &help);
+        QTRY_VERIFY(QToolTip::isVisible());
+        QCOMPARE(QToolTip::text(), text(longName));
+        QToolTip::hideText();
     }
 
     void detailShowsTheAccountAndItsClientInfo() {

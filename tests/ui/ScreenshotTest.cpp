@@ -2,6 +2,7 @@
 // light and a dark palette, for a person to look at. They land in the build
 // folder's "screenshots".
 #include <QDir>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStyle>
@@ -103,6 +104,24 @@ private slots:
             const QImage shot = w.window().grab().toImage();
             const QColor corner = shot.pixelColor(shot.width() - 5, shot.height() - 5);
             QVERIFY(qAbs(corner.lightness() - palette.color(QPalette::Window).lightness()) < 40);
+
+            // Driven from the keyboard: the current row's ring, and its menu.
+            LedgerTableView& list = *w.ledger().list();
+            list.setFocus(Qt::TabFocusReason);
+            list.setCurrentIndex(list.model()->index(2, 0));
+            QTest::keyClick(&list, Qt::Key_F10, Qt::ShiftModifier);
+            QVERIFY(w.ledger().rowMenu());
+            QVERIFY(QTest::qWaitForWindowExposed(w.ledger().rowMenu()));
+            save(&w.window(), "records-keyboard-" + scheme);
+            save(w.ledger().rowMenu(), "row-menu-" + scheme);
+            w.ledger().rowMenu()->close();
+            QTRY_VERIFY(!w.ledger().rowMenu());
+
+            // The smallest window: the detail column scrolls.
+            w.window().resize(MainWindow::minimumContentSize);
+            QTRY_COMPARE(w.window().centralWidget()->size(), MainWindow::minimumContentSize);
+            save(&w.window(), "records-smallest-" + scheme);
+            w.window().resize(MainWindow::defaultSize);
 
             auto* header = w.find<AccountHeaderView>("accountHeader");
             w.find<QPushButton>("renameButton")->click();

@@ -8,14 +8,16 @@
 #include <tallywick/Account.h>
 #include <tallywick/LedgerEntry.h>
 
+class QScrollArea;
+
 namespace tallywick {
 
 class AppModel;
 class LoadedAccountView;
 class NoSelectionView;
 
-// The detail column's content: the loaded account, or the hint to select
-// one when there is none.
+// The detail column's content: the loaded account (scrolling when the window
+// is too small for it), or the hint to select one when there is none.
 class AccountDetailView : public QStackedWidget {
     Q_OBJECT
 
@@ -29,10 +31,13 @@ public:
     bool showsAccount() const;
     LoadedAccountView* loaded() const { return loaded_; }
     NoSelectionView* noSelection() const { return noSelection_; }
+    // The loaded account scrolls in here when it does not fit.
+    QScrollArea* scroller() const { return scroller_; }
 
 private:
     NoSelectionView* noSelection_;
     LoadedAccountView* loaded_;
+    QScrollArea* scroller_;
 };
 
 }  // namespace tallywick
