@@ -8,9 +8,11 @@ empty HOME and XDG folders. The window is read through the accessibility tree
   2. an agent signs up through the installed tallywick-bridge and its account
      appears in the sidebar;
   3. an amount typed into the add form reaches the agent's getBalance;
-  4. the host is killed and started again, and the next command in the
-     window reaches it;
-  5. a screenshot of the screen is kept.
+  4. the host is killed and started again, and the window says "Host
+     connected" within a second, with nobody touching it;
+  5. a ledger row is edited, cancelled, deleted and given its menu from
+     the keyboard alone, and deleted through its accessibility action;
+  6. a screenshot of the screen is kept.
 Run inside `dbus-run-session`; needs TALLYWICK_E2E_BIN (the installed bin
 folder) and TALLYWICK_E2E_SCRATCH (a folder of its own).
 """
@@ -103,14 +105,52 @@ def find(node, predicate, depth=0):
     return None
 
 
-def element(role, name=None, prefix=None):
+def element(role, name=None, prefix=None, within=None):
     def matches(node):
         if node.getRoleName() != role:
             return False
         if name is not None:
             return node.name == name
         return node.name.startswith(prefix)
-    return find(application(), matches)
+    return find(within if within is not None else application(), matches)
+
+
+def focused(node):
+    import pyatspi
+    try:
+        return node.getState().contains(pyatspi.STATE_FOCUSED)
+    except Exception:
+        return False
+
+
+def showing(node):
+    import pyatspi
+    try:
+        return node.getState().contains(pyatspi.STATE_SHOWING)
+    except Exception:
+        return False
+
+
+def dialog(title):
+    return find(application(), lambda node: node.getRoleName() == "dialog" and node.name == title
+                and showing(node))
+
+
+def ledger_row(memo):
+    """The ledger's list item whose spoken text names the memo."""
+    ledger = element("list", "Transactions")
+    if ledger is None:
+        return None
+    for item in ledger:
+        if item is not None and item.getRoleName() == "list item" and memo in item.name:
+            return item
+    return None
+
+
+def visible_windows(env):
+    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--classname", "tallywick"], env=env,
+                           capture_output=True, text=True)
+    return set(found.stdout.split())
 
 
 def center(node):
@@ -235,6 +275,8 @@ def host_pids():
 
 
 def main():
+    if len(BIN) <= 100:
+        fail("the programs are installed in %s, a path of 100 characters or fewer" % BIN)
     shutil.rmtree(SCRATCH, ignore_errors=True)
     os.makedirs(SCRATCH)
     env = setup_environment()
@@ -272,21 +314,90 @@ def main():
     wait_for("the entry to reach the agent", lambda: agent.tool("getBalance", {})["balance"] == start + 125)
     print("an entry typed in the window reached getBalance: %d" % (start + 125))
 
-    # 4. The host dies and comes back; the next command in the window reaches it.
+    # 4. The host dies and comes back; the window notices by itself.
     killed = host_pids()
     for pid in killed:
         os.kill(pid, signal.SIGKILL)
     wait_for("the host to be gone", lambda: all(finished(pid) for pid in killed), 10)
+    wait_for('"Host offline"', lambda: element("label", "Host offline"))
     spawn([os.path.join(BIN, "tallywick-host")], env, os.path.join(SCRATCH, "host-again.log"))
     wait_for("the host to listen again", host_accepts, 10)
+    listening = time.monotonic()
+    while element("label", "Host connected") is None:
+        if time.monotonic() - listening > 1.0:
+            fail('"Host connected" more than 1 s after the host listened again, with no command')
+        time.sleep(0.02)
+    print('"Host connected" %.0f ms after the host listened again' % ((time.monotonic() - listening) * 1000))
     type_into(env, element("text", "Amount"), "5")
     type_into(env, element("text", "Memo"), "after the restart")
     click(env, element("push button", "Add"))
     wait_for("the entry after the restart", lambda: agent.tool("getBalance", {})["balance"] == start + 130)
-    wait_for('"Host connected" again', lambda: element("label", "Host connected"))
-    print("after a host restart the next command went through")
+    print("the next command went through")
 
-    # 5. What a person would have seen.
+    # 5. The ledger from the keyboard. Return on a row opens its edit sheet.
+    click(env, wait_for("the new row", lambda: ledger_row("after the restart")))
+    wait_for("the row to have the focus", lambda: focused(ledger_row("after the restart")))
+    xdotool(env, "key", "Return")
+    sheet = wait_for("the edit sheet", lambda: dialog("Edit Transaction"))
+    x, y = center(sheet)
+    xdotool(env, "mousemove", "--sync", str(x), str(y))
+    amount = element("text", "Amount", within=sheet)
+    cancel = element("push button", "Cancel", within=sheet)
+    for _ in range(8):
+        if focused(amount):
+            break
+        xdotool(env, "key", "Tab")
+    xdotool(env, "key", "ctrl+a", "BackSpace")
+    xdotool(env, "type", "999")
+    for _ in range(8):
+        if focused(cancel):
+            break
+        xdotool(env, "key", "Tab")
+    if not focused(cancel):
+        fail("Tab never reached Cancel in the edit sheet")
+    # Return on the focused Cancel cancels: the 999 is never sent.
+    xdotool(env, "key", "Return")
+    wait_for("the sheet to close", lambda: dialog("Edit Transaction") is None, 10)
+    type_into(env, element("text", "Amount"), "1")
+    type_into(env, element("text", "Memo"), "marker")
+    xdotool(env, "key", "Return")
+    balance = wait_for("the marker entry", lambda: (lambda b: b if b in (start + 131, start + 1125) else None)(
+        agent.tool("getBalance", {})["balance"]))
+    if balance != start + 131:
+        fail("Return on a focused Cancel saved the edit")
+    print("Return on a focused Cancel sent nothing")
+
+    # Delete deletes the focused row; the menu key opens its menu, once.
+    click(env, ledger_row("after the restart"))
+    wait_for("the row to have the focus", lambda: focused(ledger_row("after the restart")))
+    xdotool(env, "key", "Delete")
+    wait_for("the deleted entry", lambda: agent.tool("getBalance", {})["balance"] == start + 126)
+    wait_for("the row to go", lambda: ledger_row("after the restart") is None)
+    click(env, ledger_row("marker"))
+    # Qt leaves popups out of the accessibility tree; X shows them as windows.
+    before = visible_windows(env)
+    xdotool(env, "key", "Menu")
+    menus = wait_for("the row menu", lambda: (lambda now: now - before if now - before else None)(
+        visible_windows(env)), 10)
+    if len(menus) != 1:
+        fail("the menu key opened %d menus" % len(menus))
+    # Edit, Delete, then the copies: the second item deletes the row.
+    xdotool(env, "key", "Down", "Down", "Return")
+    wait_for("the entry deleted from its menu", lambda: agent.tool("getBalance", {})["balance"] == start + 125)
+    wait_for("the menu to close", lambda: not (visible_windows(env) - before), 10)
+    print("keyboard edit, cancel, delete and menu work")
+
+    # What a screen reader offers on a row: Edit and Delete, as actions.
+    row = ledger_row("typed in the window")
+    actions = row.queryAction()
+    names = [actions.getName(i) for i in range(actions.nActions)]
+    if names[:2] != ["Edit", "Delete"]:
+        fail("the row's actions are %s" % names)
+    actions.doAction(names.index("Delete"))
+    wait_for("the entry deleted by its action", lambda: agent.tool("getBalance", {})["balance"] == start)
+    print("a row's Delete action deleted it")
+
+    # 6. What a person would have seen.
     time.sleep(0.5)
     keep_screenshot(fbdir, os.path.join(SCRATCH, "..", "e2e-window.png"))
     print("screenshot kept")
