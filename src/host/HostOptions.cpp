@@ -34,7 +34,7 @@ std::string HostOptions::defaultDatabasePath() {
 }
 
 const char* HostOptions::usage() {
-    return "Usage: tallywick-host [--database PATH] [--runtime-dir DIR]\n"
+    return "Usage: tallywick-host [--database PATH] [--runtime-dir DIR] [--log-file PATH]\n"
            "       tallywick-host [--database PATH] --restore-latest-backup\n"
            "       tallywick-host --version | --help\n"
            "\n"
@@ -45,6 +45,8 @@ const char* HostOptions::usage() {
            "                     else $XDG_DATA_HOME/tallywick/ledger.sqlite3, else\n"
            "                     ~/.local/share/tallywick/ledger.sqlite3)\n"
            "  --runtime-dir DIR  the folder for the socket and lock\n"
+           "  --log-file PATH    write the log to PATH (rotated at 1 MB, 3 copies kept)\n"
+           "                     instead of standard error\n"
            "  --restore-latest-backup\n"
            "                     put the newest sound backup (backups/ beside the database) in\n"
            "                     the database's place, the replaced file kept aside; the host\n"
@@ -55,7 +57,7 @@ const char* HostOptions::usage() {
 
 std::variant<HostOptions, std::string> HostOptions::parse(const std::vector<std::string>& arguments) {
     HostOptions options;
-    std::optional<std::string> database, runtime;
+    std::optional<std::string> database, runtime, logFile;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];
         // Help and version still resolve the folders, which help shows.
@@ -81,6 +83,8 @@ std::variant<HostOptions, std::string> HostOptions::parse(const std::vector<std:
             target = &database;
         else if (name == "--runtime-dir")
             target = &runtime;
+        else if (name == "--log-file")
+            target = &logFile;
         else
             return "unknown option '" + argument + "'";
         if (name == argument) {
@@ -92,6 +96,7 @@ std::variant<HostOptions, std::string> HostOptions::parse(const std::vector<std:
     }
     options.databasePath = database ? *database : defaultDatabasePath();
     options.runtimeDirectory = runtime ? *runtime : runtimeDirectoryPath();
+    options.logFile = logFile.value_or("");
     return options;
 }
 

@@ -11,6 +11,7 @@ struct HostOptions {
     Action action = Action::serve;
     std::string databasePath;      // resolved: flag, else the data folder
     std::string runtimeDirectory;  // resolved: flag, else the runtime folder
+    std::string logFile;           // empty: the log goes to standard error as given
 
     friend bool operator==(const HostOptions&, const HostOptions&) = default;
 

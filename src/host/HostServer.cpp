@@ -18,6 +18,7 @@
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/TallywickVersion.h>
 
+#include "HostLog.h"
 #include "LedgerBackups.h"
 #include "LogRedaction.h"
 
@@ -112,7 +113,10 @@ HostServer::HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::str
 std::optional<std::string> HostServer::listen(const std::string& callerRequirement) {
     auto listening = LinkListener::listen(
         context_, endpoint_, callerRequirement,
-        [this](std::shared_ptr<LinkConnection> link) { asio::post(strand_, [this, link] { adopt(link); }); });
+        [this](std::shared_ptr<LinkConnection> link) { asio::post(strand_, [this, link] { adopt(link); }); },
+        [](const std::string& peer, const std::string& reason) {
+            HostLog::warning("refused a connection from " + peer + ": " + reason);
+        });
     if (auto* problem = std::get_if<std::string>(&listening)) return *problem;
     listener_ = std::get<std::shared_ptr<LinkListener>>(listening);
     return std::nullopt;
@@ -149,8 +153,7 @@ HostServer::~HostServer() {
 void HostServer::loadLedger() {
     stateChanged();
     if (auto loaded = entries_.reloadAll(); !succeeded(loaded)) {
-        std::fprintf(stderr, "tallywick-host: %s could not be read: %s\n", databasePath_.c_str(),
-                     std::get<Failure>(loaded).reason.c_str());
+        HostLog::error(databasePath_ + " could not be read: " + std::get<Failure>(loaded).reason);
         // Serving a ledger it cannot read would show a wrong one: the host
         // stops as if told to, and exits with the failure.
         failed_ = true;
@@ -168,7 +171,9 @@ void HostServer::backUpWhenDue() {
         asio::post(keyWorkers_, [this] {
             auto made = LedgerBackups::make(databasePath_, now());
             if (auto* problem = std::get_if<std::string>(&made))
-                std::fprintf(stderr, "tallywick-host: the daily backup failed: %s\n", problem->c_str());
+                HostLog::error("the daily backup failed: " + *problem);
+            else
+                HostLog::info("backed up the ledger to " + std::get<std::filesystem::path>(made).string());
             asio::post(strand_, [this] { backingUp_ = false; });
         });
     }
@@ -403,8 +408,8 @@ void HostServer::reloadLedger(const std::string& accountId) {
     stateChanged();
     // The change is committed; only the copy we serve from is behind, and says so.
     if (auto loaded = entries_.reloadAccount(accountId); !succeeded(loaded))
-        std::fprintf(stderr, "tallywick-host: the ledger of %s could not be read again: %s\n",
-                     accountId.c_str(), std::get<Failure>(loaded).reason.c_str());
+        HostLog::error("the ledger of " + accountId +
+                       " could not be read again: " + std::get<Failure>(loaded).reason);
 }
 
 std::vector<EntryCache::Text> HostServer::snapshotParts() {

@@ -18,6 +18,7 @@
 #include "Balance.h"
 #include "Database.h"
 #include "HostLock.h"
+#include "HostLog.h"
 #include "LedgerBackups.h"
 
 namespace tallywick {
@@ -499,6 +500,9 @@ std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const 
             path, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
         if (auto* problem = std::get_if<std::string>(&copied))
             return "Not upgrading " + path + " without a backup: " + *problem;
+        HostLog::notice("upgrading " + path + " from schema version " + std::to_string(state.version) +
+                        " to " + std::to_string(schemaVersion) + "; the file as it was is kept in " +
+                        std::get<std::filesystem::path>(copied).string());
     }
     // Only now may anything be written: journal_mode=WAL changes the file's header.
     const auto mode = single(*db, "PRAGMA journal_mode = WAL");
@@ -701,6 +705,7 @@ Outcome<Account> LedgerStore::createCredentialAccount(const std::string& display
     if (auto* account = std::get_if<Account>(&created)) {
         balances_[id] = opened;
         account->balance = opened.reported();
+        HostLog::info("an agent signed up: account " + account->id + ", \"" + account->displayName + "\"");
     }
     return created;
 }
@@ -738,6 +743,7 @@ Outcome<Account> LedgerStore::clientInfoAccount(const ClientInfo& info,
     if (auto* account = std::get_if<Account>(&found); account && opened) {
         balances_[*id] = *opened;
         account->balance = opened->reported();
+        HostLog::info("account " + account->id + " made for the client \"" + info.name + "\"");
     }
     return found;
 }

@@ -11,6 +11,7 @@
 #include <tallywick/TallywickVersion.h>
 
 #include "HostLock.h"
+#include "HostLog.h"
 #include "HostOptions.h"
 #include "HostServer.h"
 #include "LedgerBackups.h"
@@ -64,6 +65,10 @@ int run(int argc, char** argv) {
         case HostOptions::Action::restoreLatestBackup: return restoreLatestBackup(options.databasePath);
         case HostOptions::Action::serve: break;
     }
+    if (!options.logFile.empty()) {
+        // Without its file the log still goes somewhere: where stderr went.
+        if (auto problem = HostLog::toFile(options.logFile)) HostLog::warning(*problem);
+    }
 
     auto started = HostServer::start({
         .databasePath = options.databasePath,
@@ -71,17 +76,21 @@ int run(int argc, char** argv) {
         .callerRequirement = tallywickCallerRequirement(),
     });
     if (auto* failure = std::get_if<HostServer::StartFailure>(&started)) {
-        std::cerr << "tallywick-host: " << failure->message << "\n";
+        if (failure->alreadyRunning)
+            HostLog::info(failure->message);
+        else
+            HostLog::error(failure->message);
         // A second host is not an error: the first one serves.
         return failure->alreadyRunning ? 0 : 1;
     }
     auto& server = std::get<std::unique_ptr<HostServer>>(started);
-    std::cerr << "tallywick-host " << TallywickVersion::displayString << ": serving " << options.databasePath
-              << " on " << server->endpoint() << "\n";
+    HostLog::notice("version " + std::string(TallywickVersion::displayString) + " serving " +
+                    options.databasePath + " on " + server->endpoint() + " (runtime folder " +
+                    options.runtimeDirectory + ")");
 
     const int signal = stop.wait();
     const bool failed = server->failed();  // it said why already
-    if (!failed) std::cerr << "tallywick-host: stopping on signal " << signal << "\n";
+    if (!failed) HostLog::notice("stopping on signal " + std::to_string(signal));
     server.reset();
     return failed ? 1 : 0;
 }

@@ -1,5 +1,6 @@
 #include <tallywick/HostLauncher.h>
 
+#include <pwd.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -30,7 +31,20 @@ std::string firstWord(const std::string& text) {
     return text.substr(begin, text.find_first_of(" \t\r\n", begin) - begin);
 }
 
+std::string homeDirectory() {
+    if (const char* home = std::getenv("HOME"); home && *home == '/') return home;
+    if (const passwd* entry = ::getpwuid(::geteuid()); entry && entry->pw_dir) return entry->pw_dir;
+    return "/";
+}
+
 }  // namespace
+
+std::string HostLauncher::logPath() {
+    // Relative XDG paths are invalid and must be ignored.
+    if (const char* state = std::getenv("XDG_STATE_HOME"); state && *state == '/')
+        return std::string(state) + "/tallywick/host.log";
+    return homeDirectory() + "/.local/state/tallywick/host.log";
+}
 
 HostLauncher HostLauncher::forClient(const std::string& runtimeDirectory) {
     return HostLauncher(ChildProcess::siblingExecutable("tallywick-host"), endpointPath(runtimeDirectory));
@@ -44,7 +58,8 @@ std::optional<std::string> HostLauncher::launch(std::chrono::milliseconds patien
     if (::access(hostPath_.c_str(), X_OK) != 0) return "the host executable is missing: " + hostPath_;
     // The folder is named, so a host started from a small environment serves
     // the folder its client looked in.
-    if (auto failure = ChildProcess::spawnDetached({hostPath_, "--runtime-dir", folderOf(endpoint_)}))
+    if (auto failure = ChildProcess::spawnDetached(
+            {hostPath_, "--runtime-dir", folderOf(endpoint_), "--log-file", logPath()}))
         return failure;
     if (!waitUntilRunning(patience))
         return "the host was started but does not accept connections at " + endpoint_;

@@ -16,7 +16,8 @@ namespace tallywick {
 std::variant<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(asio::io_context& context,
                                                                               const std::string& path,
                                                                               std::string requirementText,
-                                                                              OnConnection onConnection) {
+                                                                              OnConnection onConnection,
+                                                                              OnRefused onRefused) {
     using asio::local::stream_protocol;
     auto resolved = SocketAddress::of(path);
     if (auto* problem = std::get_if<std::string>(&resolved))
@@ -44,19 +45,21 @@ std::variant<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(as
         staged.unlink();
         return "cannot listen on " + path + ": " + error.message();
     }
-    auto listener = std::shared_ptr<LinkListener>(new LinkListener(
-        std::move(acceptor), std::move(address), std::move(requirementText), std::move(onConnection)));
+    auto listener = std::shared_ptr<LinkListener>(
+        new LinkListener(std::move(acceptor), std::move(address), std::move(requirementText),
+                         std::move(onConnection), std::move(onRefused)));
     asio::post(listener->acceptor_.get_executor(), [listener] { listener->acceptNext(); });
     return listener;
 }
 
 LinkListener::LinkListener(asio::local::stream_protocol::acceptor acceptor, SocketAddress address,
-                           std::string requirementText, OnConnection onConnection)
+                           std::string requirementText, OnConnection onConnection, OnRefused onRefused)
     : acceptor_(std::move(acceptor)),
       retry_(acceptor_.get_executor()),
       address_(std::move(address)),
       requirementText_(std::move(requirementText)),
-      onConnection_(std::move(onConnection)) {}
+      onConnection_(std::move(onConnection)),
+      onRefused_(std::move(onRefused)) {}
 
 void LinkListener::acceptNext() {
     acceptor_.async_accept([self = shared_from_this()](const std::error_code& error,
@@ -71,8 +74,11 @@ void LinkListener::acceptNext() {
             });
             return;
         }
-        if (refusePeer(socket.native_handle(), self->requirementText_).empty()) {
+        if (const auto refused = refusePeer(socket.native_handle(), self->requirementText_);
+            refused.empty()) {
             self->onConnection_(LinkConnection::adopt(std::move(socket)));
+        } else if (self->onRefused_) {
+            self->onRefused_(describePeer(socket.native_handle()), refused);
         }
         // A refused socket closes as it goes out of scope, unread.
         self->acceptNext();

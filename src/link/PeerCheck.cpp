@@ -94,4 +94,18 @@ std::string refusePeer(int socketFd, std::string_view requirementText) {
     return {};
 }
 
+std::string describePeer(int socketFd) {
+    ucred credentials{};
+    socklen_t length = sizeof credentials;
+    if (::getsockopt(socketFd, SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0 || credentials.pid <= 0)
+        return "an unknown process";
+    std::string description = "pid " + std::to_string(credentials.pid);
+    char executable[4096];
+    const auto link = "/proc/" + std::to_string(credentials.pid) + "/exe";
+    const ssize_t size = ::readlink(link.c_str(), executable, sizeof executable);
+    if (size > 0 && static_cast<std::size_t>(size) < sizeof executable)
+        description += " (" + std::string(executable, static_cast<std::size_t>(size)) + ")";
+    return description + ", uid " + std::to_string(credentials.uid);
+}
+
 }  // namespace tallywick

@@ -20,8 +20,12 @@ public:
     // Whether a host accepts connections at the endpoint now.
     bool running() const;
 
-    // Starts the host detached, serving the endpoint's folder, and waits
-    // until it accepts; the reason when it does not.
+    // Where a host started here writes its log: $XDG_STATE_HOME/tallywick/host.log,
+    // else ~/.local/state/tallywick/host.log.
+    static std::string logPath();
+
+    // Starts the host detached, serving the endpoint's folder and writing its
+    // log to logPath(), and waits until it accepts; the reason when it does not.
     std::optional<std::string> launch(std::chrono::milliseconds patience = std::chrono::seconds(3)) const;
 
     // A host on demand, as the desktop manager's login item starts it: the

@@ -22,6 +22,8 @@ class LinkListener : public std::enable_shared_from_this<LinkListener> {
 public:
     // Called on the I/O thread with each accepted, not yet started connection.
     using OnConnection = std::function<void(std::shared_ptr<LinkConnection>)>;
+    // Called on the I/O thread with each refused peer (see describePeer) and why.
+    using OnRefused = std::function<void(const std::string& peer, const std::string& reason)>;
 
     // Binds the path (mode 0600, any length), replacing a stale socket file
     // left there. The file appears only once it accepts connections, so a
@@ -30,13 +32,14 @@ public:
     static std::variant<std::shared_ptr<LinkListener>, std::string> listen(asio::io_context& context,
                                                                            const std::string& path,
                                                                            std::string requirementText,
-                                                                           OnConnection onConnection);
+                                                                           OnConnection onConnection,
+                                                                           OnRefused onRefused = {});
     // Removes the socket file and stops accepting.
     void close();
 
 private:
     LinkListener(asio::local::stream_protocol::acceptor acceptor, SocketAddress address,
-                 std::string requirementText, OnConnection onConnection);
+                 std::string requirementText, OnConnection onConnection, OnRefused onRefused);
     void acceptNext();
 
     asio::local::stream_protocol::acceptor acceptor_;
@@ -45,6 +48,7 @@ private:
     std::atomic<bool> removed_{false};
     std::string requirementText_;
     OnConnection onConnection_;
+    OnRefused onRefused_;
 };
 
 }  // namespace tallywick

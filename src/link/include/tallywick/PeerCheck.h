@@ -27,4 +27,8 @@ std::optional<PeerProcess> inspectPeer(int socketFd);
 // otherwise why it was refused.
 std::string refusePeer(int socketFd, std::string_view requirementText);
 
+// The process at the other end, for a log: "pid 4242 (/usr/bin/program)",
+// as much of that as can still be found.
+std::string describePeer(int socketFd);
+
 }  // namespace tallywick

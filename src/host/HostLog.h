@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+// The host's log: one line per event on its standard error. Under systemd,
+// where $JOURNAL_STREAM names that very stream, each line starts with its
+// syslog priority ("<4>"), so that `journalctl -p warning` can pick it out;
+// elsewhere it starts with the program's name. Keys never reach it.
+namespace tallywick::HostLog {
+
+enum class Level { error = 3, warning = 4, notice = 5, info = 6 };
+
+// From now on, standard error goes to the file at `path` (its folder made
+// private when missing), which is rotated once it reaches `rotateAt` bytes,
+// the last `kept` copies staying as path.1 (newest) to path.N. Why not, when
+// the file cannot be opened; standard error is then left as it was.
+std::optional<std::string> toFile(const std::string& path, std::size_t rotateAt = 1 << 20, int kept = 3);
+
+// One line, whole; safe from any thread.
+void write(Level level, std::string_view message);
+
+inline void error(std::string_view message) {
+    write(Level::error, message);
+}
+inline void warning(std::string_view message) {
+    write(Level::warning, message);
+}
+inline void notice(std::string_view message) {
+    write(Level::notice, message);
+}
+inline void info(std::string_view message) {
+    write(Level::info, message);
+}
+
+}  // namespace tallywick::HostLog

@@ -1,0 +1,111 @@
+// The host's log as an administrator reads it: the events that matter, in
+// the journal with their priorities or in a file that stays small.
+#include <sys/stat.h>
+
+#include <tallywick/ChildProcess.h>
+
+#include "HostLog.h"
+#include "support/HostFixture.h"
+
+using namespace tallywick;
+using namespace tallywick::testing;
+
+namespace {
+
+// Runs `body` in a child whose standard error is the file at `path`, so that
+// the log's own redirection never touches the test's.
+int inChild(const std::filesystem::path& path, const std::function<void()>& body) {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::dup2(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
+        body();
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return status;
+}
+
+}  // namespace
+
+class HostLogTest : public HostFixture {
+protected:
+    HostLogTest() : HostFixture(false) {}
+};
+
+TEST_F(HostLogTest, LinesCarryTheirPriorityOnlyInTheJournal) {
+    std::filesystem::create_directories(folder_);
+    const auto plain = folder_ / "plain.err", journal = folder_ / "journal.err";
+    inChild(plain, [] {
+        ::setenv("JOURNAL_STREAM", "1:2", 1);  // another stream: not ours to mark
+        HostLog::warning("refused a connection\nfrom a stranger");
+    });
+    EXPECT_EQ(slurp(plain), "tallywick-host: refused a connection from a stranger\n");
+
+    inChild(journal, [&journal] {
+        struct stat info {};
+        ::fstat(2, &info);
+        ::setenv("JOURNAL_STREAM", (std::to_string(info.st_dev) + ":" + std::to_string(info.st_ino)).c_str(),
+                 1);
+        HostLog::error("damaged");
+        HostLog::info("signed up");
+    });
+    EXPECT_EQ(slurp(journal), "<3>damaged\n<6>signed up\n");
+}
+
+TEST_F(HostLogTest, FileIsRotatedAtItsSizeKeepingThreeCopies) {
+    const auto log = folder_ / "state" / "tallywick" / "host.log";
+    const auto other = folder_ / "other.err";
+    inChild(other, [&log] {
+        if (HostLog::toFile(log.string(), 200, 3)) ::_exit(3);
+        for (int i = 0; i < 40; ++i)
+            HostLog::info("line " + std::to_string(i) + " of forty, to fill the file");
+    });
+    EXPECT_EQ(slurp(other), "") << "nothing goes to the old standard error";
+    EXPECT_EQ(std::filesystem::status(log.parent_path()).permissions() & std::filesystem::perms::all,
+              std::filesystem::perms::owner_all);
+    for (const std::string& file :
+         {log.string(), log.string() + ".1", log.string() + ".2", log.string() + ".3"}) {
+        ASSERT_TRUE(std::filesystem::exists(file)) << file;
+        EXPECT_LE(std::filesystem::file_size(file), 200u) << file;
+    }
+    EXPECT_FALSE(std::filesystem::exists(log.string() + ".4"));
+    EXPECT_NE(slurp(log).find("line 39 of forty"), std::string::npos) << "the newest lines are in the file";
+
+    // A file that cannot be written is said, and the log stays where it was.
+    std::filesystem::create_directories(folder_ / "blocked" / "host.log");
+    EXPECT_TRUE(HostLog::toFile((folder_ / "blocked" / "host.log").string()).has_value());
+}
+
+// A host started with a log file tells what happened, and never a key.
+TEST_F(HostLogTest, HostTellsStartSignUpsRefusedPeersAndStop) {
+    const auto log = folder_ / "state" / "host.log";
+    ASSERT_TRUE(host_->start({"--log-file", log.string()})) << host_->stderrText();
+    auto bot = agent();
+    ASSERT_TRUE(bot->send(initializeLine("logged-bot")));
+    const std::string key = "a key that must never be written down";
+    ASSERT_TRUE(bot->send(toolLine(2, "signUp", R"({"key":")" + key + R"(","displayName":"Signed Bot"})")));
+    bot.reset();
+    // A peer without our identity is turned away at the door.
+    const auto stranger = ChildProcess::run({"python3", "-c",
+                                             "import socket,sys\n"
+                                             "s=socket.socket(socket.AF_UNIX)\n"
+                                             "s.connect(sys.argv[1])\n"
+                                             "s.recv(1)\n",
+                                             host_->socketPath()});
+    ASSERT_EQ(stranger.exitStatus, 0) << stranger.output;
+    const int stopped = host_->kill(SIGTERM);
+    ASSERT_TRUE(WIFEXITED(stopped));
+
+    const std::string said = slurp(log);
+    for (const std::string& expected : {std::string("version "), "serving " + host_->databasePath(),
+                                        "(runtime folder " + host_->runtimeDirectory() + ")",
+                                        std::string("account A1 made for the client \"logged-bot\""),
+                                        std::string("an agent signed up: account A2, \"Signed Bot\""),
+                                        std::string("refused a connection from pid "), std::string("python3"),
+                                        std::string("stopping on signal 15")}) {
+        EXPECT_NE(said.find(expected), std::string::npos) << expected << "\n" << said;
+    }
+    EXPECT_EQ(said.find(key), std::string::npos);
+    EXPECT_EQ(host_->stderrText(), "") << "everything went to the file";
+}
