@@ -84,8 +84,8 @@ int run(int argc, char** argv) {
         return failure->alreadyRunning ? 0 : 1;
     }
     auto& server = std::get<std::unique_ptr<HostServer>>(started);
-    HostLog::notice("version " + std::string(TallywickVersion::displayString) + " serving " +
-                    options.databasePath + " on " + server->endpoint() + " (runtime folder " +
+    HostLog::notice("serving " + options.databasePath + " on " + server->endpoint() + " (version " +
+                    std::string(TallywickVersion::displayString) + ", runtime folder " +
                     options.runtimeDirectory + ")");
 
     const int signal = stop.wait();

@@ -98,12 +98,13 @@ TEST_F(HostLogTest, HostTellsStartSignUpsRefusedPeersAndStop) {
     ASSERT_TRUE(WIFEXITED(stopped));
 
     const std::string said = slurp(log);
-    for (const std::string& expected : {std::string("version "), "serving " + host_->databasePath(),
-                                        "(runtime folder " + host_->runtimeDirectory() + ")",
-                                        std::string("account A1 made for the client \"logged-bot\""),
-                                        std::string("an agent signed up: account A2, \"Signed Bot\""),
-                                        std::string("refused a connection from pid "), std::string("python3"),
-                                        std::string("stopping on signal 15")}) {
+    for (const std::string& expected :
+         {"serving " + host_->databasePath() + " on " + host_->socketPath() + " (version ",
+          ", runtime folder " + host_->runtimeDirectory() + ")",
+          std::string("account A1 made for the client \"logged-bot\""),
+          std::string("an agent signed up: account A2, \"Signed Bot\""),
+          std::string("refused a connection from pid "), std::string("python3"),
+          std::string("stopping on signal 15")}) {
         EXPECT_NE(said.find(expected), std::string::npos) << expected << "\n" << said;
     }
     EXPECT_EQ(said.find(key), std::string::npos);
