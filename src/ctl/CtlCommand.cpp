@@ -65,7 +65,7 @@ std::variant<E, std::string> enumValue(const std::string& text, const char* what
 }
 
 std::string expectCount(const Arguments& a, std::size_t count, const std::string& usage) {
-    if (a.positional.size() != count) return "usage: tallywickctl " + usage;
+    if (a.positional.size() != count) return "Usage: tallywickctl " + usage;
     return {};
 }
 
@@ -83,6 +83,8 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
         }
         if (word == "--json")
             command.json = true;
+        else if (word == "--no-start")
+            command.startHost = false;
         else if (word == "--help" || word == "-h")
             wantsHelp = true;
         else if (word == "--version")
@@ -224,39 +226,45 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
 std::string CtlCommand::helpText(const std::string& topic) {
     static const std::map<std::string, std::string> texts{
         {"snapshot",
-         "usage: tallywickctl [--json] snapshot\n\n"
+         "Usage: tallywickctl [--json] snapshot\n\n"
          "Shows the host's whole state: accounts, ledger entries (newest first),\n"
          "agent connections, settings and the most recent API traffic.\n"},
         {"entry add",
-         "usage: tallywickctl [--json] entry add ACCOUNT KIND AMOUNT [--flag FLAG] [--memo TEXT]\n\n"
+         "Usage: tallywickctl [--json] entry add ACCOUNT KIND AMOUNT [--flag FLAG] [--memo TEXT]\n\n"
          "Adds a ledger entry to ACCOUNT. KIND is credit, debit or note; AMOUNT a\n"
          "whole number of points, not negative; FLAG none (default), bonus or penalty.\n"},
         {"entry edit",
-         "usage: tallywickctl [--json] entry edit ENTRY [--kind KIND] [--flag FLAG] [--amount N] [--memo "
+         "Usage: tallywickctl [--json] entry edit ENTRY [--kind KIND] [--flag FLAG] [--amount N] [--memo "
          "TEXT]\n\n"
          "Changes the given fields of ENTRY and keeps the others.\n"},
-        {"entry delete", "usage: tallywickctl [--json] entry delete ENTRY\n\nDeletes one ledger entry.\n"},
+        {"entry delete", "Usage: tallywickctl [--json] entry delete ENTRY\n\nDeletes one ledger entry.\n"},
         {"account rename",
-         "usage: tallywickctl [--json] account rename ACCOUNT NAME\n\nGives ACCOUNT a new display name.\n"},
+         "Usage: tallywickctl [--json] account rename ACCOUNT NAME\n\nGives ACCOUNT a new display name.\n"},
         {"account delete",
-         "usage: tallywickctl [--json] account delete ACCOUNT\n\nDeletes ACCOUNT and its whole ledger.\n"},
+         "Usage: tallywickctl [--json] account delete ACCOUNT\n\nDeletes ACCOUNT and its whole ledger.\n"},
         {"settings allow-unauthenticated",
-         "usage: tallywickctl [--json] settings allow-unauthenticated on|off\n\n"
+         "Usage: tallywickctl [--json] settings allow-unauthenticated on|off\n\n"
          "Whether agents are recognised by their client information without signing up.\n"},
         {"settings starting-points",
-         "usage: tallywickctl [--json] settings starting-points N\n\n"
+         "Usage: tallywickctl [--json] settings starting-points N\n\n"
          "The opening credit of every new account (existing accounts keep theirs).\n"},
         {"events",
-         "usage: tallywickctl events\n\n"
+         "Usage: tallywickctl events\n\n"
          "Follows the host's events, one JSON line each, until interrupted.\n"},
         {"agent-config",
-         "usage: tallywickctl [--json] agent-config\n\n"
+         "Usage: tallywickctl [--json] agent-config\n\n"
          "Prints what an agent's MCP client needs to launch tallywick-bridge: the\n"
          "\"mcpServers\" block for its configuration file and the one-line form for\n"
          "clients that add servers from the command line. With --json, only the block.\n"},
     };
     if (auto found = texts.find(topic); found != texts.end()) return found->second;
-    return "usage: tallywickctl [--json] [--runtime-dir DIR] COMMAND [ARGUMENTS]\n"
+    // A group ("settings", "entry", "account"): each of its commands.
+    std::string group;
+    for (const auto& [name, text] : texts) {
+        if (name.rfind(topic + " ", 0) == 0) group += (group.empty() ? "" : "\n") + text;
+    }
+    if (!topic.empty() && !group.empty()) return group;
+    return "Usage: tallywickctl [--json] [--runtime-dir DIR] COMMAND [ARGUMENTS]\n"
            "\n"
            "Drives the Tallywick host from scripts.\n"
            "\n"
@@ -276,9 +284,10 @@ std::string CtlCommand::helpText(const std::string& topic) {
            "Options:\n"
            "  --json             print the host's JSON instead of tables\n"
            "  --runtime-dir DIR  where the host's socket is\n"
+           "  --no-start         when no host runs, say so (exit 3) instead of starting one\n"
            "  --version          print the version\n"
            "\n"
-           "When no host runs, one is started (waiting up to 5 s).\n"
+           "When no host runs, one is started (waiting up to 5 s), unless --no-start.\n"
            "Exit status: 0 done, 1 the host refused (its reason on stderr), 2 usage error,\n"
            "3 the host cannot be reached.\n";
 }

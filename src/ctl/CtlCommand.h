@@ -37,6 +37,7 @@ struct CtlCommand {
 
     Kind kind = Kind::help;
     bool json = false;
+    bool startHost = true;  // false: --no-start
     std::optional<std::string> runtimeDirectory;
     std::string id;  // of the entry or account
     NewLedgerEntry newEntry;

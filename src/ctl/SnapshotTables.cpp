@@ -26,8 +26,9 @@ std::string renderSnapshot(const Snapshot& snapshot) {
     for (const auto& e : snapshot.entries) {
         const auto signedAmount = e.signedAmount();
         entries.add({e.id, e.accountId, std::to_string(e.sequence), std::string(rawValue(e.kind)),
-                     std::string(rawValue(e.flag)), (signedAmount > 0 ? "+" : "") + std::to_string(signedAmount),
-                     e.memo, date(e.createdAt)});
+                     std::string(rawValue(e.flag)),
+                     (signedAmount > 0 ? "+" : "") + std::to_string(signedAmount), e.memo,
+                     date(e.createdAt)});
     }
 
     TextTable connections({"ID", "CLIENT", "ACCOUNT", "AUTHENTICATED", "SINCE"});
@@ -40,7 +41,8 @@ std::string renderSnapshot(const Snapshot& snapshot) {
     out += section("Entries", snapshot.entries.size(), entries);
     out += section("Connections", snapshot.connections.size(), connections);
     out += "Settings\n";
-    out += "  allow unauthenticated  " + std::string(snapshot.settings.allowUnauthenticated ? "on" : "off") + "\n";
+    out += "  allow unauthenticated  " + std::string(snapshot.settings.allowUnauthenticated ? "on" : "off") +
+           "\n";
     out += "  starting points        " + std::to_string(snapshot.settings.startingPoints) + "\n";
     out += "Host version             " + snapshot.hostVersion + "\n";
     return out;

@@ -5,7 +5,8 @@
 namespace tallywick {
 
 // Columns aligned for a terminal: each cell padded to its column's widest
-// cell, counted in characters rather than bytes so names in any script line up.
+// cell, counted in terminal columns (wide characters take two, combining
+// marks none) so that names in any script line up.
 class TextTable {
 public:
     explicit TextTable(std::vector<std::string> header) : rows_{std::move(header)} {}

@@ -103,20 +103,26 @@ int followEvents(Session& session, const StopSignals& stop) {
 }
 
 // A host on demand, as the desktop manager would start it; says why not.
-std::optional<std::string> hostProblem(const std::string& runtimeDirectory) {
+std::optional<std::string> hostProblem(const std::string& runtimeDirectory, bool startHost) {
     const auto runtime = checkRuntimeDirectory(runtimeDirectory);
     // A missing folder is made by the host we start; a wrong one is never used.
     if (!runtime.usable() && ::access(runtimeDirectory.c_str(), F_OK) == 0)
         return "the runtime folder " + runtimeDirectory + " is unsafe (" + runtime.problem +
                "); fix or remove it, or name another with --runtime-dir";
-    if (auto problem = HostLauncher::forClient(runtimeDirectory).ensureRunning())
+    const HostLauncher launcher = HostLauncher::forClient(runtimeDirectory);
+    if (!startHost) {
+        if (launcher.running()) return std::nullopt;
+        return "no Tallywick host is running in " + runtimeDirectory +
+               " (and --no-start says not to start one)";
+    }
+    if (auto problem = launcher.ensureRunning())
         return "no Tallywick host is running and none could be started: " + *problem;
     return std::nullopt;
 }
 
 int run(const CtlCommand& command, const StopSignals& stop) {
     const std::string runtimeDirectory = command.runtimeDirectory.value_or(runtimeDirectoryPath());
-    if (auto problem = hostProblem(runtimeDirectory)) {
+    if (auto problem = hostProblem(runtimeDirectory, command.startHost)) {
         std::cerr << "tallywickctl: " << *problem << "\n";
         return unreachable;
     }

@@ -47,6 +47,24 @@ TEST_F(Ctl, EveryRequestAsASubcommand) {
     EXPECT_EQ(ctl({"entry", "edit", entry, "--amount", "40", "--kind", "debit"}).status, 0);
     auto table = ctl({"snapshot"});
     EXPECT_NE(table.out.find("-40"), std::string::npos) << table.out;
+    // Columns line up in a terminal whatever the script: a wide name takes two columns a character.
+    EXPECT_EQ(ctl({"account", "rename", account, "日本語 Agent"}).status, 0);
+    const std::string wide = ctl({"snapshot"}).out;
+    const auto lineWith = [&wide](const std::string& text) {
+        const auto at = wide.find(text);
+        const auto begin = wide.rfind('\n', at) + 1;
+        return wide.substr(begin, wide.find('\n', at) - begin);
+    };
+    const std::string named = lineWith("日本語 Agent"), heading = lineWith("NAME");
+    const auto columnOf = [](const std::string& line, std::size_t byte) {
+        std::size_t column = 0;
+        for (std::size_t i = 0; i < byte; ++i) {
+            const auto c = static_cast<unsigned char>(line[i]);
+            if ((c & 0xC0) != 0x80) column += c >= 0xE3 && c <= 0xE9 ? 2 : 1;
+        }
+        return column;
+    };
+    EXPECT_EQ(columnOf(named, named.find("clientInfo")), columnOf(heading, heading.find("MODE"))) << wide;
     EXPECT_NE(table.out.find("Good answer"), std::string::npos);
     EXPECT_NE(table.out.find("Accounts (1)"), std::string::npos);
 
@@ -90,7 +108,18 @@ TEST_F(Ctl, ExitStatusSaysWhatHappened) {
 
     auto help = ctl({"entry", "add", "--help"});
     EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.out.find("entry add ACCOUNT KIND AMOUNT"), std::string::npos);
+    EXPECT_EQ(help.out.rfind("Usage: tallywickctl [--json] entry add ACCOUNT KIND AMOUNT", 0), 0u)
+        << help.out;
+    // A group's help is each of its commands'.
+    for (const auto& group : {std::vector<std::string>{"help", "settings"}, {"settings", "--help"}}) {
+        auto settings = ctl(group);
+        EXPECT_EQ(settings.status, 0);
+        EXPECT_NE(settings.out.find("Usage: tallywickctl [--json] settings allow-unauthenticated on|off"),
+                  std::string::npos)
+            << settings.out;
+        EXPECT_NE(settings.out.find("Usage: tallywickctl [--json] settings starting-points N"),
+                  std::string::npos);
+    }
     const auto overview = ctl({"--help"});
     EXPECT_NE(overview.out.find("Exit status"), std::string::npos);
     EXPECT_NE(overview.out.find("Runtime folder (the host's socket): " + host_->runtimeDirectory() + "\n"),
@@ -106,6 +135,12 @@ TEST_F(Ctl, ExitStatusSaysWhatHappened) {
 
     // No host and none beside the program to start: unreachable, at once, with the reason.
     host_->stop();
+    auto notStarted = ctl({"--no-start", "--json", "snapshot"});
+    EXPECT_EQ(notStarted.status, 3);
+    EXPECT_NE(notStarted.err.find("no Tallywick host is running in " + host_->runtimeDirectory()),
+              std::string::npos)
+        << notStarted.err;
+    EXPECT_FALSE(host_->lockHolder()) << "--no-start starts nothing";
     auto down = runProgram(
         {aloneCopy(TALLYWICKCTL_PATH), "--runtime-dir", host_->runtimeDirectory(), "snapshot"}, folder_);
     EXPECT_EQ(down.status, 3);
@@ -164,6 +199,47 @@ TEST_F(Ctl, StartsTheHostOnDemand) {
     EXPECT_TRUE(host_->lockHolder()) << "a host runs for the folder";
     // It serves the database the environment names: the one the first host kept.
     EXPECT_NE(answer.out.find(R"("startingPoints":7)"), std::string::npos) << answer.out;
+}
+
+// The shell completion, as bash runs it: commands, values, and identifiers
+// from the running host, without ever starting one.
+TEST_F(Ctl, BashCompletionOffersCommandsValuesAndIdsOfTheRunningHost) {
+    const std::string bashCompletion = "/usr/share/bash-completion/bash_completion";
+    if (!std::filesystem::exists(bashCompletion)) GTEST_SKIP() << "bash-completion is not installed";
+    const std::string account = agentAccount("completed");
+    ASSERT_FALSE(account.empty());
+    const auto complete = [&](const std::string& line) {
+        const std::string script = "source " + bashCompletion +
+                                   "; source " TALLYWICK_COMPLETION_PATH
+                                   "\n"
+                                   "PATH=" +
+                                   std::filesystem::path(TALLYWICKCTL_PATH).parent_path().string() +
+                                   ":$PATH\n"
+                                   "COMP_LINE='" +
+                                   line +
+                                   "'; COMP_POINT=${#COMP_LINE}\n"
+                                   "read -ra COMP_WORDS <<< \"$COMP_LINE\"\n"
+                                   "[[ $COMP_LINE == *' ' ]] && COMP_WORDS+=('')\n"
+                                   "COMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n"
+                                   "_tallywickctl; printf '%s\\n' \"${COMPREPLY[*]}\"\n";
+        return runProgram({"/bin/bash", "--norc", "-c", script}, folder_).out;
+    };
+    const std::string runtime = "tallywickctl --runtime-dir " + host_->runtimeDirectory() + " ";
+    EXPECT_EQ(complete(runtime + "s"), "snapshot settings\n");
+    EXPECT_EQ(complete(runtime + "settings allow-unauthenticated "), "on off\n");
+    EXPECT_EQ(complete(runtime + "entry add " + account + " "), "credit debit note\n");
+    EXPECT_EQ(complete(runtime + "entry add " + account + " credit 5 --flag "), "none bonus penalty\n");
+    EXPECT_EQ(complete(runtime + "entry edit --"),
+              "--json --runtime-dir --no-start --help --version --kind --flag "
+              "--amount --memo\n");
+    EXPECT_EQ(complete(runtime + "account rename "), account + "\n");
+    const auto entries = ControlSession(host_->socketPath()).snapshot()->entries;
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(complete(runtime + "entry delete "), entries[0].id + "\n");
+
+    host_->stop();
+    EXPECT_EQ(complete(runtime + "account delete "), "\n");
+    EXPECT_FALSE(host_->lockHolder()) << "completing started no host";
 }
 
 TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
