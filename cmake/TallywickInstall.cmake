@@ -5,17 +5,17 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS tallywick_model tallywick_protocol
         EXPORT TallywickTargets
-        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/model/include/tallywick
                   ${PROJECT_SOURCE_DIR}/src/protocol/include/tallywick
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
         FILES_MATCHING PATTERN "*.h")
 install(FILES ${PROJECT_BINARY_DIR}/src/model/include/tallywick/TallywickVersion.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tallywick)
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tallywick COMPONENT development)
 install(EXPORT TallywickTargets
         NAMESPACE Tallywick::
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tallywick)
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tallywick COMPONENT development)
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/TallywickConfig.cmake.in
   ${PROJECT_BINARY_DIR}/TallywickConfig.cmake
@@ -24,4 +24,4 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/TallywickConfigVersion.cm
   COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/TallywickConfig.cmake
               ${PROJECT_BINARY_DIR}/TallywickConfigVersion.cmake
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tallywick)
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tallywick COMPONENT development)

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include <tallywick/AppTranslations.h>
 #include <tallywick/RegistrationController.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>
@@ -50,6 +51,7 @@ int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView) 
         TallywickVersion::marketing.data(), static_cast<qsizetype>(TallywickVersion::marketing.size())));
     // Lets a Wayland compositor match the window to the desktop entry.
     QGuiApplication::setDesktopFileName(QString::fromStdString(buildIdentity().appIdentifier));
+    AppTranslations::install();
 
     TallywickApp app(rootView);
     app.openWindow();

@@ -13,10 +13,12 @@
 #include <QScrollBar>
 #include <QTest>
 #include <QToolTip>
+#include <QTranslator>
 
 #include <tallywick/AccountDetailView.h>
 #include <tallywick/AccountHeaderView.h>
 #include <tallywick/AppStyle.h>
+#include <tallywick/AppTranslations.h>
 #include <tallywick/ConnectionStatusView.h>
 #include <tallywick/DetailContainerView.h>
 #include <tallywick/EditEntrySheet.h>
@@ -791,6 +793,32 @@ private slots:
         QCOMPARE(list.indexAt(QPoint(1, 1)).data(LedgerItemModel::IdRole).toString(), top);
         QCOMPARE(list.currentIndex().data(LedgerItemModel::IdRole).toString(), focusedId);
         QCOMPARE(list.model()->index(0, 0).data().toString(), QString("newest"));
+    }
+
+    // Under a German locale the window speaks German, through the translation
+    // the build made, with Qt's own for its standard texts.
+    void germanLocaleTranslatesTheWindow() {
+        const QLocale before;
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+        AppTranslations::install(QStringLiteral(TALLYWICK_TRANSLATIONS_DIR));
+        {
+            RecordsWindow w;
+            QVERIFY(w.open(false));
+            auto* root = w.find<RootView>("rootView");
+            QCOMPARE(root->tabText(0), QString::fromUtf8("Einträge"));
+            QCOMPARE(root->tabText(1), QString::fromUtf8("Aktivität"));
+            QCOMPARE(root->tabText(2), QString("Einstellungen"));
+            QCOMPARE(w.find<QLabel>("connectionText")->text(), QString("Host offline"));
+            QCOMPARE(w.addFields().amountField()->placeholderText(), QString("Betrag"));
+            QCOMPARE(
+                QAccessible::queryAccessibleInterface(w.addFields().typePicker())->text(QAccessible::Name),
+                QString("Typ"));
+        }
+        for (QTranslator* translator : qApp->findChildren<QTranslator*>()) {
+            QCoreApplication::removeTranslator(translator);
+            delete translator;
+        }
+        QLocale::setDefault(before);
     }
 };
 
