@@ -18,6 +18,9 @@ int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView) 
         if (argv[i] && std::strcmp(argv[i], registerAndExitSwitch) == 0) {
             return RegistrationController::runHeadless();
         }
+        if (argv[i] && std::strcmp(argv[i], unregisterAndExitSwitch) == 0) {
+            return RegistrationController::runUnregister();
+        }
     }
 
     for (int i = 1; i < argc; ++i) {
@@ -30,7 +33,7 @@ int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView) 
         if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) {
             std::printf(
                 "Usage: tallywick [Qt options]\n"
-                "       tallywick --register-and-exit | --version | --help\n"
+                "       tallywick --register-and-exit | --unregister-and-exit | --version | --help\n"
                 "\n"
                 "The Tallywick desktop manager: every agent account with its ledger, live API\n"
                 "traffic and the host's settings. It starts the host (tallywick-host, beside\n"
@@ -38,6 +41,9 @@ int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView) 
                 "\n"
                 "  --register-and-exit  register the host's login item and exit: 0 registered,\n"
                 "                       2 blocked by the user, 1 failed\n"
+                "  --unregister-and-exit\n"
+                "                       stop the host it started and remove the login item:\n"
+                "                       0 nothing registered any more, 1 failed\n"
                 "  --version            print the version and exit\n"
                 "  --help               print this text and exit\n\n");
             std::fputs(runtimeDirectoryHelp(runtimeDirectoryPath()).c_str(), stdout);

@@ -151,6 +151,14 @@ std::optional<std::string> AutostartLoginItem::registerItem() {
     return launcher.launch();
 }
 
+std::optional<std::string> AutostartLoginItem::unregisterItem() {
+    if (auto stuck = setup_.stopHost()) return stuck;
+    std::error_code error;
+    if (!std::filesystem::remove(entryPath(), error) && error)
+        return "cannot remove " + entryPath().string() + ": " + error.message();
+    return std::nullopt;
+}
+
 LoginItemStatus AutostartLoginItem::status() const {
     const auto text = TextFile::read(entryPath());
     if (!text) return LoginItemStatus::notRegistered;

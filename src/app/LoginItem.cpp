@@ -4,11 +4,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <signal.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <chrono>
 #include <cstdlib>
+#include <cstring>
+#include <thread>
 
 #include <tallywick/AutostartLoginItem.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>
+#include <tallywick/SocketAddress.h>
 #include <tallywick/SystemdLoginItem.h>
 
 #include <tallywick/ChildProcess.h>
@@ -53,6 +61,32 @@ std::optional<std::string> LoginItemSetup::missingHost() const {
     if (!hostPath.empty() && hostPath.front() == '/' && isExecutable(hostPath)) return std::nullopt;
     return "the host executable is missing" + (hostPath.empty() ? std::string() : " (" + hostPath + ")") +
            "; install Tallywick again, or start the application from where it was installed";
+}
+
+std::optional<std::string> LoginItemSetup::stopHost() const {
+    auto address = SocketAddress::of(endpoint);
+    auto* usable = std::get_if<SocketAddress>(&address);
+    if (!usable) return std::nullopt;  // nothing can listen there
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) return "cannot make a socket: " + std::string(std::strerror(errno));
+    ucred peer{};
+    socklen_t length = sizeof peer;
+    const bool reached = ::connect(fd, usable->data(), usable->size()) == 0 &&
+                         ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.pid > 0;
+    ::close(fd);
+    if (!reached) return std::nullopt;  // no host runs
+    // Only our own host program: another build's host serves its own user.
+    std::error_code error;
+    const auto running = std::filesystem::read_symlink("/proc/" + std::to_string(peer.pid) + "/exe", error);
+    const auto ours = std::filesystem::weakly_canonical(hostPath, error);
+    if (running != ours) return std::nullopt;
+    ::kill(peer.pid, SIGTERM);
+    for (int waited = 0; waited < 250; ++waited) {
+        if (::kill(peer.pid, 0) != 0 || !acceptsConnections(endpoint)) return std::nullopt;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return "the host (pid " + std::to_string(peer.pid) + ") did not stop within 5 s; stop it with kill " +
+           std::to_string(peer.pid);
 }
 
 std::unique_ptr<LoginItem> LoginItem::standard(const LoginItemSetup& setup) {

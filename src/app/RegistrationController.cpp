@@ -12,6 +12,7 @@
 
 #include <tallywick/AutostartLoginItem.h>
 #include <tallywick/ChildProcess.h>
+#include <tallywick/ServiceIdentity.h>
 #include <tallywick/SystemdLoginItem.h>
 
 namespace tallywick::RegistrationController {
@@ -102,6 +103,28 @@ int runHeadless() {
 int runHeadless(LoginItem& item) {
     item.registerItem();
     return exitStatus(item.status());
+}
+
+int runUnregister() {
+    return runUnregister(*standardItem());
+}
+
+int runUnregister(LoginItem& item) {
+    if (auto failure = item.unregisterItem()) {
+        const std::string line = "tallywick: the login item could not be removed: " + *failure + "\n";
+        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+        return 1;
+    }
+    // A unit the user masked, or one a package installs and nobody enabled, runs nothing.
+    if (item.status() == LoginItemStatus::enabled) {
+        const std::string line =
+            "tallywick: the host's login item is still enabled, by something other than "
+            "this application; see systemctl --user status " +
+            buildIdentity().hostIdentifier + ".service\n";
+        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+        return 1;
+    }
+    return 0;
 }
 
 void registerQuietly() {

@@ -68,6 +68,10 @@ std::optional<std::string> SystemdLoginItem::unitText() const {
         "[Unit]\n"
         "Description=Tallywick host: the agents' points ledger\n"
         "\n"
+        "# A removed program leaves the unit skipped, not failing at every login.\n";
+    text += "ConditionFileIsExecutable=" + *exec + "\n";
+    text +=
+        "\n"
         "[Service]\n"
         "Type=simple\n";
     text += "ExecStart=" + *exec + "\n";
@@ -105,6 +109,27 @@ std::optional<std::string> SystemdLoginItem::registerItem() {
     // No user manager (a container, a session without systemd): start the host
     // ourselves so that the first start of the application finds it running.
     return launcher.launch();
+}
+
+std::optional<std::string> SystemdLoginItem::unregisterItem() {
+    std::error_code error;
+    const bool written = std::filesystem::exists(unitPath(), error);
+    if (written) {
+        // The manager stops the host it runs; without one this does nothing.
+        systemctl("stop", unitName());
+        const auto disabled = systemctl("disable", unitName());
+        if (disabled.exitStatus != 0 &&
+            statusOf(firstLine(systemctl("is-enabled", unitName()).output), true) == LoginItemStatus::enabled)
+            return failureOf("disable", disabled);
+    }
+    // A host started without the manager, by the registration itself.
+    if (auto stuck = setup_.stopHost()) return stuck;
+    if (written) {
+        if (!std::filesystem::remove(unitPath(), error) && error)
+            return "cannot remove " + unitPath().string() + ": " + error.message();
+        ChildProcess::run({"systemctl", "--user", "daemon-reload"});
+    }
+    return std::nullopt;
 }
 
 LoginItemStatus SystemdLoginItem::status() const {

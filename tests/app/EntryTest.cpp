@@ -210,6 +210,35 @@ private slots:
         }
     }
 
+    // What registration did is taken back under both mechanisms: the host it
+    // started stops, the item it wrote goes, and a second time finds nothing.
+    void unregisterStopsTheHostAndRemovesTheItem() {
+        for (const bool withSystemctl : {false, true}) {
+            if (withSystemctl && QStandardPaths::findExecutable("systemctl").isEmpty()) continue;
+            Sandbox sandbox(true);
+            const QString item = withSystemctl ? sandbox.unitPath() : sandbox.entryPath();
+            QCOMPARE(sandbox.run({"--register-and-exit"}, withSystemctl).exitCode, 0);
+            QVERIFY(QFileInfo::exists(item));
+            QCOMPARE(sandbox.runningHosts().size(), 1);
+            if (withSystemctl)
+                QVERIFY(
+                    readAll(item).contains("\nConditionFileIsExecutable=\"" + sandbox.hostPath() + "\"\n"));
+
+            for (int time = 0; time < 2; ++time) {
+                const auto run = sandbox.run({"--unregister-and-exit"}, withSystemctl);
+                QCOMPARE(run.exitCode, 0);
+                QVERIFY2(run.errors.isEmpty(), run.errors.constData());
+                QVERIFY(!QFileInfo::exists(item));
+                QVERIFY(sandbox.runningHosts().isEmpty());
+                QVERIFY(!accepts(sandbox.endpoint()));
+            }
+            if (withSystemctl) {
+                QVERIFY(!QFileInfo::exists(sandbox.path("config/systemd/user/default.target.wants/" +
+                                                        kHostIdentifier + ".service")));
+            }
+        }
+    }
+
     // Asking what the program is makes no window and registers nothing.
     void helpAndVersionPrintAndExit() {
         Sandbox sandbox(false);
@@ -219,6 +248,7 @@ private slots:
         const auto help = sandbox.run({"-x", "--help"}, false);
         QCOMPARE(help.exitCode, 0);
         QVERIFY(help.output.contains("--register-and-exit"));
+        QVERIFY(help.output.contains("--unregister-and-exit"));
         QVERIFY(!QFileInfo::exists(sandbox.entryPath()));
     }
 

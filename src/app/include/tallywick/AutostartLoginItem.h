@@ -13,6 +13,7 @@ public:
     explicit AutostartLoginItem(LoginItemSetup setup);
 
     std::optional<std::string> registerItem() override;
+    std::optional<std::string> unregisterItem() override;
     LoginItemStatus status() const override;
 
     std::filesystem::path entryPath() const;

@@ -32,6 +32,10 @@ struct LoginItemSetup {
     // Why the host program cannot be registered (a copy of the application
     // without the host beside it); none when it is an executable file.
     std::optional<std::string> missingHost() const;
+
+    // Stops the host serving the endpoint when it is this setup's host
+    // program, and waits until it is gone; the reason when it would not stop.
+    std::optional<std::string> stopHost() const;
 };
 
 // A program to run: a path naming an executable file, or a name found on PATH.
@@ -46,6 +50,9 @@ public:
     // Installs and enables the item and makes sure the host runs; the reason
     // when that could not be done.
     virtual std::optional<std::string> registerItem() = 0;
+    // Takes back what registerItem did: stops the host it started and
+    // removes the item it wrote; the reason when that could not be done.
+    virtual std::optional<std::string> unregisterItem() = 0;
     virtual LoginItemStatus status() const = 0;
 
     // The systemd user service when systemctl is on PATH, else an XDG autostart entry.

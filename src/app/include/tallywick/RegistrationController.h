@@ -20,6 +20,11 @@ int exitStatus(LoginItemStatus status);
 int runHeadless();
 int runHeadless(LoginItem& item);
 
+// Takes the login item back and stops the host it started: 0 when nothing
+// is registered any more, 1 (with the reason on stderr) otherwise.
+int runUnregister();
+int runUnregister(LoginItem& item);
+
 // Registers; a failure writes the one diagnostic line, success nothing.
 void registerQuietly();
 void registerQuietly(LoginItem& item);

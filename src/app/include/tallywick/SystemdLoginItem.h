@@ -12,6 +12,7 @@ public:
     explicit SystemdLoginItem(LoginItemSetup setup);
 
     std::optional<std::string> registerItem() override;
+    std::optional<std::string> unregisterItem() override;
     LoginItemStatus status() const override;
 
     std::string unitName() const { return setup_.hostIdentifier + ".service"; }
