@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Activity pane under a storm of agent traffic: 5,000 pings spread over
 // one second from a raw link, each logged twice, so 10,000 apiCall events
 // reach the window's model while the pane is the visible tab. Measured on

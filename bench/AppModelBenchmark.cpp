@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The App model against a real host of 100 accounts and --entries=N entries
 // (100,000 unless told):
 //   refresh:  a createEntry command until the model's `entries` has changed

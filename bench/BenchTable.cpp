@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "BenchTable.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Agent calls through the whole chain, each figure beside its baselines from
 // the same run:
 //   raw:        a getBalance-sized ping-pong over a bare Unix socket between

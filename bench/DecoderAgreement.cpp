@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "DecoderAgreement.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "HeapCounter.h"
 
 #include <malloc.h>

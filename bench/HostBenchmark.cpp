@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host under load, each figure beside its baseline from the same run, on
 // a host of 100 accounts and --entries=N entries (100,000 unless told):
 //   start:    from the host's start until it accepts a connection, and until

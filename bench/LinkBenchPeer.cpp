@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The far end of the link benchmark, a process of its own with the host's
 // identity. On LINK_SOCKET it answers `control` calls: a request naming
 // "bulk" gets a 20 MB failure text, anything else a ~100-byte one. On

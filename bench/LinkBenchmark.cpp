@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Round trips through the link against the same trips over a bare Unix
 // socket between the same two processes (the floor):
 //   small: a ~100-byte control call through XPCControlClient, answered by the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "MemoryReport.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "QtSnapshotDecoder.h"
 
 #include <QByteArray>

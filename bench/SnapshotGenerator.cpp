@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "SnapshotGenerator.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ThroughputSummary.h"
 
 #include <cstdio>

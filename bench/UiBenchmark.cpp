@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The views over the App model against a real host whose first account holds
 // --entries=N entries, 100,000 unless told (99 more accounts hold their
 // opening credit only); goals: select <= 150 ms, a change visible <= 1 s:

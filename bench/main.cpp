@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Decode throughput of the snapshot answer: simdjson's parse alone (the
 // floor), our decoder, and the same strict decode written with Qt's JSON
 // classes (the baseline); then the heap a decoded snapshot holds.

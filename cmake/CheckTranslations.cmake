@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Scans SOURCES into a copy (WORK) of the translation TS and fails, naming
 # them, when any text there has no finished translation.
 file(COPY_FILE ${TS} ${WORK})

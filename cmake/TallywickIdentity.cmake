@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # tallywick_identity(<target> <identifier> [TEAM <team>])
 # Gives an executable its identity: an ELF note in section .note.tallywick,
 # owner "Tallywick", type 1, descriptor team NUL identifier NUL. The linker

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Installs the wire layer's headers and a CMake package, so that outside code
 # can find_package(Tallywick CONFIG REQUIRED) and link Tallywick::core.
 include(GNUInstallDirs)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Checks of the identity values and the warning and sanitizer flags shared by every target.
 
 string(LENGTH "${signingTeamIdentifier}" _teamLength)

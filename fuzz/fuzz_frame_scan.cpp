@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whatever bytes a peer sends, the frame scan must not crash, and the frames
 // it takes out must be exactly the bytes it says it consumed.
 #include <cstdint>

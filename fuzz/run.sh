@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the fuzz targets and runs each for a bounded time.
 #   fuzz/run.sh [seconds-per-target]   (default 60)
 # CC and CXX pick the compiler (default clang-14); any other compiler gets a

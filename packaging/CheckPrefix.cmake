@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Run by CPack before it packs: a Debian package installs under /usr, and the
 # desktop entry and systemd unit name the programs by the configured prefix.
 if(NOT CPACK_PACKAGING_INSTALL_PREFIX STREQUAL "/usr")

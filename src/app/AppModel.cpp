@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/AppModel.h>
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/LoginItem.h>
 
 #include <pwd.h>

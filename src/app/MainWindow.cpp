@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/MainWindow.h>
 
 #include <QEvent>

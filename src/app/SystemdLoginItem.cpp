@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/SystemdLoginItem.h>
 
 #include <string_view>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "AgentLine.h"
 
 #include <simdjson.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "BridgeOptions.h"
 
 #include <optional>

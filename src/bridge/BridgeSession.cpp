@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "BridgeSession.h"
 
 #include <tallywick/HostLauncher.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "LineWriter.h"
 
 #include <sys/uio.h>

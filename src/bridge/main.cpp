@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // tallywick-bridge: the stdio relay between an agent's client and the host.
 #include <unistd.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "SnapshotTables.h"
 
 #include "TextTable.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "TextTable.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // tallywickctl: the host's control requests for scripts and terminals.
 #include <pthread.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "AgentPersona.h"
 
 #include <array>

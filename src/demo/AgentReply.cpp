@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "AgentReply.h"
 
 #include <simdjson.h>

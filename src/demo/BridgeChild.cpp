@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "BridgeChild.h"
 
 #include <fcntl.h>

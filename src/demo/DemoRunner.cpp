@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "DemoRunner.h"
 
 #include <poll.h>

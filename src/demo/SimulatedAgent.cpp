@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "SimulatedAgent.h"
 
 #include <tallywick/JsonWriter.h>

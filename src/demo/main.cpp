@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // tallywick-demo: simulated agents that give the desktop manager something to show.
 #include <signal.h>
 #include <sys/signalfd.h>

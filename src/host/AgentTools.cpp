@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "AgentTools.h"
 
 #include <random>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ApiLog.h"
 
 namespace tallywick {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ControlService.h"
 
 #include "LedgerStore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "HostLock.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "HostLog.h"
 
 #include <fcntl.h>

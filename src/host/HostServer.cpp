@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "HostServer.h"
 
 #include <sys/resource.h>

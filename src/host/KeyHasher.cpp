@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KeyHasher.h"
 
 #include <sodium.h>

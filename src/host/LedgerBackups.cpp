@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "LedgerBackups.h"
 
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "LedgerStore.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "LogRedaction.h"
 
 #include <simdjson.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "LoginThrottle.h"
 
 #include <algorithm>

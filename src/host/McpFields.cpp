@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "McpFields.h"
 
 #include <algorithm>

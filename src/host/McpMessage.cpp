@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "McpMessage.h"
 
 #include <tallywick/JsonWriter.h>

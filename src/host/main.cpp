@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // tallywick-host: the per-user daemon that owns the ledger.
 #include <chrono>
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/FrameCodec.h>
 
 #include <tallywick/JsonWriter.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/HostLauncher.h>
 
 #include <pwd.h>

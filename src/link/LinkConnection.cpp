@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/LinkConnection.h>
 
 #include <asio/bind_executor.hpp>

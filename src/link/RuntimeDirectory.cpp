@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/RuntimeDirectory.h>
 
 #include <sys/stat.h>

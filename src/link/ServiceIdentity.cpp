@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/ServiceIdentity.h>
 
 #include <tallywick/BuildIdentity.h>

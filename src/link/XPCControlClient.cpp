@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/XPCControlClient.h>
 
 #include <asio/post.hpp>

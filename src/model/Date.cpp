@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/Date.h>
 
 #include <array>

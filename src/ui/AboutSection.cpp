@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/AboutSection.h>
 
 #include <tallywick/StyledLabel.h>

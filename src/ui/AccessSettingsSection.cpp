@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/AccessSettingsSection.h>
 
 #include <tallywick/AppModel.h>

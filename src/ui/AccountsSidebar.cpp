@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/AccountsSidebar.h>
 
 #include <QPainter>

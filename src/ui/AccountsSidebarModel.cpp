@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/AccountsSidebarModel.h>
 
 #include <tallywick/AppStyle.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/ActivityView.h>
 
 #include <QPainter>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/AddEntryView.h>
 
 #include <QAbstractButton>

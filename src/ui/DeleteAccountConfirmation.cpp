@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/DeleteAccountConfirmation.h>
 
 #include <QApplication>

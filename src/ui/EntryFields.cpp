@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/EntryFields.h>
 
 #include <QComboBox>

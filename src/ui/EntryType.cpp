@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/EntryType.h>
 
 #include <tallywick/AppStyle.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/RecordsView.h>
 
 #include <tallywick/AccountsSidebar.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/RootView.h>
 
 #include <QAction>

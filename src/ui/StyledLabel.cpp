@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/StyledLabel.h>
 
 #include <QEvent>

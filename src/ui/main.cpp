@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/AppMain.h>
 #include <tallywick/GuardedMain.h>
 #include <tallywick/RootView.h>

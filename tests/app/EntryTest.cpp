@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The desktop manager's executable as a process: the headless switch and
 // its exit statuses under each login-item mechanism, and the windowed mode
 // that any other argument leads to. Every run has its own home and XDG folders.

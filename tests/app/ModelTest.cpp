@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The application's model and windows against a real host process: agents
 // reach the host over the same sockets as a bridge would, and the model
 // follows the host through its own client.

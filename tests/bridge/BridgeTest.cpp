@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The real tallywick-bridge between pipes and a real host.
 #include <signal.h>
 

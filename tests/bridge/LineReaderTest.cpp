@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The stdin side of the bridge in process, over a real pipe.
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // tallywickctl run as a program against a real host: every subcommand, and
 // the exit status scripts rely on (0 done, 1 refused, 2 usage, 3 unreachable).
 #include <gtest/gtest.h>

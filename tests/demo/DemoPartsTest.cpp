@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The demo's parts in process: its command line, its cast, and what it makes
 // of lines from a bridge, hostile ones included.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // tallywick-demo run as a program: against a real host it leaves accounts of
 // both kinds and their traffic behind and ends on time; without a host or a
 // bridge it says so and fails at once.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A simulated agent talking through a real bridge to a real host, driven
 // line by line: signing up, logging back in with its key, recovering from an
 // account deleted at the desk, and hearing of changes to its history.

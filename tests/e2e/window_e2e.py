@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: MIT
 """The installed desktop manager in a real X server, as a person meets it.
 
 Starts Xvfb and the accessibility bus, then the installed `tallywick` with an

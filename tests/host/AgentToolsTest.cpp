@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "AgentTestSupport.h"
 
 using namespace tallywick;

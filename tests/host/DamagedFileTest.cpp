@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A damaged database is never served nor written, whatever the damage; the
 // host's backups bring the ledger back with nothing lost.
 #include <gtest/gtest.h>

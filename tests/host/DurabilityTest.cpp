@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host killed at any moment loses no answered change and leaves no
 // half-written one: a writer commits entries as fast as it can while the
 // host is killed with SIGKILL at a random moment, round after round.

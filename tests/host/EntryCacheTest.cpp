@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host's encoded copy of the ledger must always say exactly what a
 // fresh read and encode of the store would.
 #include <gtest/gtest.h>

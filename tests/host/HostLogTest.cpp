@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host's log as an administrator reads it: the events that matter, in
 // the journal with their priorities or in a file that stays small.
 #include <sys/stat.h>

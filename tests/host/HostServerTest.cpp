@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host as a process: control requests, events and agent traffic over
 // real sockets, and how it starts and stops.
 #include <simdjson.h>

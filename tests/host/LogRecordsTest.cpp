@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the host writes into its API log: keys never, payloads cut whole.
 #include <gtest/gtest.h>
 

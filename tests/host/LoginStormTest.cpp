@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Key hashing against a real host: Argon2id never holds up the desk or other
 // agents, and guessing is slowed per account and per connection.
 #include <gtest/gtest.h>

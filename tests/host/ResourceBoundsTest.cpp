@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One user's agents, some of them buggy, against a real host process: a
 // peer that never reads, and a crowd of peers that connect and say nothing.
 #include <gtest/gtest.h>

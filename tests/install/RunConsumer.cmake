@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Installs the build into a scratch prefix, then configures, builds and runs the
 # consumer project against it. Called by ctest with BUILD_DIR, TEST_DIR, WORK_DIR.
 file(REMOVE_RECURSE "${WORK_DIR}")

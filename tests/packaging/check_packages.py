@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: MIT
 """The Debian packages as a packager and an installing system see them.
 
 Packs the build folder (configured for /usr) with CPack, then checks each

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Activity pane against a real host: agents' messages arrive as rows
 // at the top, one insert and one removal per message, and each row shows
 // which way its message went, what it was and when.

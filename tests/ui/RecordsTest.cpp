@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The records pane driven as a person would, against a real host: what the
 // views show, and what their clicks and keys make of the host's state.
 #include <QAccessible>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 // A real host in a scratch folder, agents that reach it as a bridge would,

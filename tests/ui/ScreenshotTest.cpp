@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pictures of the records pane and its sheets with a realistic ledger, in a
 // light and a dark palette, for a person to look at. They land in the build
 // folder's "screenshots".

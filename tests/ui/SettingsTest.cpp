@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Settings pane against a real host: the two settings go to the host
 // and come back with the refresh, the host's status and version show, and
 // the login-item button registers the host's item in a scratch home.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parts of the views that are plain rules: number formats, entry types,
 // the amount rule, and row updates by identity under Qt's model checker.
 #include <QAbstractItemModelTester>

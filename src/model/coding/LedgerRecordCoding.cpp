@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/coding/LedgerRecordKeys.h"
 
 TALLYWICK_INSTANTIATE_CODING(tallywick::ClientInfo)

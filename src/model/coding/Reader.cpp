@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/coding/Reader.h"
 
 #include <algorithm>

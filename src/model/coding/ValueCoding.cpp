@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/coding/ValueCoding.h"
 
 #include "model/coding/RecordCoding.h"

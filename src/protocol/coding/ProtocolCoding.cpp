@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <tallywick/SnapshotEnvelope.h>
 
 #include "protocol/coding/ProtocolKeys.h"

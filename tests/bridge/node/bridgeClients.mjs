@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What both client tests share: a real host in a scratch folder, the
 // programs under test, and the control side.
 import { spawn, execFile } from 'node:child_process';

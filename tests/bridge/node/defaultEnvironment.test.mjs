@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An agent set up as a new user sets it up: the host started for a login
 // session (only XDG_RUNTIME_DIR pointing at the private /run/user/UID), and
 // an MCP client that launches the bridge with the official SDK's default

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Runs a command in a mount namespace of its own where /run/user is a fresh
 # tmpfs, so a test can give the user a login session's private folder
 # (/run/user/UID) without touching the machine's. Exits 77 (skipped) where

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // tallywick-bridge through the Model Context Protocol inspector's command
 // line: each call starts a bridge of its own, shakes hands, asks one thing.
 import { after, before, test } from 'node:test';

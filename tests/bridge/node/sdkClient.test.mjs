@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // tallywick-bridge driven by the official Model Context Protocol SDK: the
 // SDK checks every message, and every tool result against the output
 // schema the host declared.

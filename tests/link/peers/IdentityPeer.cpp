@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A small program whose only purpose is the identity note CMake gives it.
 // Tests run it as a peer process, or read its file.
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A stand-in host for the control client's tests: a separate process with the
 // host's identity, listening on the given socket and answering `control` calls
 // by a script file, one rule a line, first match wins:
