@@ -107,6 +107,8 @@ int followEvents(Session& session, const StopSignals& stop) {
 std::optional<std::string> hostProblem(const std::string& runtimeDirectory, bool startHost) {
     const auto runtime = checkRuntimeDirectory(runtimeDirectory);
     // A missing folder is made by the host we start; a wrong one is never used.
+    if (runtimeDirectory.empty() || runtimeDirectory.front() != '/')
+        return runtime.problem + "; name an absolute one with --runtime-dir or $TALLYWICK_RUNTIME_DIR";
     if (!runtime.usable() && ::access(runtimeDirectory.c_str(), F_OK) == 0)
         return "the runtime folder " + runtimeDirectory + " is unsafe (" + runtime.problem +
                "); fix or remove it, or name another with --runtime-dir";

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include <tallywick/ServiceIdentity.h>
 
@@ -21,10 +22,21 @@ std::string runtimeDirectoryPath(const std::string& runUserRoot) {
     return "/tmp/tallywick-" + uid;
 }
 
+namespace {
+
+// One rule for every program: a relative folder would mean another place
+// for each working directory, so host and clients could miss each other.
+std::optional<std::string> notAbsolute(const std::string& path) {
+    if (!path.empty() && path.front() == '/') return std::nullopt;
+    return "the runtime folder must be an absolute path, not '" + path + "'";
+}
+
+}  // namespace
+
 RuntimeDirectory prepareRuntimeDirectory(const std::string& path) {
     RuntimeDirectory result{path, {}};
-    if (path.empty() || path.front() != '/') {
-        result.problem = "the runtime folder must be an absolute path";
+    if (auto problem = notAbsolute(path)) {
+        result.problem = *problem;
         return result;
     }
     if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
@@ -37,7 +49,9 @@ RuntimeDirectory prepareRuntimeDirectory(const std::string& path) {
 RuntimeDirectory checkRuntimeDirectory(const std::string& path) {
     RuntimeDirectory result{path, {}};
     struct stat info {};
-    if (::lstat(path.c_str(), &info) != 0) {
+    if (auto problem = notAbsolute(path)) {
+        result.problem = *problem;
+    } else if (::lstat(path.c_str(), &info) != 0) {
         result.problem = std::string("cannot inspect the runtime folder: ") + std::strerror(errno);
     } else if (S_ISLNK(info.st_mode)) {
         result.problem = "the runtime folder is a symbolic link";

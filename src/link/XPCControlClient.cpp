@@ -45,7 +45,12 @@ void XPCControlClient::send(const ControlRequest& request, Completion completion
                            self->deliver(TallywickCoding::decodeInPlace<ControlResponse>(reply), completion);
                            self->notifyConnection(true);
                        },
-                       [self, completion, connection](const LinkFailure&) {
+                       [self, completion, connection](const LinkFailure& failure) {
+                           // The host answered this call with a failure, or the call
+                           // could not be framed: that call ends, the connection stays.
+                           if (failure.kind == LinkFailure::Kind::remoteFailure ||
+                               failure.kind == LinkFailure::Kind::unsendable)
+                               return self->deliver(std::nullopt, completion);
                            asio::post(self->queue_, [self, completion, connection] {
                                self->forget(connection);
                                self->deliver(std::nullopt, completion);

@@ -149,6 +149,19 @@ TEST_F(Ctl, ExitStatusSaysWhatHappened) {
     EXPECT_NE(down.err.find("none could be started: the host executable is missing"), std::string::npos)
         << down.err;
 
+    // A relative folder is refused, as the host refuses it, whatever lies there.
+    for (const auto& relative : {std::vector<std::string>{"--runtime-dir", "run"}, {}}) {
+        std::vector<std::string> arguments{TALLYWICKCTL_PATH};
+        arguments.insert(arguments.end(), relative.begin(), relative.end());
+        arguments.push_back("snapshot");
+        if (relative.empty()) ::setenv("TALLYWICK_RUNTIME_DIR", "relative/run", 1);
+        auto refused = runProgram(arguments, folder_);
+        ::unsetenv("TALLYWICK_RUNTIME_DIR");
+        EXPECT_EQ(refused.status, 3);
+        EXPECT_NE(refused.err.find("the runtime folder must be an absolute path"), std::string::npos)
+            << refused.err;
+    }
+
     // An unsafe runtime folder is named as such, not taken for a missing host.
     const auto open = folder_ / "open-run";
     std::filesystem::create_directories(open);

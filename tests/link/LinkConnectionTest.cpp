@@ -290,6 +290,20 @@ TEST(LinkConnectionTest, RequirementsAreCheckedOnBothEnds) {
         EXPECT_EQ(await(call), "error invalidated") << "a text that does not parse admits nobody";
         EXPECT_EQ(await(recorder.ended.get_future()), "invalidated");
     }
+    {
+        // A socket in a folder others may write to could be anyone's: never connected to.
+        EchoServer server(io, runtime.socket());
+        std::filesystem::permissions(runtime.path(), std::filesystem::perms::group_all,
+                                     std::filesystem::perm_options::add);
+        Recorder recorder;
+        auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
+        client->start(recorder.handlers());
+        EXPECT_EQ(await(callFuture(*client, "echo", "x")), "error invalidated");
+        EXPECT_EQ(await(recorder.ended.get_future()), "invalidated");
+        EXPECT_EQ(server.accepted(), 0u);
+        std::filesystem::permissions(runtime.path(), std::filesystem::perms::group_all,
+                                     std::filesystem::perm_options::remove);
+    }
 }
 
 TEST(LinkConnectionTest, ProtocolViolationsInvalidate) {

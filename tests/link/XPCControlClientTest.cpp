@@ -156,6 +156,34 @@ TEST(XPCControlClientTest, AnswersPassThroughAndUnreadableOnesStillMeanOnline) {
     EXPECT_EQ(f.states, (std::vector<bool>{true, true, true}));
 }
 
+// A failure frame ends its call only: the connection stays (a second one
+// would hear every event twice), and the state stays connected.
+TEST(XPCControlClientTest, FailureAnswerEndsTheCallNotTheConnection) {
+    ScratchRuntime runtime;
+    HostProcess host(runtime,
+                     "deleteEntry => fail the host could not answer\n"
+                     "renameAccount => connections\n"
+                     "snapshot => push {\"dataChanged\":{}}\n");
+    ClientFixture f(runtime);
+    // How many connections the host has seen (its own start-up probe among them).
+    const auto connections = [&f] {
+        auto count = f.request(ControlRequest::renameAccount("A1", "x"));
+        return count && *count ? std::get<ControlResponse::Failure>((*count)->value).reason : "none";
+    };
+    const std::string before = connections();
+    for (int i = 0; i < 2; ++i) {
+        auto failed = f.request(ControlRequest::deleteEntry("E1"));
+        ASSERT_TRUE(failed);
+        EXPECT_FALSE(*failed);
+    }
+    auto pushed = f.request(ControlRequest::snapshot());
+    ASSERT_TRUE(pushed && *pushed);
+    EXPECT_EQ(connections(), before) << "the same connection all along";
+    f.loop->runUntil([&] { return !f.events.empty(); }, 10s);
+    EXPECT_EQ(f.events, std::vector<std::string>{"dataChanged"});
+    for (bool state : f.states) EXPECT_TRUE(state) << "a failure answer is no lost host";
+}
+
 TEST(XPCControlClientTest, UnwritableRequestOpensNothingAndReportsNothing) {
     ScratchRuntime runtime;
     HostProcess host(runtime, "");

@@ -7,6 +7,9 @@
 //   <substring> => release <text>        answer this call, then every held one,
 //                                        newest first, each with <text>
 //   <substring> => push <event>          send <event> as a controlEvent, then {"ok":{}}
+//   <substring> => fail <reason>         answer with a failure frame
+//   <substring> => connections           answer with a failure response whose
+//                                        reason is how many connections came
 // Requests matching no rule get {"ok":{}}. Usage: scripted_host SOCKET SCRIPT
 #include <fstream>
 #include <iostream>
@@ -73,6 +76,10 @@ int main(int argc, char** argv) {
                     for (auto it = held.rbegin(); it != held.rend(); ++it)
                         it->first->reply(it->second, rule.text);
                     held.clear();
+                } else if (rule.action == "fail") {
+                    self->fail(id, rule.text);
+                } else if (rule.action == "connections") {
+                    self->reply(id, R"({"failure":{"_0":")" + std::to_string(connections.size()) + "\"}}");
                 } else if (rule.action == "push") {
                     self->send("controlEvent", rule.text);
                     self->reply(id, R"({"ok":{}})");
