@@ -82,8 +82,10 @@ std::optional<std::string> LoginItemSetup::stopHost() const {
     const auto ours = std::filesystem::weakly_canonical(hostPath, error);
     if (running != ours) return std::nullopt;
     ::kill(peer.pid, SIGTERM);
+    // Gone once its program is no longer there: exited, or a zombie nobody reaped yet.
+    const auto exe = "/proc/" + std::to_string(peer.pid) + "/exe";
     for (int waited = 0; waited < 250; ++waited) {
-        if (::kill(peer.pid, 0) != 0 || !acceptsConnections(endpoint)) return std::nullopt;
+        if (std::filesystem::read_symlink(exe, error) != running) return std::nullopt;
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     return "the host (pid " + std::to_string(peer.pid) + ") did not stop within 5 s; stop it with kill " +

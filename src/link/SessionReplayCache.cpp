@@ -4,6 +4,7 @@
 #include <simdjson.h>
 
 #include <tallywick/JsonWriter.h>
+#include <tallywick/SkippableJson.h>
 
 namespace tallywick {
 namespace {
@@ -17,7 +18,15 @@ std::optional<object> parseObject(std::string_view text) {
     thread_local simdjson::dom::parser parser;
     element root;
     object result;
-    if (parser.parse(text.data(), text.size()).get(root) != simdjson::SUCCESS) return std::nullopt;
+    auto error = parser.parse(text.data(), text.size()).get(root);
+    // Valid JSON the parser cannot hold (huge numbers, deep nesting) counts
+    // only where it is read: a copy with those values marked is read instead.
+    if ((error == simdjson::NUMBER_ERROR || error == simdjson::DEPTH_ERROR) &&
+        simdjson::validate_utf8(text.data(), text.size())) {
+        if (const auto tamed = SkippableJson::tame(text, simdjson::DEFAULT_MAX_DEPTH - 1))
+            error = parser.parse(tamed->data(), tamed->size()).get(root);
+    }
+    if (error != simdjson::SUCCESS) return std::nullopt;
     if (root.get(result) != simdjson::SUCCESS) return std::nullopt;
     return result;
 }
@@ -25,6 +34,7 @@ std::optional<object> parseObject(std::string_view text) {
 std::optional<std::string> stringMember(object from, std::string_view key) {
     std::string_view value;
     if (from[key].get(value) != simdjson::SUCCESS) return std::nullopt;
+    if (SkippableJson::markerMeaning(value, 0)) return std::nullopt;  // a value too large to hold
     return std::string(value);
 }
 

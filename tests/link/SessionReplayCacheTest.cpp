@@ -124,26 +124,60 @@ TEST(SessionReplayCacheTest, IncompleteSignUpsAndOtherCallsChangeNothing) {
     EXPECT_FALSE(cache.canReestablish());
 }
 
+// Each handshake and login differ, so a reader sees a pair the writer made:
+// the newest handshake with its own login or the one before it, both whole.
 TEST(SessionReplayCacheTest, ConcurrentObserversNeverSeeAMixedState) {
     SessionReplayCache cache;
-    const std::string initA = R"({"method":"initialize","id":"A"})";
-    const std::string loginA =
-        R"({"method":"tools/call","id":"A","params":{"name":"login","arguments":{"accountId":"A","key":"k"}}})";
+    const auto init = [](int i) { return R"({"method":"initialize","id":")" + std::to_string(i) + R"("})"; };
+    const auto login = [](int i) {
+        return R"({"method":"tools/call","id":")" + std::to_string(i) +
+               R"(","params":{"name":"login","arguments":{"accountId":"A)" + std::to_string(i) +
+               R"(","key":"k"}}})";
+    };
+    constexpr int kRounds = 2000;
+    std::vector<std::pair<std::string, std::string>> pairs;
+    for (int i = 0; i < kRounds; ++i) pairs.emplace_back(init(i), login(i));
     std::atomic<bool> stop{false};
     std::thread writer([&] {
-        for (int i = 0; i < 2000; ++i) {
-            cache.observeRequest(initA);
-            cache.observeResponse(loginA, kOkReply);
+        for (const auto& [handshake, loginLine] : pairs) {
+            cache.observeRequest(handshake);
+            cache.observeResponse(loginLine, kOkReply);
         }
         stop = true;
     });
+    const auto indexOf = [&](const std::string& line, bool isLogin) {
+        for (int i = 0; i < kRounds; ++i) {
+            if ((isLogin ? pairs[i].second : pairs[i].first) == line) return i;
+        }
+        return -1;
+    };
     while (!stop) {
         const auto lines = cache.replayLines("");
-        EXPECT_LE(lines.size(), 2u);
-        if (lines.size() == 2) {
-            EXPECT_EQ(lines[0], initA);
-            EXPECT_EQ(lines[1], loginA);
-        }
+        ASSERT_LE(lines.size(), 2u);
+        if (lines.size() != 2) continue;
+        const int handshake = indexOf(lines[0], false), loginIndex = indexOf(lines[1], true);
+        ASSERT_GE(handshake, 0) << lines[0];
+        EXPECT_TRUE(loginIndex == handshake || loginIndex == handshake - 1) << handshake << " " << loginIndex;
     }
     writer.join();
+    EXPECT_EQ(cache.replayLines(""), (Lines{pairs.back().first, pairs.back().second}));
+}
+
+// Valid JSON the parser cannot hold counts only where it is read.
+TEST(SessionReplayCacheTest, HugeNumbersAndDeepNestingElsewhereChangeNothing) {
+    SessionReplayCache cache;
+    const std::string deep = std::string(2000, '[') + std::string(2000, ']');
+    const std::string init =
+        R"({"jsonrpc":"2.0","id":123456789012345678901234567890,"method":"initialize","params":{"x":1e400,"y":)" +
+        deep + "}}";
+    cache.observeRequest(init);
+    EXPECT_EQ(cache.replayLines(""), Lines{init});
+    const std::string login =
+        R"({"id":1e999,"method":"tools/call","params":{"name":"login","arguments":{"accountId":"A1","key":"k"}}})";
+    cache.observeResponse(login, R"({"id":1e999,"result":{"content":[],"meta":)" + deep + "}}");
+    EXPECT_EQ(cache.replayLines(""), (Lines{init, login}));
+    // Where it is read, a value too large to hold is no method at all.
+    SessionReplayCache other;
+    other.observeRequest(R"({"method":1e400})");
+    EXPECT_FALSE(other.canReestablish());
 }

@@ -44,15 +44,29 @@ TEST(MalformedInputTest, InvalidUtf8AnywhereFails) {
     EXPECT_EQ(std::get<ControlResponse::Failure>(pair->value).reason, "🎉 ü /");
 }
 
-TEST(MalformedInputTest, DeepNestingIsRefusedNotRecursedInto) {
+// Values under keys a record does not declare are skipped unread: however
+// deep they nest, they fail nothing. Nothing is recursed into, and what is
+// not JSON stays refused at any depth.
+TEST(MalformedInputTest, DeepNestingIsSkippedUnreadOrRefused) {
     for (std::size_t depth : {100u, 10'000u, 1'000'000u}) {
-        std::string text = R"({"ok":{"x":)" + std::string(depth, '[') + std::string(depth, ']') + "}}";
-        EXPECT_FALSE(decode<ControlResponse>(text)) << depth;
+        const std::string deep = std::string(depth, '[') + "1" + std::string(depth, ']');
+        EXPECT_TRUE(decode<ControlResponse>(R"({"ok":{"x":)" + deep + "}}")) << depth;
+        EXPECT_FALSE(decode<ControlResponse>(R"({"ok":{"x":)" + deep + "]}}")) << "unbalanced, " << depth;
+        std::string broken = deep;
+        broken[depth] = 'x';
+        EXPECT_FALSE(decode<ControlResponse>(R"({"ok":{"x":)" + broken + "}}"))
+            << "not a value inside, " << depth;
     }
-    std::string objects = R"({"ok":{"x":)";
+    std::string objects = R"({"dataChanged":{"x":)";
     for (int i = 0; i < 100'000; ++i) objects += R"({"a":)";
     objects += "1" + std::string(100'000, '}') + "}}";
-    EXPECT_FALSE(decode<ControlResponse>(objects));
+    EXPECT_TRUE(decode<ControlEvent>(objects));
+    // In a place the record declares, deep nesting is the wrong type.
+    const std::string declared =
+        R"({"failure":{"_0":)" + std::string(100, '[') + std::string(100, ']') + "}}";
+    auto refused = decodeResult<ControlResponse>(declared);
+    ASSERT_TRUE(std::holds_alternative<DecodeError>(refused));
+    EXPECT_EQ(std::get<DecodeError>(refused).description, "Expected a string but found an array");
 }
 
 TEST(MalformedInputTest, HugeAndOddNumbers) {
@@ -62,6 +76,24 @@ TEST(MalformedInputTest, HugeAndOddNumbers) {
                                   "0x10", "01", "+1", "1.", ".5", "--1", std::string(5000, '9')}) {
         EXPECT_FALSE(decode<ControlRequest>(prefix + number + "}}")) << number;
     }
+    // Beyond what a parser holds, where read: said as such.
+    for (const std::string& number :
+         {std::string("1e400"), std::string(5000, '9'), std::string("-1") + std::string(30, '0')}) {
+        auto refused = decodeResult<ControlRequest>(prefix + number + "}}");
+        ASSERT_TRUE(std::holds_alternative<DecodeError>(refused));
+        EXPECT_EQ(std::get<DecodeError>(refused).description, "The number does not fit in 64 bits") << number;
+    }
+    // Where skipped: nothing.
+    for (const std::string& number : {std::string("123456789012345678901234567890"), std::string("1e400"),
+                                      std::string("-1e400"), std::string("1e-400"), std::string(5000, '9')}) {
+        auto event = decode<ControlEvent>(R"({"dataChanged":{"x":)" + number + R"(,"y":[)" + number + "]}}");
+        ASSERT_TRUE(event) << number;
+        EXPECT_EQ(event->caseName(), "dataChanged");
+        EXPECT_FALSE(decode<ControlEvent>(R"({"dataChanged":{"x":)" + number + "x}}")) << number;
+    }
+    auto request = decode<ControlRequest>(R"({"setStartingPoints":{"_0":5,"later":1e999}})");
+    ASSERT_TRUE(request);
+    EXPECT_EQ(std::get<ControlRequest::SetStartingPoints>(request->value).value, 5);
 }
 
 TEST(MalformedInputTest, ControlCharactersAndEmbeddedNul) {

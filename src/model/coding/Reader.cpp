@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include <tallywick/SkippableJson.h>
 #include <tallywick/TallywickCoding.h>
 
 namespace tallywick::coding {
@@ -33,12 +34,19 @@ std::string_view jsonTypeName(Element element) {
 }
 
 bool Reader::typeMismatch(std::string_view expected, Element found) {
+    if (auto marker = markerIn(found)) return fail(DecodeError::Kind::dataCorrupted, *marker);
     if (found.is_null()) {
         return fail(DecodeError::Kind::valueNotFound,
                     "Expected " + std::string(expected) + " but found null");
     }
     return fail(DecodeError::Kind::typeMismatch,
                 "Expected " + std::string(expected) + " but found " + std::string(jsonTypeName(found)));
+}
+
+std::optional<std::string> Reader::markerIn(Element element) {
+    std::string_view text;
+    if (element.get(text) != simdjson::SUCCESS || text.empty() || text.front() != '\0') return std::nullopt;
+    return SkippableJson::markerMeaning(text, TallywickCoding::decoder().maxDepth - 1);
 }
 
 namespace {
@@ -72,6 +80,14 @@ static_assert(TallywickCoding::kReadPadding >= simdjson::SIMDJSON_PADDING);
 bool parseDocument(Reader& reader, std::string_view text, bool padded, Element& root) {
     if (text.empty()) return reader.fail(DecodeError::Kind::notJson, "The text is empty");
     auto error = threadParser().parse(text.data(), text.size(), !padded).get(root);
+    // Valid JSON the parser cannot hold fails only if the decoder reads it.
+    if (error == simdjson::NUMBER_ERROR || error == simdjson::NUMBER_OUT_OF_RANGE ||
+        error == simdjson::DEPTH_ERROR) {
+        if (simdjson::validate_utf8(text.data(), text.size())) {
+            if (const auto tamed = SkippableJson::tame(text, TallywickCoding::decoder().maxDepth - 1))
+                error = threadParser().parse(tamed->data(), tamed->size(), true).get(root);
+        }
+    }
     if (error != simdjson::SUCCESS) {
         return reader.fail(DecodeError::Kind::notJson,
                            std::string("The text is not valid JSON: ") + simdjson::error_message(error));

@@ -3,6 +3,7 @@
 
 #include <simdjson.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,6 +39,9 @@ public:
 
     // Wrong JSON type: names what was wanted and what was found.
     bool typeMismatch(std::string_view expected, Element found);
+    // What a value stands for when the parser could not hold it (see
+    // SkippableJson); none for any other value.
+    static std::optional<std::string> markerIn(Element element);
 
     RecentDate recentDate;  // makes the next date of the same day cheap
 

@@ -3,11 +3,21 @@
 
 #include "model/coding/RecordCoding.h"
 
+#include <tallywick/SkippableJson.h>
+
 namespace tallywick::coding {
+namespace {
+
+// A value the parser could not hold, in a place the record declares.
+bool isMarker(std::string_view text) {
+    return !text.empty() && text.front() == '\0' && SkippableJson::markerMeaning(text, 0);
+}
+
+}  // namespace
 
 bool readValue(Reader& r, Element e, std::string& out) {
     std::string_view text;
-    if (e.get(text) != simdjson::SUCCESS) return r.typeMismatch("a string", e);
+    if (e.get(text) != simdjson::SUCCESS || isMarker(text)) return r.typeMismatch("a string", e);
     out.assign(text);
     return true;
 }
@@ -27,7 +37,7 @@ bool readValue(Reader& r, Element e, bool& out) {
 
 bool readValue(Reader& r, Element e, Date& out) {
     std::string_view text;
-    if (e.get(text) != simdjson::SUCCESS) return r.typeMismatch("a date string", e);
+    if (e.get(text) != simdjson::SUCCESS || isMarker(text)) return r.typeMismatch("a date string", e);
     auto date = parseDate(text, r.recentDate);
     if (!date) {
         return r.fail(DecodeError::Kind::dataCorrupted, "Expected date string to be ISO8601-formatted.");
@@ -37,7 +47,7 @@ bool readValue(Reader& r, Element e, Date& out) {
 }
 
 bool readRawText(Reader& r, Element e, std::string_view& out) {
-    if (e.get(out) != simdjson::SUCCESS) return r.typeMismatch("a string", e);
+    if (e.get(out) != simdjson::SUCCESS || isMarker(out)) return r.typeMismatch("a string", e);
     return true;
 }
 

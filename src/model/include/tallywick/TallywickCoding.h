@@ -20,8 +20,11 @@ struct JsonEncoder {
 
 // The reader's fixed configuration. Every thread reuses one parser of its own
 // built from it; nothing is shared between threads after creation.
+// maxDepth bounds what a record declares (our messages nest six levels
+// deep); values under unknown keys nest as deep as they like, and numbers
+// there may exceed 64 bits: both are skipped unread (see SkippableJson).
 struct JsonDecoder {
-    std::size_t maxDepth = 64;                             // our messages nest six levels deep
+    std::size_t maxDepth = 64;
     std::size_t maxCapacity = std::size_t{1} << 28;        // the link's frame limit, 256 MiB
     std::size_t retainedCapacity = std::size_t{64} << 20;  // larger texts leave no buffers behind
 };
@@ -33,8 +36,9 @@ const JsonEncoder& encoder();
 const JsonDecoder& decoder();
 
 // Reads a whole text as T, strictly: exact JSON types, required keys present,
-// null as absent for optional fields, unknown keys skipped, a key that T declares
-// appearing twice in one object rejected. Any fault fails the whole text.
+// null as absent for optional fields, unknown keys skipped (whatever they hold,
+// as long as it is JSON), a key that T declares appearing twice in one object
+// rejected. Any fault in what T declares fails the whole text.
 template <WireCodable T>
 DecodeResult<T> decodeResult(std::string_view text);
 
