@@ -334,6 +334,43 @@ TEST(LinkConnectionTest, ProtocolViolationsInvalidate) {
     }
 }
 
+// Once greeted, a peer that goes away mid-call interrupts: the call in
+// flight fails with the interruption, then the connection reports it.
+TEST(LinkConnectionTest, CallInFlightWhenThePeerGoesIsInterrupted) {
+    RawPeerSession session;
+    auto pending = callFuture(*session.client, "echo", "in flight");
+    ASSERT_TRUE(session.accept());
+    const std::string hello = helloBytes();
+    ASSERT_EQ(::send(session.peer, hello.data(), hello.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(hello.size()));
+    // The call has reached the peer: its payload is in what the peer read.
+    std::string received;
+    char buffer[256];
+    while (received.find("in flight") == std::string::npos) {
+        const ssize_t n = ::recv(session.peer, buffer, sizeof buffer, 0);
+        ASSERT_GT(n, 0);
+        received.append(buffer, static_cast<std::size_t>(n));
+    }
+    ::close(session.peer);
+    session.peer = -1;
+    EXPECT_EQ(await(pending), "error interrupted");
+    EXPECT_EQ(await(session.recorder.ended.get_future()), "interrupted");
+    EXPECT_EQ(session.recorder.endings.load(), 1);
+}
+
+// An answer is given once: a second reply to the same call is a fault.
+TEST(LinkConnectionTest, SecondReplyToOneCallInvalidates) {
+    RawPeerSession session;
+    auto first = callFuture(*session.client, "echo", "a");
+    ASSERT_TRUE(session.accept());
+    const std::string bytes = helloBytes() + *encodeFrame(Frame{FrameKind::reply, 1, "", "A"}) +
+                              *encodeFrame(Frame{FrameKind::reply, 1, "", "again"});
+    ASSERT_EQ(::send(session.peer, bytes.data(), bytes.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(bytes.size()));
+    EXPECT_EQ(await(first), "reply A");
+    EXPECT_EQ(await(session.recorder.ended.get_future()), "invalidated");
+}
+
 TEST(LinkConnectionTest, SplitAndCoalescedFramesFromARawPeer) {
     RawPeerSession session;
     auto first = callFuture(*session.client, "echo", "a");
