@@ -234,6 +234,23 @@ TEST_F(HostServer, HostileAgentLinesAreAnsweredAndEveryoneElseIsStillServed) {
     for (const auto& record : state->recentApiLog) EXPECT_LE(record.payload.size(), 64u * 1024);
 }
 
+// Control events carry every agent's traffic: they go to the desk's
+// connections only. An agent's own later reply shows nothing came before it.
+TEST_F(HostServer, ControlEventsNeverReachAnAgent) {
+    auto desk = control();
+    ASSERT_TRUE(desk->snapshot());
+    auto bot = agent();
+    ASSERT_TRUE(bot->send(initializeLine("bot")));
+    ASSERT_TRUE(desk->request(ControlRequest::setStartingPoints(7)));
+    ASSERT_TRUE(desk->waitUntil([](const std::vector<ControlEvent>& events) {
+        return std::any_of(events.begin(), events.end(),
+                           [](const ControlEvent& e) { return e.caseName() == "dataChanged"; });
+    }));
+    ASSERT_TRUE(bot->send(R"({"jsonrpc":"2.0","id":2,"method":"ping"})"));
+    for (const std::string& method : bot->messageMethods()) EXPECT_NE(method, "controlEvent");
+    EXPECT_GE(desk->events().size(), 2u) << "the desk heard the agent's traffic and the change";
+}
+
 TEST_F(HostServer, OneHostPerUserAndACleanStopOnSignal) {
     HostProcess second(folder_, TALLYWICK_HOST_PATH);
     const int status = HostProcess::runToEnd({TALLYWICK_HOST_PATH, "--database", host_->databasePath(),

@@ -59,8 +59,8 @@ public:
     }
 
     // Runs the loop until `count` events arrived in all; gives all so far.
-    const std::vector<ControlEvent>& waitForEvents(std::size_t count,
-                                                   std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    const std::vector<ControlEvent>& waitForEvents(
+        std::size_t count, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
         loop_->runUntil([&] { return events_.size() >= count; }, limit);
         return events_;
     }
@@ -86,9 +86,10 @@ public:
         link_->start({.onCall = [](std::uint64_t, const std::string&, std::string) { return false; },
                       .onMessage =
                           [this](const std::string& method, std::string payload) {
-                              if (method != "deliverAgentNotification") return;
                               std::lock_guard lock(mutex_);
-                              notifications_.push_back(std::move(payload));
+                              methods_.push_back(method);
+                              if (method == "deliverAgentNotification")
+                                  notifications_.push_back(std::move(payload));
                           },
                       .onInterrupted = [](const std::string&) {},
                       .onInvalidated = [](const std::string&) {}});
@@ -117,10 +118,16 @@ public:
         std::lock_guard lock(mutex_);
         return notifications_;
     }
+    // The method of every message the host sent, in order.
+    std::vector<std::string> messageMethods() {
+        std::lock_guard lock(mutex_);
+        return methods_;
+    }
 
 private:
     std::mutex mutex_;
     std::vector<std::string> notifications_;
+    std::vector<std::string> methods_;
     IoThread io_;  // stopped before the members above go
     std::shared_ptr<LinkConnection> link_;
 };
