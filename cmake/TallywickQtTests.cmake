@@ -1,0 +1,27 @@
+# SPDX-License-Identifier: MIT
+# Registers each test function of a Qt Test program with ctest on its own
+# (SUITE.function), so that `ctest -R` can pick one and a failure names it.
+# The functions are the slots the source declares after "private slots:".
+function(tallywick_add_qt_tests target source)
+  cmake_parse_arguments(ARG "" "" "PROPERTIES" ${ARGN})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
+  file(READ ${source} text)
+  string(REGEX MATCH "private slots:(.*)" slots "${text}")
+  string(REGEX MATCHALL "\n    void ([A-Za-z0-9_]+)\\(\\)" declared "${slots}")
+  set(names)
+  foreach(line IN LISTS declared)
+    string(REGEX REPLACE "\n    void ([A-Za-z0-9_]+)\\(\\)" "\\1" name "${line}")
+    if(NOT name MATCHES "^(initTestCase|cleanupTestCase|init|cleanup)$")
+      list(APPEND names ${name})
+    endif()
+  endforeach()
+  if(NOT names)
+    message(FATAL_ERROR "${source} declares no test functions after 'private slots:'")
+  endif()
+  foreach(name IN LISTS names)
+    add_test(NAME ${target}.${name} COMMAND ${target} ${name})
+    if(ARG_PROPERTIES)
+      set_tests_properties(${target}.${name} PROPERTIES ${ARG_PROPERTIES})
+    endif()
+  endforeach()
+endfunction()
