@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/ActivityView.h>
 
-#include <QPainter>
 #include <QScreen>
 #include <QScrollBar>
 #include <QVBoxLayout>
@@ -11,30 +10,10 @@
 #include <tallywick/ApiLogRowView.h>
 #include <tallywick/AppModel.h>
 #include <tallywick/AppStyle.h>
+#include <tallywick/CardFrame.h>
 #include <tallywick/StyledLabel.h>
 
 namespace tallywick {
-namespace {
-
-// The inset list's card: a rounded panel in the base colour with a faint edge.
-class InsetCard : public QWidget {
-public:
-    using QWidget::QWidget;
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        QColor edge = AppStyle::foreground(palette(), AppStyle::Foreground::primary);
-        edge.setAlphaF(0.1);
-        painter.setPen(QPen(edge, 1));
-        painter.setBrush(palette().color(QPalette::Base));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
-    }
-};
-
-}  // namespace
-
 ActivityView::ActivityView(AppModel& model, QWidget* parent)
     : QWidget(parent),
       model_(model),
@@ -48,7 +27,7 @@ ActivityView::ActivityView(AppModel& model, QWidget* parent)
     list_->setModel(items_);
     list_->setItemDelegate(rows_);
 
-    auto* card = new InsetCard;
+    auto* card = new CardFrame;
     card->setObjectName(QStringLiteral("activityCard"));
     auto* cardLayout = new QVBoxLayout(card);
     // Inside the card's rounded corners.

@@ -6,12 +6,12 @@
 #include <QHeaderView>
 #include <QMenu>
 #include <QMouseEvent>
-#include <QPainter>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <tallywick/AppModel.h>
 #include <tallywick/AppStyle.h>
+#include <tallywick/CardFrame.h>
 #include <tallywick/EditEntrySheet.h>
 #include <tallywick/LedgerItemModel.h>
 #include <tallywick/LedgerRowDelegate.h>
@@ -19,27 +19,6 @@
 #include <tallywick/StyledLabel.h>
 
 namespace tallywick {
-namespace {
-
-// The inset list's card: a rounded panel in the base colour with a faint edge.
-class InsetListFrame : public QWidget {
-public:
-    using QWidget::QWidget;
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        QColor edge = AppStyle::foreground(palette(), AppStyle::Foreground::primary);
-        edge.setAlphaF(0.1);
-        painter.setPen(QPen(edge, 1));
-        painter.setBrush(palette().color(QPalette::Base));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
-    }
-};
-
-}  // namespace
-
 LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     : QWidget(parent),
       model_(model),
@@ -82,7 +61,7 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     list_->viewport()->setAutoFillBackground(true);
     list_->viewport()->installEventFilter(this);
 
-    auto* card = new InsetListFrame(this);
+    auto* card = new CardFrame(CardFrame::Fill::base, this);
     card->setObjectName(QStringLiteral("ledgerCard"));
     auto* cardLayout = new QVBoxLayout(card);
     // Inside the card's rounded corners.

@@ -6,32 +6,13 @@
 #include <QVBoxLayout>
 
 #include <tallywick/AppStyle.h>
+#include <tallywick/CardFrame.h>
 #include <tallywick/StyledLabel.h>
 
 namespace tallywick {
 namespace {
 
 constexpr int kRowMargin = 10;
-
-// The card: lighter than the window in both schemes, with a faint edge.
-class Card : public QWidget {
-public:
-    using QWidget::QWidget;
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        const QPalette& colours = palette();
-        const QColor fill = AppStyle::isDark(colours) ? colours.color(QPalette::Window).lighter(128)
-                                                      : colours.color(QPalette::Base);
-        QColor edge = AppStyle::foreground(colours, AppStyle::Foreground::primary);
-        edge.setAlphaF(0.1);
-        painter.setPen(QPen(edge, 1));
-        painter.setBrush(fill);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
-    }
-};
 
 class Hairline : public QWidget {
 public:
@@ -49,7 +30,7 @@ protected:
 }  // namespace
 
 SettingsFormSection::SettingsFormSection(const QString& title, QWidget* parent)
-    : QWidget(parent), card_(new Card), rows_(new QVBoxLayout(card_)) {
+    : QWidget(parent), card_(new CardFrame(CardFrame::Fill::groupedForm)), rows_(new QVBoxLayout(card_)) {
     rows_->setContentsMargins(0, 0, 0, 0);
     rows_->setSpacing(0);
     auto* heading =
