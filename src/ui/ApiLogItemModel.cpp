@@ -22,7 +22,7 @@ QVariant optionalText(const std::optional<std::string>& text) {
 
 }  // namespace
 
-ApiLogItemModel::ApiLogItemModel(QObject* parent) : QAbstractListModel(parent) {}
+ApiLogItemModel::ApiLogItemModel(QObject* parent) : KeyedListModel(parent) {}
 
 ApiLogItemModel::Row ApiLogItemModel::makeRow(const ApiLogEntry& entry) {
     Row row{.entry = entry};
@@ -45,15 +45,7 @@ void ApiLogItemModel::follow(const std::vector<ApiLogEntry>& log) {
     reshapeRowsByKey(
         rows_, log, [](const Row& row) { return row.entry.id; },
         [](const ApiLogEntry& entry) { return entry.id; },
-        [](const ApiLogEntry& entry) { return makeRow(entry); },
-        RowChangeSignals{
-            .beginRemove = [this](int first, int last) { beginRemoveRows({}, first, last); },
-            .endRemove = [this] { endRemoveRows(); },
-            .beginInsert = [this](int first, int last) { beginInsertRows({}, first, last); },
-            .endInsert = [this] { endInsertRows(); },
-            .beginMove = [this](int from, int to) { beginMoveRows({}, from, from, {}, to); },
-            .endMove = [this] { endMoveRows(); },
-        });
+        [](const ApiLogEntry& entry) { return makeRow(entry); }, rowChangeSignals());
 }
 
 bool ApiLogItemModel::followShift(const std::vector<ApiLogEntry>& log) {

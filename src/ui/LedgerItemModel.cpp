@@ -37,7 +37,7 @@ const LedgerEntry kBlank{};
 
 }  // namespace
 
-LedgerItemModel::LedgerItemModel(QObject* parent) : QAbstractListModel(parent) {}
+LedgerItemModel::LedgerItemModel(QObject* parent) : KeyedListModel(parent) {}
 
 void LedgerItemModel::setEntries(const std::vector<LedgerEntry>& entries, Validity stillValid) {
     std::vector<std::uint64_t> keys;
@@ -53,14 +53,7 @@ void LedgerItemModel::setEntries(const std::vector<LedgerEntry>& entries, Validi
         [](std::uint64_t key) {
             return Row{key, &kBlank};
         },
-        RowChangeSignals{
-            .beginRemove = [this](int first, int last) { beginRemoveRows({}, first, last); },
-            .endRemove = [this] { endRemoveRows(); },
-            .beginInsert = [this](int first, int last) { beginInsertRows({}, first, last); },
-            .endInsert = [this] { endInsertRows(); },
-            .beginMove = [this](int from, int to) { beginMoveRows({}, from, from, {}, to); },
-            .endMove = [this] { endMoveRows(); },
-        });
+        rowChangeSignals());
     for (std::size_t i = 0; i < rows_.size(); ++i) rows_[i].entry = &entries[i];
     stillValid_ = std::move(stillValid);
     // Which rows changed is unknown without the old list; the views repaint only what they show.

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QAbstractListModel>
 #include <QString>
 #include <vector>
 
 #include <tallywick/ApiLogEntry.h>
+#include <tallywick/KeyedListModel.h>
 
 namespace tallywick {
 
@@ -13,7 +13,7 @@ namespace tallywick {
 // the record's identifier. Following the model's log, each record that came
 // in is one insert at the top and each record that fell off the end one
 // removal at the bottom: views keep their selection and never start over.
-class ApiLogItemModel : public QAbstractListModel {
+class ApiLogItemModel : public KeyedListModel {
     Q_OBJECT
 
 public:

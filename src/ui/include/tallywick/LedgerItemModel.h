@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QAbstractListModel>
 #include <cstdint>
 #include <functional>
 #include <vector>
 
+#include <tallywick/KeyedListModel.h>
 #include <tallywick/LedgerEntry.h>
 
 namespace tallywick {
@@ -14,7 +14,7 @@ namespace tallywick {
 // The rows are the caller's list itself, not a copy, which keeps a ledger of
 // 100,000 entries cheap to show and to refresh. Updates keep rows by entry
 // identifier, so the view's current row and scroll position survive a refresh.
-class LedgerItemModel : public QAbstractListModel {
+class LedgerItemModel : public KeyedListModel {
     Q_OBJECT
 
 public:
