@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "BridgeOptions.h"
 
-#include <optional>
-
+#include <tallywick/OptionParser.h>
 #include <tallywick/RuntimeDirectory.h>
 
 namespace tallywick {
@@ -22,32 +21,14 @@ const char* BridgeOptions::usage() {
 }
 
 std::variant<BridgeOptions, std::string> BridgeOptions::parse(const std::vector<std::string>& arguments) {
+    auto read = OptionParser({.valued = {"runtime-dir"}}).parse(arguments);
+    if (auto* problem = std::get_if<std::string>(&read)) return *problem;
+    const auto& parsed = std::get<OptionParser::Parsed>(read);
     BridgeOptions options;
-    std::optional<std::string> runtime;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& argument = arguments[i];
-        // Help and version still resolve the folders, which help shows.
-        if (argument == "--help" || argument == "-h") {
-            options.action = Action::help;
-            continue;
-        }
-        if (argument == "--version") {
-            if (options.action != Action::help) options.action = Action::version;
-            continue;
-        }
-        std::string value;
-        if (argument.rfind("--runtime-dir=", 0) == 0) {
-            value = argument.substr(14);
-        } else if (argument == "--runtime-dir") {
-            if (i + 1 >= arguments.size()) return std::string("option '--runtime-dir' needs a value");
-            value = arguments[++i];
-        } else {
-            return "unknown option '" + argument + "'";
-        }
-        if (value.empty()) return std::string("option '--runtime-dir' needs a value");
-        runtime = value;
-    }
-    options.runtimeDirectory = runtime ? *runtime : runtimeDirectoryPath();
+    // Help and version still resolve the folders, which help shows.
+    options.action = parsed.help ? Action::help : parsed.version ? Action::version : Action::relay;
+    const auto runtime = parsed.values.find("runtime-dir");
+    options.runtimeDirectory = runtime != parsed.values.end() ? runtime->second : runtimeDirectoryPath();
     return options;
 }
 

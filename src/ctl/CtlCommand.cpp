@@ -5,6 +5,7 @@
 #include <map>
 
 #include <tallywick/JsonWriter.h>
+#include <tallywick/OptionParser.h>
 
 namespace tallywick {
 
@@ -28,33 +29,10 @@ struct Arguments {
 
 std::variant<Arguments, std::string> split(const std::vector<std::string>& words,
                                            const std::vector<std::string>& allowed) {
-    Arguments out;
-    bool onlyPositional = false;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const std::string& word = words[i];
-        if (onlyPositional || word.size() < 3 || word.rfind("--", 0) != 0) {
-            if (word == "--")
-                onlyPositional = true;
-            else
-                out.positional.push_back(word);
-            continue;
-        }
-        std::string name = word.substr(2), value;
-        bool inline_ = false;
-        if (const auto eq = name.find('='); eq != std::string::npos) {
-            value = name.substr(eq + 1);
-            name.resize(eq);
-            inline_ = true;
-        }
-        if (std::find(allowed.begin(), allowed.end(), name) == allowed.end())
-            return "unknown option '--" + name + "'";
-        if (!inline_) {
-            if (i + 1 >= words.size()) return "option '--" + name + "' needs a value";
-            value = words[++i];
-        }
-        out.options[name] = value;
-    }
-    return out;
+    auto read = OptionParser({.valued = allowed, .positional = true, .helpAndVersion = false}).parse(words);
+    if (auto* problem = std::get_if<std::string>(&read)) return *problem;
+    auto& parsed = std::get<OptionParser::Parsed>(read);
+    return Arguments{std::move(parsed.positional), std::move(parsed.values)};
 }
 
 template <class E>
@@ -75,31 +53,21 @@ std::string expectCount(const Arguments& a, std::size_t count, const std::string
 std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>& arguments) {
     CtlCommand command;
     std::vector<std::string> rest;
-    bool wantsHelp = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& word = arguments[i];
-        if (word == "--") {
-            rest.insert(rest.end(), arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
-            break;
-        }
-        if (word == "--json")
-            command.json = true;
-        else if (word == "--no-start")
-            command.startHost = false;
-        else if (word == "--help" || word == "-h")
-            wantsHelp = true;
-        else if (word == "--version")
-            command.kind = Kind::version;
-        else if (word == "--runtime-dir" || word.rfind("--runtime-dir=", 0) == 0) {
-            if (word.size() > 13)
-                command.runtimeDirectory = word.substr(14);
-            else if (i + 1 < arguments.size())
-                command.runtimeDirectory = arguments[++i];
-            if (!command.runtimeDirectory || command.runtimeDirectory->empty())
-                return std::string("option '--runtime-dir' needs a value");
-        } else
-            rest.push_back(word);
-    }
+    // Global options may stand anywhere; the rest is the subcommand's.
+    auto global = OptionParser({.flags = {"json", "no-start"},
+                                .valued = {"runtime-dir"},
+                                .positional = true,
+                                .passUnknown = true})
+                      .parse(arguments);
+    if (auto* problem = std::get_if<std::string>(&global)) return *problem;
+    auto& globals = std::get<OptionParser::Parsed>(global);
+    command.json = globals.flags.contains("json");
+    command.startHost = !globals.flags.contains("no-start");
+    if (auto runtime = globals.values.find("runtime-dir"); runtime != globals.values.end())
+        command.runtimeDirectory = runtime->second;
+    if (globals.version) command.kind = Kind::version;
+    const bool wantsHelp = globals.help;
+    rest = std::move(globals.positional);
     if (command.kind == Kind::version) return command;
 
     // The subcommand's name: one word, or two for the grouped ones.

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cmath>
 
+#include <tallywick/OptionParser.h>
+
 namespace tallywick {
 
 namespace {
@@ -48,56 +50,38 @@ const char* DemoOptions::usage() {
 }
 
 std::variant<DemoOptions, std::string> DemoOptions::parse(const std::vector<std::string>& arguments) {
+    auto read =
+        OptionParser({.flags = {"verbose"}, .valued = {"agents", "duration", "runtime-dir", "bridge"}})
+            .parse(arguments);
+    if (auto* problem = std::get_if<std::string>(&read)) return *problem;
+    const auto& parsed = std::get<OptionParser::Parsed>(read);
     DemoOptions options;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& argument = arguments[i];
-        if (argument == "--help" || argument == "-h") {
-            options.action = Action::help;
-            return options;
-        }
-        if (argument == "--version") {
-            options.action = Action::version;
-            return options;
-        }
-        if (argument == "--verbose") {
-            options.verbose = true;
-            continue;
-        }
-        std::string name = argument;
-        std::optional<std::string> value;
-        if (const auto equals = argument.find('=');
-            argument.rfind("--", 0) == 0 && equals != std::string::npos) {
-            name = argument.substr(0, equals);
-            value = argument.substr(equals + 1);
-        }
-        if (name != "--agents" && name != "--duration" && name != "--runtime-dir" && name != "--bridge") {
-            return "unknown option '" + argument + "'";
-        }
-        if (!value) {
-            if (i + 1 >= arguments.size()) return "option '" + name + "' needs a value";
-            value = arguments[++i];
-        }
-        if (value->empty()) return "option '" + name + "' needs a value";
-
-        if (name == "--agents") {
-            const auto count = readCount(*value);
-            if (!count || *count < 1 || *count > maximumAgents) {
-                return "--agents must be a whole number from 1 to " + std::to_string(maximumAgents);
-            }
-            options.agents = *count;
-        } else if (name == "--duration") {
-            const auto seconds = readSeconds(*value);
-            // A year is far beyond any demo and keeps the deadline arithmetic in range.
-            if (!seconds || *seconds <= 0 || *seconds > 366.0 * 24 * 3600) {
-                return std::string("--duration must be a number of seconds above 0");
-            }
-            options.durationSeconds = *seconds;
-        } else if (name == "--runtime-dir") {
-            options.runtimeDirectory = *value;
-        } else {
-            options.bridgePath = *value;
-        }
+    if (parsed.help || parsed.version) {
+        options.action = parsed.help ? Action::help : Action::version;
+        return options;
     }
+    options.verbose = parsed.flags.contains("verbose");
+    const auto value = [&parsed](const char* name) -> const std::string* {
+        const auto found = parsed.values.find(name);
+        return found == parsed.values.end() ? nullptr : &found->second;
+    };
+    if (const auto* agents = value("agents")) {
+        const auto count = readCount(*agents);
+        if (!count || *count < 1 || *count > maximumAgents) {
+            return "--agents must be a whole number from 1 to " + std::to_string(maximumAgents);
+        }
+        options.agents = *count;
+    }
+    if (const auto* duration = value("duration")) {
+        const auto seconds = readSeconds(*duration);
+        // A year is far beyond any demo and keeps the deadline arithmetic in range.
+        if (!seconds || *seconds <= 0 || *seconds > 366.0 * 24 * 3600) {
+            return std::string("--duration must be a number of seconds above 0");
+        }
+        options.durationSeconds = *seconds;
+    }
+    if (const auto* runtime = value("runtime-dir")) options.runtimeDirectory = *runtime;
+    if (const auto* bridge = value("bridge")) options.bridgePath = *bridge;
     return options;
 }
 

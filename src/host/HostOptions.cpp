@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <optional>
 
+#include <tallywick/OptionParser.h>
 #include <tallywick/RuntimeDirectory.h>
 
 namespace tallywick {
@@ -57,47 +58,24 @@ const char* HostOptions::usage() {
 }
 
 std::variant<HostOptions, std::string> HostOptions::parse(const std::vector<std::string>& arguments) {
+    auto read =
+        OptionParser({.flags = {"restore-latest-backup"}, .valued = {"database", "runtime-dir", "log-file"}})
+            .parse(arguments);
+    if (auto* problem = std::get_if<std::string>(&read)) return *problem;
+    const auto& parsed = std::get<OptionParser::Parsed>(read);
+    const auto value = [&parsed](const char* name) {
+        const auto found = parsed.values.find(name);
+        return found == parsed.values.end() ? std::optional<std::string>() : found->second;
+    };
     HostOptions options;
-    std::optional<std::string> database, runtime, logFile;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& argument = arguments[i];
-        // Help and version still resolve the folders, which help shows.
-        if (argument == "--help" || argument == "-h") {
-            options.action = Action::help;
-            continue;
-        }
-        if (argument == "--version") {
-            if (options.action != Action::help) options.action = Action::version;
-            continue;
-        }
-        if (argument == "--restore-latest-backup") {
-            if (options.action == Action::serve) options.action = Action::restoreLatestBackup;
-            continue;
-        }
-        std::optional<std::string>* target = nullptr;
-        std::string name = argument, value;
-        if (const auto eq = argument.find('='); eq != std::string::npos) {
-            name = argument.substr(0, eq);
-            value = argument.substr(eq + 1);
-        }
-        if (name == "--database")
-            target = &database;
-        else if (name == "--runtime-dir")
-            target = &runtime;
-        else if (name == "--log-file")
-            target = &logFile;
-        else
-            return "unknown option '" + argument + "'";
-        if (name == argument) {
-            if (i + 1 >= arguments.size()) return "option '" + name + "' needs a value";
-            value = arguments[++i];
-        }
-        if (value.empty()) return "option '" + name + "' needs a value";
-        *target = value;
-    }
-    options.databasePath = database ? *database : defaultDatabasePath();
-    options.runtimeDirectory = runtime ? *runtime : runtimeDirectoryPath();
-    options.logFile = logFile.value_or("");
+    // Help and version still resolve the folders, which help shows.
+    options.action = parsed.help                                      ? Action::help
+                     : parsed.version                                 ? Action::version
+                     : parsed.flags.contains("restore-latest-backup") ? Action::restoreLatestBackup
+                                                                      : Action::serve;
+    options.databasePath = value("database").value_or(defaultDatabasePath());
+    options.runtimeDirectory = value("runtime-dir").value_or(runtimeDirectoryPath());
+    options.logFile = value("log-file").value_or("");
     return options;
 }
 

@@ -27,7 +27,10 @@ TEST(DemoOptions, ReadsEveryOptionInBothFormsAndRefusesWhatIsOutOfRange) {
                            .runtimeDirectory = "/r",
                            .durationSeconds = 2.5,
                            .verbose = true}));
-    EXPECT_EQ(parsed({"--agents", "1", "--help", "--no-such"}).action, DemoOptions::Action::help);
+    EXPECT_EQ(parsed({"--agents", "1", "--help"}).action, DemoOptions::Action::help);
+    // As every program reads its options: an unknown one is an error, --help or not.
+    EXPECT_EQ(std::get<std::string>(DemoOptions::parse({"--help", "--no-such"})),
+              "unknown option '--no-such'");
     EXPECT_EQ(parsed({"--version"}).action, DemoOptions::Action::version);
 
     for (const auto& wrong : std::vector<std::vector<std::string>>{
