@@ -208,7 +208,7 @@ private slots:
         QSignalSpy entries(&model, &AppModel::entriesChanged);
         model.createEntry({.accountId = "no such account", .amount = 1});
         model.refresh();
-        QTest::qWait(300);
+        QTRY_VERIFY_WITH_TIMEOUT(!model.awaitingSnapshot(), kPatience);
         QCOMPARE(entries.count(), 0);
         QVERIFY(model.isConnected());
     }
@@ -325,7 +325,8 @@ private slots:
         AppModel* shared = &app.model();
         MainWindow& second = app.openWindow();
         QVERIFY(QTest::qWaitForWindowExposed(&second));
-        QTest::qWait(100);
+        // The start a window asks for on showing is a posted call: delivered here.
+        QCoreApplication::sendPostedEvents();
         QCOMPARE(&app.model(), shared);
         QCOMPARE(bench.registrations, 1);
     }

@@ -159,7 +159,7 @@ private slots:
         // A refresh that brings the same log changes no row.
         inserted.clear();
         w.model().refresh();
-        QTest::qWait(200);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.model().awaitingSnapshot(), kPatience);
         QVERIFY(w.current());
         QCOMPARE(inserted.size(), 0);
     }

@@ -324,7 +324,7 @@ private slots:
         }
         // Return does nothing while Add is disabled.
         QTest::keyClick(fields.memoField(), Qt::Key_Return);
-        QTest::qWait(300);
+        QVERIFY(w.settle());
         QCOMPARE(w.shownEntries().size(), std::size_t{1});
 
         // A note needs any memo, even a blank, and ignores the amount.
@@ -446,7 +446,7 @@ private slots:
         RecordsWindow::typeInto(sheet->fields()->memoField(), "changed");
         QTest::keyClick(sheet->fields()->memoField(), Qt::Key_Escape);
         QTRY_VERIFY(!w.ledger().editingSheet());
-        QTest::qWait(300);
+        QVERIFY(w.settle());
         QVERIFY(entryWithMemo(w, "c40") && !entryWithMemo(w, "changed"));
     }
 
@@ -727,7 +727,7 @@ private slots:
             sheet->buttons()->saveButton()->click();
             QTRY_VERIFY(!header->renameSheet());
         }
-        QTest::qWait(300);
+        QVERIFY(w.settle());
         QVERIFY(w.account("  Alpha 100%  "));
     }
 
@@ -748,7 +748,7 @@ private slots:
         QCOMPARE(box->findChild<QPushButton*>("confirmDeleteButton")->text(), QString("Delete Account"));
         QTest::keyClick(box, Qt::Key_Escape);
         QTRY_VERIFY(!header->deleteConfirmation());
-        QTest::qWait(300);
+        QVERIFY(w.settle());
         QCOMPARE(w.model().accounts().size(), std::size_t{2});
 
         w.find<QPushButton>("deleteAccountButton")->click();

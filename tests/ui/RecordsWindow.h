@@ -106,6 +106,15 @@ public:
         }
         return nullptr;
     }
+    // Waits until every command sent so far has reached the host and its
+    // state has come back: a snapshot asked for behind them on the one
+    // ordered connection (each command's own refresh is asked for before
+    // that answer arrives). What did not happen by then will not.
+    bool settle() {
+        model().refresh();
+        return QTest::qWaitFor([&] { return !model().awaitingSnapshot(); }, kPatience);
+    }
+
     bool waitForAccounts(std::size_t count) {
         return QTest::qWaitFor([&] { return model().accounts().size() == count; }, kPatience);
     }

@@ -224,7 +224,7 @@ private slots:
             QTest::keyClick(&field, Qt::Key_Return);
             QCOMPARE(field.text(), QString("0"));
         }
-        QTest::qWait(200);
+        QVERIFY(w.settle());
         QCOMPARE(hostPoints(), 0);
 
         // Leaving the field commits as well.
