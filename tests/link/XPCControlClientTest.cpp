@@ -102,8 +102,10 @@ struct ClientFixture {
         loop->runUntil([&] { return result.has_value(); }, 10s);
         return result;
     }
-    void settle() {
-        loop->runUntil([] { return false; }, 100ms);
+    // Runs the main loop until `count` connection states have arrived (each
+    // follows its completion from the I/O thread); whether they did.
+    bool statesReach(std::size_t count) {
+        return loop->runUntil([&] { return states.size() >= count; }, 10s);
     }
 
     std::thread::id mainThread = std::this_thread::get_id();
@@ -124,8 +126,7 @@ TEST(XPCControlClientTest, NoHostMeansNoResponseAndOfflineEveryTime) {
         ASSERT_TRUE(result) << "the completion must run";
         EXPECT_FALSE(*result);
     }
-    f.settle();
-    EXPECT_GE(f.states.size(), 3u);
+    ASSERT_TRUE(f.statesReach(3));
     for (bool state : f.states) EXPECT_FALSE(state);
 
     // The next request after the host appears connects anew.
@@ -133,7 +134,8 @@ TEST(XPCControlClientTest, NoHostMeansNoResponseAndOfflineEveryTime) {
     auto result = f.request(ControlRequest::deleteAccount("A1"));
     ASSERT_TRUE(result && *result);
     EXPECT_EQ((*result)->caseName(), "ok");
-    f.settle();
+    const std::size_t before = f.states.size();
+    ASSERT_TRUE(f.statesReach(before + 1));
     EXPECT_TRUE(f.states.back());
 }
 
@@ -152,7 +154,7 @@ TEST(XPCControlClientTest, AnswersPassThroughAndUnreadableOnesStillMeanOnline) {
         ASSERT_TRUE(unreadable);
         EXPECT_FALSE(*unreadable) << "an event's text is no response either";
     }
-    f.settle();
+    ASSERT_TRUE(f.statesReach(3));
     EXPECT_EQ(f.states, (std::vector<bool>{true, true, true}));
 }
 
@@ -191,8 +193,10 @@ TEST(XPCControlClientTest, UnwritableRequestOpensNothingAndReportsNothing) {
     auto result = f.request(ControlRequest::renameAccount("A1", "bad \xff name"));
     ASSERT_TRUE(result);
     EXPECT_FALSE(*result);
-    f.settle();
-    EXPECT_TRUE(f.states.empty());
+    // A request that goes through reports the only state: nothing came before it.
+    ASSERT_TRUE(f.request(ControlRequest::snapshot()));
+    ASSERT_TRUE(f.statesReach(1));
+    EXPECT_EQ(f.states, std::vector<bool>{true});
 }
 
 TEST(XPCControlClientTest, CompletionsFollowTheOrderOfReplies) {
@@ -209,7 +213,7 @@ TEST(XPCControlClientTest, CompletionsFollowTheOrderOfReplies) {
     }
     ASSERT_TRUE(f.loop->runUntil([&] { return order.size() == 2; }, 10s));
     EXPECT_EQ(order, (std::vector<std::string>{"second ok", "first ok"}));
-    f.settle();
+    ASSERT_TRUE(f.statesReach(2));
     EXPECT_EQ(f.states, (std::vector<bool>{true, true})) << "both on one connection, no drop between";
 }
 
@@ -233,8 +237,7 @@ TEST(XPCControlClientTest, EventsArriveOnTheMainThreadUnreadableOnesVanish) {
         ASSERT_TRUE(f.request(request));
     }
     f.loop->runUntil([&] { return f.events.size() == 2; }, 10s);
-    f.settle();
-    silent.settle();
+    ASSERT_TRUE(f.statesReach(4));
     EXPECT_EQ(f.events, (std::vector<std::string>{"connectionsChanged", "apiCall"}));
     EXPECT_EQ(f.states, (std::vector<bool>(4, true))) << "events do not report the connection state";
     EXPECT_TRUE(silent.events.empty());
@@ -252,7 +255,7 @@ TEST(XPCControlClientTest, HostKilledThenRestartedReconnectsOnTheNextRequest) {
     auto again = f.request(ControlRequest::snapshot());
     ASSERT_TRUE(again);
     EXPECT_TRUE(*again);
-    f.settle();
+    ASSERT_TRUE(f.statesReach(3));
     EXPECT_EQ(f.states.back(), true);
 }
 
@@ -263,7 +266,6 @@ TEST(XPCControlClientTest, HostOfAnotherTeamIsOffline) {
     auto result = f.request(ControlRequest::snapshot());
     ASSERT_TRUE(result);
     EXPECT_FALSE(*result);
-    f.settle();
-    ASSERT_FALSE(f.states.empty());
+    ASSERT_TRUE(f.statesReach(1));
     EXPECT_FALSE(f.states.back());
 }
