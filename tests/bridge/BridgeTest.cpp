@@ -152,7 +152,6 @@ TEST_F(Bridge, SurvivesTheHostBeingKilledAndRestarted) {
     EXPECT_EQ(inFlight.id, "10");
     EXPECT_TRUE(inFlight.accountId == account || inFlight.errorCode == kHostNotRunning);
 
-    std::this_thread::sleep_for(100ms);  // lets the bridge see the end of the connection
     bridge->sendLine(BridgeFixture::tool("11", "getBalance"));
     const auto away = Reply::of(bridge->readLine().value_or(""));
     EXPECT_EQ(away.id, "11");

@@ -283,11 +283,19 @@ TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
     }
     EXPECT_GE(count, 1);
 
-    // A host that goes away ends the following with the unreachable status.
+    // A host that goes away ends the following with the unreachable status;
+    // the follower shows it is connected by the first event it prints.
+    const auto orphanOut = folder_ / "orphan.out";
     const pid_t orphan =
-        HostProcess::spawn({TALLYWICKCTL_PATH, "--runtime-dir", host_->runtimeDirectory(), "events"},
+        HostProcess::spawn({"/bin/sh", "-c",
+                            std::string("exec '") + TALLYWICKCTL_PATH + "' --runtime-dir '" +
+                                host_->runtimeDirectory() + "' events > '" + orphanOut.string() + "'"},
                            (folder_ / "orphan.err").string());
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    for (int i = 0; i < 100 && slurp(orphanOut).find("dataChanged") == std::string::npos; ++i) {
+        ctl({"entry", "add", account, "note", "0"});
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    ASSERT_NE(slurp(orphanOut).find("dataChanged"), std::string::npos);
     host_->stop();
     ::waitpid(orphan, &status, 0);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 3) << slurp(folder_ / "orphan.err");

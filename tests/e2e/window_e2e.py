@@ -287,7 +287,9 @@ def main():
           os.path.join(SCRATCH, "xvfb.log"))
     wait_for("the X server", lambda: os.path.exists(os.path.join(fbdir, "Xvfb_screen0")), 20)
     spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"], env, os.path.join(SCRATCH, "atspi.log"))
-    time.sleep(1)
+    wait_for("the accessibility bus", lambda: subprocess.run(
+        ["dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus",
+         "org.a11y.Bus.GetAddress"], env=env, capture_output=True).returncode == 0, 20)
 
     # 1. A fresh user: the application registers and starts the host itself.
     spawn([os.path.join(BIN, "tallywick")], env, os.path.join(SCRATCH, "app.log"))
