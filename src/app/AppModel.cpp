@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include <tallywick/QtMainThreadPoster.h>
+#include <tallywick/XPCControlClient.h>
 
 namespace tallywick {
 namespace {

@@ -13,10 +13,14 @@
 
 #include <tallywick/HostSocketWatcher.h>
 #include <tallywick/RegistrationController.h>
-#include <tallywick/XPCControlClient.h>
+#include <tallywick/ControlEndpoint.h>
 #include <tallywick/core.h>
 
 namespace tallywick {
+
+// The connection's machinery stays out of this header, and so out of the views.
+class IoThread;
+class XPCControlClient;
 
 // The one store the views read: the host's state as of the last snapshot,
 // the user's account selection, and one operation per user command. Every

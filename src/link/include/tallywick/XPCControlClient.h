@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include <tallywick/ControlEndpoint.h>
 #include <tallywick/ControlEvent.h>
 #include <tallywick/ControlRequest.h>
 #include <tallywick/ControlResponse.h>
@@ -17,14 +18,6 @@
 #include <tallywick/MainThreadPoster.h>
 
 namespace tallywick {
-
-// Where the host listens and what it must be.
-struct ControlEndpoint {
-    std::string path;
-    std::string hostRequirement;
-
-    static ControlEndpoint standard();  // the runtime folder's socket, this build's host requirement
-};
 
 // The application's end of the control connection. Opens the connection on
 // the first request and after every drop, never retries, never times out.
