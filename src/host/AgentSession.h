@@ -21,11 +21,14 @@ struct AgentSession {
     bool initialized = false;                       // answered "initialize"
     std::string protocolVersion;                    // the negotiated revision
     std::string logLevel = "info";
-    std::set<std::string> subscriptions;            // resource URIs
+    std::set<std::string> subscriptions;  // resource URIs
 
     LiveConnection live() const {
-        return {.id = id, .clientInfo = clientInfo, .accountId = accountId,
-                .authenticated = authenticated, .connectedAt = connectedAt};
+        return {.id = id,
+                .clientInfo = clientInfo,
+                .accountId = accountId,
+                .authenticated = authenticated,
+                .connectedAt = connectedAt};
     }
 
     friend bool operator==(const AgentSession&, const AgentSession&) = default;

@@ -4,8 +4,8 @@
 // host is killed with SIGKILL at a random moment, round after round.
 #include <cstdlib>
 #include <map>
-#include <set>
 #include <random>
+#include <set>
 #include <thread>
 
 #include "support/HostFixture.h"
@@ -45,8 +45,10 @@ TEST_F(Durability, EveryAnsweredEntrySurvivesSigkillAndNoOtherIsHalfThere) {
             for (int i = 0;; ++i) {
                 const std::string memo = "round " + std::to_string(round) + " entry " + std::to_string(i);
                 const std::int64_t amount = round * 1'000'000 + i + 1;
-                const auto answer = app.change(ControlRequest::createEntry(
-                    {.accountId = accountId, .kind = TransactionKind::credit, .amount = amount, .memo = memo}));
+                const auto answer = app.change(ControlRequest::createEntry({.accountId = accountId,
+                                                                            .kind = TransactionKind::credit,
+                                                                            .amount = amount,
+                                                                            .memo = memo}));
                 if (answer != "ok") {
                     ASSERT_EQ(answer, "no answer");
                     unanswered[memo] = amount;

@@ -11,9 +11,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include <tallywick/ControlEndpoint.h>
 #include <tallywick/HostSocketWatcher.h>
 #include <tallywick/RegistrationController.h>
-#include <tallywick/ControlEndpoint.h>
 #include <tallywick/core.h>
 
 namespace tallywick {
