@@ -15,9 +15,10 @@
 #include <unordered_map>
 #include <utility>
 
+#include <tallywick/FileLock.h>
+
 #include "Balance.h"
 #include "Database.h"
-#include "HostLock.h"
 #include "LedgerBackups.h"
 
 namespace tallywick {
