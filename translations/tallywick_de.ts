@@ -271,6 +271,17 @@
     </message>
 </context>
 <context>
+    <name>tallywick::MainWindow</name>
+    <message>
+        <source>Close Window</source>
+        <translation>Fenster schließen</translation>
+    </message>
+    <message>
+        <source>Quit Tallywick</source>
+        <translation>Tallywick beenden</translation>
+    </message>
+</context>
+<context>
     <name>tallywick::NewAccountSettingsSection</name>
     <message>
         <source>New Accounts</source>

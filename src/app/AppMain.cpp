@@ -2,19 +2,25 @@
 #include <tallywick/AppMain.h>
 
 #include <QApplication>
+#include <QDBusConnection>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include <tallywick/AppTranslations.h>
+#include <tallywick/DesktopColorScheme.h>
 #include <tallywick/RegistrationController.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>
 #include <tallywick/TallywickApp.h>
 #include <tallywick/TallywickVersion.h>
+#include <tallywick/WindowInstance.h>
 
 namespace tallywick {
 
-int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView) {
+int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView,
+            const DarkPaletteFactory& darkPalette) {
     for (int i = 0; i < argc; ++i) {
         if (argv[i] && std::strcmp(argv[i], registerAndExitSwitch) == 0) {
             return RegistrationController::runHeadless();
@@ -52,6 +58,17 @@ int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView) 
         }
     }
 
+    // Before Qt starts: a later start only passes its request on, and needs no display for that.
+    const char* token = std::getenv("XDG_ACTIVATION_TOKEN");
+    auto claim = WindowInstance::claim(runtimeDirectoryPath(), token ? token : "");
+    if (std::holds_alternative<WindowInstance::Raised>(claim)) return 0;
+    if (const auto* unanswered = std::get_if<WindowInstance::Unanswered>(&claim)) {
+        std::fprintf(stderr, "tallywick: %s\n", unanswered->message.c_str());
+        return 1;
+    }
+    if (const auto* unclaimed = std::get_if<WindowInstance::Unclaimed>(&claim))
+        std::fprintf(stderr, "tallywick: %s\n", unclaimed->message.c_str());
+
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tallywick"));
     QApplication::setApplicationVersion(QString::fromUtf8(
@@ -60,8 +77,17 @@ int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView) 
     QGuiApplication::setDesktopFileName(QString::fromStdString(buildIdentity().appIdentifier));
     AppTranslations::install();
 
+    DesktopColorScheme colorScheme(QDBusConnection::sessionBus());
+    if (darkPalette) followColorScheme(colorScheme, darkPalette());
+
     TallywickApp app(rootView);
     app.openWindow();
+    std::unique_ptr<RaiseListener> raises;
+    if (auto* first = std::get_if<WindowClaim>(&claim)) {
+        raises = std::make_unique<RaiseListener>(std::move(*first));
+        QObject::connect(raises.get(), &RaiseListener::raiseRequested, raises.get(),
+                         [&app](const QString& activationToken) { app.raiseWindow(activationToken); });
+    }
     return QApplication::exec();
 }
 

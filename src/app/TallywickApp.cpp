@@ -17,6 +17,23 @@ MainWindow& TallywickApp::openWindow() {
     return *windows_.back();
 }
 
+MainWindow& TallywickApp::raiseWindow(const QString& activationToken) {
+    MainWindow* window = nullptr;
+    for (auto open = windows_.rbegin(); open != windows_.rend() && !window; ++open) {
+        if ((*open)->isVisible()) window = open->get();
+    }
+    if (!window) return openWindow();
+    // Out of the taskbar, keeping a maximised or full-screen window so.
+    window->setWindowState((window->windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+    window->show();
+    window->raise();
+    // Qt's Wayland backend hands this token to the compositor when it next
+    // activates a window; without it the compositor may only flash the window.
+    if (!activationToken.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
+    window->activateWindow();
+    return *window;
+}
+
 AppModel& TallywickApp::model() {
     if (!model_) model_ = std::make_unique<AppModel>(io_, modelOptions_);
     return *model_;

@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <mutex>
 
-#include "HostLock.h"
+#include <tallywick/FileLock.h>
 
 namespace tallywick::HostLog {
 namespace {

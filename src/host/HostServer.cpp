@@ -61,8 +61,8 @@ std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::
     const auto runtime = prepareRuntimeDirectory(config.runtimeDirectory);
     if (!runtime.usable()) return StartFailure{.message = runtime.path + ": " + runtime.problem};
 
-    auto userLock = HostLock::acquire(runtime.path + "/host.lock", std::to_string(::getpid()));
-    if (auto* refused = std::get_if<HostLock::Refused>(&userLock)) {
+    auto userLock = FileLock::acquire(runtime.path + "/host.lock", std::to_string(::getpid()));
+    if (auto* refused = std::get_if<FileLock::Refused>(&userLock)) {
         if (!refused->heldByOther) return StartFailure{.message = refused->reason};
         return StartFailure{.alreadyRunning = true,
                             .message = "another host is already running for this user in " + runtime.path};
@@ -71,8 +71,8 @@ std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::
     // Two hosts on one file would each keep balances of their own.
     if (auto problem = createPrivateFolders(std::filesystem::path(config.databasePath).parent_path()))
         return StartFailure{.message = *problem};
-    auto databaseLock = HostLock::acquire(config.databasePath + ".lock", runtime.path);
-    if (auto* refused = std::get_if<HostLock::Refused>(&databaseLock)) {
+    auto databaseLock = FileLock::acquire(config.databasePath + ".lock", runtime.path);
+    if (auto* refused = std::get_if<FileLock::Refused>(&databaseLock)) {
         if (!refused->heldByOther) return StartFailure{.message = refused->reason};
         return StartFailure{
             .message =
@@ -84,7 +84,7 @@ std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::
     auto opened = LedgerStore::open(config.databasePath);
     if (auto* problem = std::get_if<std::string>(&opened)) return StartFailure{.message = *problem};
     std::unique_ptr<HostServer> server(new HostServer(
-        Locks{std::move(std::get<HostLock>(userLock)), std::move(std::get<HostLock>(databaseLock))},
+        Locks{std::move(std::get<FileLock>(userLock)), std::move(std::get<FileLock>(databaseLock))},
         std::move(std::get<std::unique_ptr<LedgerStore>>(opened)), endpointPath(runtime.path)));
     server->maxConnections_ = maxConnections;
     server->databasePath_ = config.databasePath;

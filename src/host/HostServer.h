@@ -16,6 +16,7 @@
 
 #include <asio.hpp>
 
+#include <tallywick/FileLock.h>
 #include <tallywick/LinkConnection.h>
 #include <tallywick/LinkListener.h>
 
@@ -23,7 +24,6 @@
 #include "ApiLog.h"
 #include "ControlService.h"
 #include "EntryCache.h"
-#include "HostLock.h"
 #include "KeyHasher.h"
 #include "LedgerStore.h"
 #include "LoginThrottle.h"
@@ -74,8 +74,8 @@ private:
     };
 
     struct Locks {
-        HostLock user;      // one host per runtime folder
-        HostLock database;  // one host per database file
+        FileLock user;      // one host per runtime folder
+        FileLock database;  // one host per database file
     };
 
     HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::string endpoint);

@@ -7,8 +7,9 @@
 #include <ctime>
 #include <vector>
 
+#include <tallywick/FileLock.h>
+
 #include "Database.h"
-#include "HostLock.h"
 #include "LedgerStore.h"
 
 namespace tallywick::LedgerBackups {

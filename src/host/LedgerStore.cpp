@@ -16,9 +16,10 @@
 #include <unordered_map>
 #include <utility>
 
+#include <tallywick/FileLock.h>
+
 #include "Balance.h"
 #include "Database.h"
-#include "HostLock.h"
 #include "HostLog.h"
 #include "LedgerBackups.h"
 

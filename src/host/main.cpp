@@ -5,13 +5,13 @@
 #include <filesystem>
 #include <iostream>
 
+#include <tallywick/FileLock.h>
 #include <tallywick/GuardedMain.h>
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>
 #include <tallywick/StopSignals.h>
 #include <tallywick/TallywickVersion.h>
 
-#include "HostLock.h"
 #include "HostLog.h"
 #include "HostOptions.h"
 #include "HostServer.h"
@@ -27,8 +27,8 @@ int restoreLatestBackup(const std::string& databasePath) {
         std::cerr << "tallywick-host: " << *problem << "\n";
         return 1;
     }
-    auto lock = HostLock::acquire(databasePath + ".lock", "");
-    if (auto* refused = std::get_if<HostLock::Refused>(&lock)) {
+    auto lock = FileLock::acquire(databasePath + ".lock", "");
+    if (auto* refused = std::get_if<FileLock::Refused>(&lock)) {
         std::cerr << "tallywick-host: "
                   << (refused->heldByOther ? "a host is serving " + databasePath +
                                                  "; stop it first (quit it, or systemctl --user stop it)"

@@ -32,6 +32,35 @@ bool isDark(const QPalette& palette) {
     return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
 }
 
+QPalette darkPalette() {
+    QPalette dark;
+    const QColor window(40, 40, 43), base(30, 30, 32), text(236, 236, 238), button(58, 58, 62);
+    dark.setColor(QPalette::Window, window);
+    dark.setColor(QPalette::WindowText, text);
+    dark.setColor(QPalette::Base, base);
+    dark.setColor(QPalette::AlternateBase, window);
+    dark.setColor(QPalette::Text, text);
+    dark.setColor(QPalette::Button, button);
+    dark.setColor(QPalette::ButtonText, text);
+    dark.setColor(QPalette::BrightText, Qt::white);
+    dark.setColor(QPalette::Highlight, QColor(10, 110, 230));
+    dark.setColor(QPalette::HighlightedText, Qt::white);
+    dark.setColor(QPalette::Link, QColor(64, 156, 255));
+    dark.setColor(QPalette::LinkVisited, QColor(160, 130, 255));
+    dark.setColor(QPalette::ToolTipBase, button);
+    dark.setColor(QPalette::ToolTipText, text);
+    dark.setColor(QPalette::PlaceholderText, QColor(140, 140, 146));
+    dark.setColor(QPalette::Light, QColor(70, 70, 74));
+    dark.setColor(QPalette::Midlight, QColor(56, 56, 60));
+    dark.setColor(QPalette::Mid, QColor(46, 46, 50));
+    dark.setColor(QPalette::Dark, QColor(20, 20, 22));
+    dark.setColor(QPalette::Shadow, Qt::black);
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        dark.setColor(QPalette::Disabled, role, QColor(120, 120, 126));
+    }
+    return dark;
+}
+
 QColor creditColor(const QPalette& palette) {
     return shade(palette, QColor(36, 138, 61), QColor(48, 209, 88));
 }

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -20,6 +21,7 @@
 
 #include <tallywick/RuntimeDirectory.h>
 #include <tallywick/ServiceIdentity.h>
+#include <tallywick/SocketAddress.h>
 
 namespace {
 
@@ -72,8 +74,11 @@ public:
         QByteArray errors;
     };
     Run run(const QStringList& arguments, bool withSystemctl, const QString& program = {}) const {
+        return run(arguments, environment(withSystemctl), program);
+    }
+    Run run(const QStringList& arguments, const QProcessEnvironment& env, const QString& program = {}) const {
         QProcess process;
-        process.setProcessEnvironment(environment(withSystemctl));
+        process.setProcessEnvironment(env);
         process.start(program.isEmpty() ? path("bin/tallywick") : program, arguments);
         const bool finished = process.waitForFinished(30000);
         if (!finished) process.kill();
@@ -112,6 +117,11 @@ bool accepts(const QString& endpoint) {
     const bool ok = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     ::close(fd);
     return ok;
+}
+
+// Whether a window of the application answers in the runtime folder.
+bool windowAnswers(const QString& runtime) {
+    return tallywick::acceptsConnections(runtime.toStdString() + "/window/socket");
 }
 
 }  // namespace
@@ -282,6 +292,81 @@ private slots:
             process.terminate();
             QVERIFY(process.waitForFinished(10000));
         }
+    }
+
+    // A second start while a window is open asks that window forward, which
+    // answers, and leaves at once with 0, in a runtime folder of any length;
+    // asking for the version still only prints it.
+    void secondStartRaisesTheOpenWindow() {
+        for (const bool longFolder : {false, true}) {
+            Sandbox sandbox(false);
+            QProcessEnvironment env = sandbox.environment(false);
+            QString runtime = sandbox.path("run/tallywick");
+            if (longFolder) {
+                runtime = sandbox.path("run/" + QString(110, 'r'));
+                env.insert("TALLYWICK_RUNTIME_DIR", runtime);
+            }
+            QProcess first;
+            first.setProcessEnvironment(env);
+            first.start(sandbox.path("bin/tallywick"));
+            QTRY_VERIFY_WITH_TIMEOUT(windowAnswers(runtime), 15000);
+
+            QElapsedTimer clock;
+            clock.start();
+            const auto second = sandbox.run({}, env);
+            QCOMPARE(second.exitCode, 0);
+            QVERIFY2(clock.elapsed() < 5000, QByteArray::number(clock.elapsed()));
+            QVERIFY2(second.errors.isEmpty(), second.errors.constData());
+            QVERIFY(sandbox.run({"--version"}, env).output.startsWith("tallywick 0."));
+            QCOMPARE(first.state(), QProcess::Running);
+            first.terminate();
+            QVERIFY(first.waitForFinished(10000));
+        }
+    }
+
+    // A killed window's socket file stays behind; the next start replaces
+    // it and is the window later starts raise.
+    void killedWindowsSocketIsReplaced() {
+        Sandbox sandbox(false);
+        const QProcessEnvironment env = sandbox.environment(false);
+        const QString runtime = sandbox.path("run/tallywick");
+        QProcess killed;
+        killed.setProcessEnvironment(env);
+        killed.start(sandbox.path("bin/tallywick"));
+        QTRY_VERIFY_WITH_TIMEOUT(windowAnswers(runtime), 15000);
+        killed.kill();
+        QVERIFY(killed.waitForFinished(10000));
+        QVERIFY(QFileInfo::exists(runtime + "/window/socket"));
+        QVERIFY(!windowAnswers(runtime));
+
+        QProcess next;
+        next.setProcessEnvironment(env);
+        next.start(sandbox.path("bin/tallywick"));
+        QTRY_VERIFY_WITH_TIMEOUT(windowAnswers(runtime), 15000);
+        QCOMPARE(next.state(), QProcess::Running);
+        QCOMPARE(sandbox.run({}, env).exitCode, 0);
+        QCOMPARE(next.state(), QProcess::Running);
+        next.terminate();
+        QVERIFY(next.waitForFinished(10000));
+    }
+
+    // A runtime folder others may enter holds no claim: the window opens
+    // anyway and says what to fix.
+    void unsafeRuntimeFolderStillOpensTheWindow() {
+        Sandbox sandbox(false);
+        QVERIFY(QDir().mkpath(sandbox.path("run/tallywick")));
+        QVERIFY(QFile::setPermissions(sandbox.path("run/tallywick"), QFile::ReadOwner | QFile::WriteOwner |
+                                                                         QFile::ExeOwner | QFile::ReadGroup |
+                                                                         QFile::ExeGroup));
+        QProcess window;
+        window.setProcessEnvironment(sandbox.environment(false));
+        window.start(sandbox.path("bin/tallywick"));
+        QByteArray errors;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (errors += window.readAllStandardError()).contains("open to group or others"), 15000);
+        QCOMPARE(window.state(), QProcess::Running);
+        window.terminate();
+        QVERIFY(window.waitForFinished(10000));
     }
 };
 

@@ -335,7 +335,7 @@ private slots:
 
         const QPalette light = QApplication::style()->standardPalette();
         for (const auto& [scheme, palette] :
-             {std::pair{QString("light"), light}, std::pair{QString("dark"), darkPalette()}}) {
+             {std::pair{QString("light"), light}, std::pair{QString("dark"), AppStyle::darkPalette()}}) {
             QApplication::setPalette(palette);
             QVERIFY(saveShot(w.window(), "activity-" + scheme));
         }

@@ -1,40 +1,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// What the activity and settings tests share: a dark palette for the
-// screenshots, where they go, and a look at the pixels of a drawn area.
+// What the activity and settings tests share: where the screenshots go, and
+// a look at the pixels of a drawn area. Their dark shots use the
+// application's own dark palette, AppStyle::darkPalette.
 #include <QApplication>
 #include <QDir>
 #include <QImage>
-#include <QPalette>
 #include <QTest>
 #include <QWidget>
 
-namespace tallywick::testing {
+#include <tallywick/AppStyle.h>
 
-inline QPalette darkPalette() {
-    QPalette dark;
-    const QColor window(40, 40, 43), base(30, 30, 32), text(236, 236, 238), button(58, 58, 62);
-    dark.setColor(QPalette::Window, window);
-    dark.setColor(QPalette::WindowText, text);
-    dark.setColor(QPalette::Base, base);
-    dark.setColor(QPalette::AlternateBase, window);
-    dark.setColor(QPalette::Text, text);
-    dark.setColor(QPalette::Button, button);
-    dark.setColor(QPalette::ButtonText, text);
-    dark.setColor(QPalette::Highlight, QColor(10, 110, 230));
-    dark.setColor(QPalette::HighlightedText, Qt::white);
-    dark.setColor(QPalette::PlaceholderText, QColor(140, 140, 146));
-    dark.setColor(QPalette::Light, QColor(70, 70, 74));
-    dark.setColor(QPalette::Midlight, QColor(56, 56, 60));
-    dark.setColor(QPalette::Mid, QColor(46, 46, 50));
-    dark.setColor(QPalette::Dark, QColor(20, 20, 22));
-    dark.setColor(QPalette::Shadow, Qt::black);
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
-        dark.setColor(QPalette::Disabled, role, QColor(120, 120, 126));
-    }
-    return dark;
-}
+namespace tallywick::testing {
 
 // Grabs the widget into the screenshot folder as NAME.png.
 inline bool saveShot(QWidget& widget, const QString& name) {

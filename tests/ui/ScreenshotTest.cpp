@@ -9,6 +9,7 @@
 #include <QStyle>
 
 #include <tallywick/AccountHeaderView.h>
+#include <tallywick/AppStyle.h>
 #include <tallywick/EditEntrySheet.h>
 #include <tallywick/RenameSheet.h>
 
@@ -16,36 +17,6 @@
 
 using namespace tallywick;
 using namespace tallywick::testing;
-
-namespace {
-
-QPalette darkPalette() {
-    QPalette dark;
-    const QColor window(40, 40, 43), base(30, 30, 32), text(236, 236, 238), button(58, 58, 62);
-    dark.setColor(QPalette::Window, window);
-    dark.setColor(QPalette::WindowText, text);
-    dark.setColor(QPalette::Base, base);
-    dark.setColor(QPalette::AlternateBase, window);
-    dark.setColor(QPalette::Text, text);
-    dark.setColor(QPalette::Button, button);
-    dark.setColor(QPalette::ButtonText, text);
-    dark.setColor(QPalette::Highlight, QColor(10, 110, 230));
-    dark.setColor(QPalette::HighlightedText, Qt::white);
-    dark.setColor(QPalette::ToolTipBase, button);
-    dark.setColor(QPalette::ToolTipText, text);
-    dark.setColor(QPalette::PlaceholderText, QColor(140, 140, 146));
-    dark.setColor(QPalette::Light, QColor(70, 70, 74));
-    dark.setColor(QPalette::Midlight, QColor(56, 56, 60));
-    dark.setColor(QPalette::Mid, QColor(46, 46, 50));
-    dark.setColor(QPalette::Dark, QColor(20, 20, 22));
-    dark.setColor(QPalette::Shadow, Qt::black);
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
-        dark.setColor(QPalette::Disabled, role, QColor(120, 120, 126));
-    }
-    return dark;
-}
-
-}  // namespace
 
 class ScreenshotTest : public QObject {
     Q_OBJECT
@@ -96,7 +67,7 @@ private slots:
         };
         const QPalette light = QApplication::style()->standardPalette();
         for (const auto& [scheme, palette] :
-             {std::pair{QString("light"), light}, std::pair{QString("dark"), darkPalette()}}) {
+             {std::pair{QString("light"), light}, std::pair{QString("dark"), AppStyle::darkPalette()}}) {
             QApplication::setPalette(palette);
             w.sidebar().setFocus();
             save(&w.window(), "records-" + scheme);

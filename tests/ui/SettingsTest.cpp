@@ -253,7 +253,7 @@ private slots:
         w.window().resize(MainWindow::defaultSize);
         const QPalette light = QApplication::style()->standardPalette();
         for (const auto& [scheme, palette] :
-             {std::pair{QString("light"), light}, std::pair{QString("dark"), darkPalette()}}) {
+             {std::pair{QString("light"), light}, std::pair{QString("dark"), AppStyle::darkPalette()}}) {
             QApplication::setPalette(palette);
             QVERIFY(saveShot(w.window(), "settings-" + scheme));
         }

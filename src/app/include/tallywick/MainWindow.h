@@ -10,7 +10,9 @@ class AppModel;
 
 // One window of the application: the root view over the shared model. The
 // first time its content appears, the model is started (later windows find
-// it started already).
+// it started already). The desktop's keys close it (Ctrl+W) and quit the
+// application (Ctrl+Q); closing the last window quits too, while the host,
+// a process of its own, keeps running.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 

@@ -22,6 +22,10 @@ public:
 
     // A new window of the group, shown.
     MainWindow& openWindow();
+    // Brings the newest open window to the front and gives it the focus, out
+    // of the taskbar when it was minimised (a new one when none is open).
+    // `activationToken` is the xdg-activation token of the launch that asked.
+    MainWindow& raiseWindow(const QString& activationToken = {});
     AppModel& model();
     bool hasModel() const { return model_ != nullptr; }
 

@@ -19,6 +19,9 @@ namespace tallywick::AppStyle {
 // Whether the palette draws light text on a dark window.
 bool isDark(const QPalette& palette);
 
+// The application's palette while the desktop prefers dark.
+QPalette darkPalette();
+
 QColor creditColor(const QPalette& palette = QGuiApplication::palette());
 QColor bonusColor(const QPalette& palette = QGuiApplication::palette());
 QColor debitColor(const QPalette& palette = QGuiApplication::palette());

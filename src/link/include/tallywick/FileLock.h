@@ -9,10 +9,11 @@
 namespace tallywick {
 
 // An exclusive claim on a file for the life of the process (flock): what
-// keeps one host per user and one host per database. The holder writes a
-// short note into the file (its pid, its runtime folder) so that the one
-// refused can say who holds it. The kernel drops the claim of a killed host.
-class HostLock {
+// keeps one host per user, one host per database and one window per runtime
+// folder. The holder writes a short note into the file (its pid, its runtime
+// folder) so that the one refused can say who holds it. The kernel drops the
+// claim of a killed process.
+class FileLock {
 public:
     struct Refused {
         bool heldByOther = false;  // false: the file itself could not be used
@@ -20,16 +21,16 @@ public:
         std::string reason;        // when the file could not be used
     };
 
-    static std::variant<HostLock, Refused> acquire(const std::string& path, const std::string& note);
+    static std::variant<FileLock, Refused> acquire(const std::string& path, const std::string& note);
 
-    HostLock(HostLock&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
-    HostLock& operator=(HostLock&&) = delete;
-    HostLock(const HostLock&) = delete;
-    HostLock& operator=(const HostLock&) = delete;
-    ~HostLock();
+    FileLock(FileLock&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
+    FileLock& operator=(FileLock&&) = delete;
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+    ~FileLock();
 
 private:
-    explicit HostLock(int fd) : fd_(fd) {}
+    explicit FileLock(int fd) : fd_(fd) {}
     int fd_;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "HostLock.h"
+#include <tallywick/FileLock.h>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -27,7 +27,7 @@ std::string readNote(int fd) {
 
 }  // namespace
 
-std::variant<HostLock, HostLock::Refused> HostLock::acquire(const std::string& path,
+std::variant<FileLock, FileLock::Refused> FileLock::acquire(const std::string& path,
                                                             const std::string& note) {
     const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (fd < 0) return Refused{.reason = "cannot open " + path + ": " + std::strerror(errno)};
@@ -43,10 +43,10 @@ std::variant<HostLock, HostLock::Refused> HostLock::acquire(const std::string& p
     if (::ftruncate(fd, 0) == 0) {
         [[maybe_unused]] const ssize_t written = ::pwrite(fd, line.data(), line.size(), 0);
     }
-    return HostLock(fd);
+    return FileLock(fd);
 }
 
-HostLock::~HostLock() {
+FileLock::~FileLock() {
     if (fd_ >= 0) ::close(fd_);
 }
 

@@ -1,0 +1,288 @@
+// SPDX-License-Identifier: MIT
+// The window's desktop habits: its keys, coming forward when a later start
+// asks through the runtime folder, and the desktop's light or dark
+// preference, read from a settings portal served on a private session bus.
+#include <unistd.h>
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusVariant>
+#include <QProcess>
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+#include <QTimer>
+#include <chrono>
+#include <future>
+
+#include <tallywick/AppStyle.h>
+#include <tallywick/DesktopColorScheme.h>
+#include <tallywick/PlaceholderRootView.h>
+#include <tallywick/TallywickApp.h>
+#include <tallywick/WindowInstance.h>
+
+using namespace tallywick;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString kPortalPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString kAppearance = QStringLiteral("org.freedesktop.appearance");
+const QString kColorScheme = QStringLiteral("color-scheme");
+
+// A session bus of the test's own, with nothing to activate: a portal that
+// is not registered stays missing.
+class PrivateBus {
+public:
+    bool start() {
+        const QString daemon = QStandardPaths::findExecutable("dbus-daemon");
+        if (daemon.isEmpty()) return false;
+        QFile config(folder_.filePath("bus.conf"));
+        if (!config.open(QIODevice::WriteOnly)) return false;
+        config.write(("<busconfig><type>session</type><listen>unix:dir=" + folder_.path().toUtf8() +
+                      "</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow "
+                      "send_destination=\"*\"/><allow receive_sender=\"*\"/>"
+                      "<allow own=\"*\"/></policy></busconfig>"));
+        config.close();
+        daemon_.start(daemon, {"--config-file=" + config.fileName(), "--print-address", "--nofork"});
+        if (!daemon_.waitForReadyRead(10000)) return false;
+        address_ = QString::fromUtf8(daemon_.readLine().trimmed());
+        return !address_.isEmpty();
+    }
+    ~PrivateBus() {
+        daemon_.terminate();
+        daemon_.waitForFinished();
+    }
+    QDBusConnection connect(const QString& name) const {
+        return QDBusConnection::connectToBus(address_, name);
+    }
+    const QString& address() const { return address_; }
+
+private:
+    QTemporaryDir folder_;
+    QProcess daemon_;
+    QString address_;
+};
+
+// org.freedesktop.portal.Settings as xdg-desktop-portal serves it: ReadOne
+// from version 2, Read wrapping the value in one variant more.
+class SettingsPortal : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+
+public:
+    SettingsPortal(uint scheme, bool hasReadOne) : scheme_(scheme), hasReadOne_(hasReadOne) {}
+
+    void change(const QString& group, const QString& key, uint value) {
+        if (group == kAppearance && key == kColorScheme) scheme_ = value;
+        emit SettingChanged(group, key, QDBusVariant(value));
+    }
+
+public slots:
+    QDBusVariant ReadOne(const QString& group, const QString& key) {
+        if (!hasReadOne_) {
+            sendErrorReply(QDBusError::UnknownMethod, "No such method ReadOne");
+            return {};
+        }
+        return value(group, key);
+    }
+    QDBusVariant Read(const QString& group, const QString& key) {
+        return QDBusVariant(QVariant::fromValue(value(group, key)));
+    }
+
+signals:
+    void SettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+private:
+    QDBusVariant value(const QString& group, const QString& key) {
+        if (group != kAppearance || key != kColorScheme)
+            sendErrorReply("org.freedesktop.portal.Error.NotFound", "Requested setting not found");
+        return QDBusVariant(scheme_);
+    }
+
+    uint scheme_;
+    bool hasReadOne_;
+};
+
+// The portal on a thread of its own, as it would be in a process of its own:
+// the application blocks on its first question. The portal lives and dies
+// on that thread.
+class PortalThread : public QThread {
+public:
+    PortalThread(const PrivateBus& bus, const QString& name, uint scheme, bool hasReadOne)
+        : address_(bus.address()), name_(name), scheme_(scheme), hasReadOne_(hasReadOne) {}
+    ~PortalThread() override {
+        quit();
+        wait();
+    }
+
+    // Whether the portal is on the bus under its well-known name.
+    bool serve() {
+        start();
+        return ready_.tryAcquire(1, 10000) && portal_;
+    }
+    // Emits SettingChanged from the portal's thread, as the portal would.
+    void change(const QString& group, const QString& key, uint value) {
+        QMetaObject::invokeMethod(portal_, [=, portal = portal_] { portal->change(group, key, value); });
+    }
+
+protected:
+    void run() override {
+        SettingsPortal portal(scheme_, hasReadOne_);
+        QDBusConnection service = QDBusConnection::connectToBus(address_, name_);
+        if (service.registerObject(kPortalPath, &portal,
+                                   QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals) &&
+            service.registerService("org.freedesktop.portal.Desktop")) {
+            portal_ = &portal;
+        }
+        ready_.release();
+        exec();
+        service.unregisterService("org.freedesktop.portal.Desktop");
+        service.unregisterObject(kPortalPath);
+    }
+
+private:
+    QString address_, name_;
+    uint scheme_;
+    bool hasReadOne_;
+    QSemaphore ready_;
+    SettingsPortal* portal_ = nullptr;
+};
+
+// Runs the event loop until the application quits; its status, or -1 when
+// it did not quit within ten seconds.
+int execUntilQuit(const std::function<void()>& action) {
+    QTimer::singleShot(0, qApp, action);
+    QTimer patience;
+    patience.setSingleShot(true);
+    QObject::connect(&patience, &QTimer::timeout, [] { QCoreApplication::exit(-1); });
+    patience.start(10000);
+    return QApplication::exec();
+}
+
+AppModel::Options unreachableHost(const QTemporaryDir& folder) {
+    return {.endpoint = {folder.filePath("no-host").toStdString(), ""}, .registerLoginItem = [] {}};
+}
+
+}  // namespace
+
+class DesktopTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cleanup() { QApplication::setPalette(QPalette()); }
+
+    // Ctrl+W closes the window it is typed in; the last one's close and
+    // Ctrl+Q end the application.
+    void keysCloseTheWindowAndQuit() {
+        QTemporaryDir folder;
+        TallywickApp app(makePlaceholderRootView, unreachableHost(folder));
+        MainWindow& first = app.openWindow();
+        MainWindow& second = app.openWindow();
+        second.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&second));
+        QTest::keyClick(&second, Qt::Key_W, Qt::ControlModifier);
+        QVERIFY(!second.isVisible());
+        QVERIFY(first.isVisible());
+
+        first.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&first));
+        QCOMPARE(execUntilQuit([&] { QTest::keyClick(&first, Qt::Key_W, Qt::ControlModifier); }), 0);
+        QVERIFY(!first.isVisible());
+
+        MainWindow& third = app.openWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&third));
+        QCOMPARE(execUntilQuit([&] { QTest::keyClick(&third, Qt::Key_Q, Qt::ControlModifier); }), 0);
+    }
+
+    // A later start in the same runtime folder brings the minimised window
+    // back and to the front, passing its activation token along; a holder
+    // that does not answer is named, and the later start gives up.
+    void laterStartRaisesTheWindow() {
+        QTemporaryDir folder;
+        const std::string runtime = folder.filePath("tallywick").toStdString();
+        auto claim = WindowInstance::claim(runtime, "");
+        QVERIFY(std::holds_alternative<WindowClaim>(claim));
+        TallywickApp app(makePlaceholderRootView, unreachableHost(folder));
+        MainWindow& window = app.openWindow();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        RaiseListener listener(std::move(std::get<WindowClaim>(claim)));
+        connect(&listener, &RaiseListener::raiseRequested, &listener,
+                [&app](const QString& token) { app.raiseWindow(token); });
+        window.showMinimized();
+        QTRY_VERIFY(window.isMinimized());
+
+        auto later =
+            std::async(std::launch::async, [&] { return WindowInstance::claim(runtime, "token-7"); });
+        QTRY_VERIFY(later.wait_for(0s) == std::future_status::ready);
+        QVERIFY(std::holds_alternative<WindowInstance::Raised>(later.get()));
+        QVERIFY(!window.isMinimized());
+        QTRY_VERIFY(window.isActiveWindow());
+        QCOMPARE(qgetenv("XDG_ACTIVATION_TOKEN"), QByteArray("token-7"));
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+
+        const std::string silent = folder.filePath("silent").toStdString();
+        auto holder = WindowInstance::claim(silent, "");  // holds the lock, never listens
+        QVERIFY(std::holds_alternative<WindowClaim>(holder));
+        const auto refused = WindowInstance::claim(silent, "", 300ms);
+        const auto* unanswered = std::get_if<WindowInstance::Unanswered>(&refused);
+        QVERIFY(unanswered);
+        QVERIFY2(unanswered->message.find("kill " + std::to_string(::getpid())) != std::string::npos,
+                 unanswered->message.c_str());
+    }
+
+    // Dark on 1, light on 2, live with each change of the setting and of no
+    // other; from a portal with ReadOne and from one with only Read.
+    void paletteFollowsThePortal() {
+        PrivateBus bus;
+        if (!bus.start()) QSKIP("dbus-daemon is not installed or did not start");
+        for (const bool hasReadOne : {true, false}) {
+            const QString suffix = hasReadOne ? "-v2" : "-v1";
+            PortalThread portal(bus, "portal" + suffix, 1, hasReadOne);
+            QVERIFY(portal.serve());
+            QWidget window;
+            window.show();
+            DesktopColorScheme scheme(bus.connect("app" + suffix));
+            followColorScheme(scheme, AppStyle::darkPalette());
+            QCOMPARE(scheme.scheme(), ColorScheme::dark);
+            QVERIFY(AppStyle::isDark(QApplication::palette()));
+            QTRY_VERIFY(AppStyle::isDark(window.palette()));
+
+            portal.change(kAppearance, kColorScheme, 2);
+            QTRY_VERIFY(!AppStyle::isDark(QApplication::palette()));
+            QTRY_VERIFY(!AppStyle::isDark(window.palette()));
+
+            QSignalSpy changes(&scheme, &DesktopColorScheme::schemeChanged);
+            portal.change(kAppearance, QStringLiteral("accent-color"), 1);
+            portal.change(QStringLiteral("org.gnome.desktop.interface"), kColorScheme, 1);
+            portal.change(kAppearance, kColorScheme, 0);
+            QTRY_COMPARE(scheme.scheme(), ColorScheme::noPreference);
+            QCOMPARE(changes.count(), 1);
+            QVERIFY(!AppStyle::isDark(QApplication::palette()));
+
+            portal.change(kAppearance, kColorScheme, 1);
+            QTRY_VERIFY(AppStyle::isDark(QApplication::palette()));
+        }
+    }
+
+    // No portal on the bus, or no bus at all: light, without a word.
+    void withoutPortalTheWindowStaysLight() {
+        PrivateBus bus;
+        if (!bus.start()) QSKIP("dbus-daemon is not installed or did not start");
+        for (const QDBusConnection& connection :
+             {bus.connect("no-portal"),
+              QDBusConnection::connectToBus("unix:path=/nonexistent/bus", "no-bus")}) {
+            DesktopColorScheme scheme(connection);
+            followColorScheme(scheme, AppStyle::darkPalette());
+            QCOMPARE(scheme.scheme(), ColorScheme::noPreference);
+            QVERIFY(!AppStyle::isDark(QApplication::palette()));
+        }
+    }
+};
+
+QTEST_MAIN(DesktopTest)
+#include "DesktopTest.moc"
