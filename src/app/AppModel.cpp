@@ -14,7 +14,7 @@ namespace {
 
 // Replaces the value and says whether it differed.
 template <class T>
-bool replace(T& field, T&& value) {
+bool replace(T& field, T value) {
     if (field == value) return false;
     field = std::move(value);
     return true;
@@ -122,8 +122,8 @@ void AppModel::renameAccount(std::string id, std::string displayName) {
     command(ControlRequest::renameAccount(std::move(id), std::move(displayName)));
 }
 
-void AppModel::deleteAccount(std::string id) {
-    send(ControlRequest::deleteAccount(id), [id](AppModel& model, std::optional<ControlResponse>) {
+void AppModel::deleteAccount(const std::string& id) {
+    send(ControlRequest::deleteAccount(id), [id](AppModel& model, const std::optional<ControlResponse>&) {
         // Whatever the answer; the refresh then selects the first account left.
         if (model.selectedAccountID_ == id) model.setSelectedAccountID(std::nullopt);
         model.refresh();
@@ -149,7 +149,7 @@ void AppModel::applySnapshot(Snapshot snapshot) {
         entriesByAccount_.clear();
     }
     const bool connectionsDiffer = replace(connections_, std::move(snapshot.connections));
-    const bool settingsDiffer = replace(settings_, std::move(snapshot.settings));
+    const bool settingsDiffer = replace(settings_, snapshot.settings);
     // Newest first; records of the same second keep the host's order.
     std::stable_sort(snapshot.recentApiLog.begin(), snapshot.recentApiLog.end(),
                      [](const ApiLogEntry& a, const ApiLogEntry& b) { return a.timestamp > b.timestamp; });
@@ -200,11 +200,11 @@ void AppModel::send(const ControlRequest& request,
 }
 
 void AppModel::command(const ControlRequest& request) {
-    send(request, [](AppModel& model, std::optional<ControlResponse>) { model.refresh(); });
+    send(request, [](AppModel& model, const std::optional<ControlResponse>&) { model.refresh(); });
 }
 
 void AppModel::setConnected(bool connected) {
-    if (replace(isConnected_, std::move(connected))) emit isConnectedChanged();
+    if (replace(isConnected_, connected)) emit isConnectedChanged();
 }
 
 }  // namespace tallywick

@@ -109,7 +109,7 @@ std::shared_ptr<LinkConnection> BridgeSession::open() {
     };
     link->start({
         .onMessage =
-            [weak](const std::string& method, std::string payload) {
+            [weak](const std::string& method, const std::string& payload) {
                 auto self = weak.lock();
                 if (self && method == kNotificationMethod && !payload.empty()) self->output_.write(payload);
             },

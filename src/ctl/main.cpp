@@ -80,7 +80,7 @@ int report(const std::optional<ControlResponse>& answer, bool json, const std::s
 
 int followEvents(Session& session, const StopSignals& stop) {
     int status = done;
-    session.client().onEvent = [](ControlEvent event) {
+    session.client().onEvent = [](const ControlEvent& event) {
         if (auto text = TallywickCoding::encodeToString(event)) std::cout << *text << std::endl;
     };
     session.client().onConnectionChange = [&](bool connected) {
@@ -98,6 +98,7 @@ int followEvents(Session& session, const StopSignals& stop) {
     session.loop().run();
     // The waiter may still be in sigwait when the host went away: the signal
     // it waits for ends it, so the loop outlives every use of it.
+    // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread): the signal ends sigwait, not the thread
     ::pthread_kill(waiter.native_handle(), SIGTERM);
     waiter.join();
     return status;
@@ -132,7 +133,7 @@ int run(const CtlCommand& command, const StopSignals& stop) {
     ControlEndpoint endpoint = ControlEndpoint::standard();
     endpoint.path = endpointPath(runtimeDirectory);
     Session session(endpoint);
-    session.client().onEvent = [](ControlEvent) {};
+    session.client().onEvent = [](const ControlEvent&) {};
     session.client().onConnectionChange = [](bool) {};
 
     using Kind = CtlCommand::Kind;

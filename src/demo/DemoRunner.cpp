@@ -219,6 +219,7 @@ void DemoRunner::closeAll() {
     const auto deadline = Clock::now() + 3s;
     while (!open.empty() && Clock::now() < deadline) {
         std::vector<pollfd> descriptors;
+        descriptors.reserve(open.size());
         for (auto* slot : open) descriptors.push_back({slot->bridge->outputFd(), POLLIN, 0});
         if (::poll(descriptors.data(), descriptors.size(), 100) <= 0) continue;
         for (std::size_t i = 0; i < open.size(); ++i) {

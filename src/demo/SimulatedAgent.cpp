@@ -34,14 +34,14 @@ std::string freshKey() {
 
 }  // namespace
 
-std::string SimulatedAgent::request(Call call, std::string_view method, std::string params) {
+std::string SimulatedAgent::request(Call call, std::string_view method, const std::string& params) {
     const std::int64_t id = nextId_++;
     pending_[id] = call;
     return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":)" + quoted(method) +
            R"(,"params":)" + params + "}";
 }
 
-std::string SimulatedAgent::toolRequest(Call call, std::string_view tool, std::string arguments) {
+std::string SimulatedAgent::toolRequest(Call call, std::string_view tool, const std::string& arguments) {
     return request(call, "tools/call", R"({"name":)" + quoted(tool) + R"(,"arguments":)" + arguments + "}");
 }
 
@@ -132,7 +132,7 @@ SimulatedAgent::Heard SimulatedAgent::hear(std::string_view line) {
 std::string SimulatedAgent::describe(Call call, const AgentReply& reply, Heard& heard) {
     static constexpr const char* names[] = {"initialize", "signUp", "login",    "getBalance",
                                             "getHistory", "ping",   "subscribe"};
-    const std::string name = names[static_cast<int>(call)];
+    std::string name = names[static_cast<int>(call)];
     const bool joined = call == Call::signUp || call == Call::login;
     if (joined) joining_ = false;
     heard.handshakeFailed = call == Call::initialize && (reply.errorCode || !reply.hasResult);

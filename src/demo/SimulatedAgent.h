@@ -47,8 +47,8 @@ public:
 private:
     enum class Call { initialize, signUp, login, getBalance, getHistory, ping, subscribe };
 
-    std::string request(Call call, std::string_view method, std::string params);
-    std::string toolRequest(Call call, std::string_view tool, std::string arguments);
+    std::string request(Call call, std::string_view method, const std::string& params);
+    std::string toolRequest(Call call, std::string_view tool, const std::string& arguments);
     std::string signUpRequest();
     std::string describe(Call call, const AgentReply& reply, Heard& heard);
 

@@ -22,11 +22,11 @@ using Answer = std::variant<std::string, McpError>;  // the result's JSON, or th
 constexpr std::string_view emptyResult = "{}";
 // What one agent may make the host keep of its client information; a
 // handshake over any of these is refused, so nothing is cut in silence.
-constexpr std::size_t maximumInfoLength = 256;        // name, version, title, in characters
-constexpr std::size_t maximumFieldCount = 32;         // further client details
-constexpr std::size_t maximumFieldKeyLength = 64;     // a detail's name, in characters
-constexpr std::size_t maximumFieldLength = 1024;      // a detail's value, in characters
-constexpr std::size_t maximumFieldsBytes = 8 * 1024;  // every detail's name and value together
+constexpr std::size_t maximumInfoLength = 256;                     // name, version, title, in characters
+constexpr std::size_t maximumFieldCount = 32;                      // further client details
+constexpr std::size_t maximumFieldKeyLength = 64;                  // a detail's name, in characters
+constexpr std::size_t maximumFieldLength = 1024;                   // a detail's value, in characters
+constexpr std::size_t maximumFieldsBytes = std::size_t{8} * 1024;  // every detail's name and value together
 
 constexpr std::array<std::string_view, 8> logLevels{"debug", "info",     "notice", "warning",
                                                     "error", "critical", "alert",  "emergency"};
@@ -75,6 +75,7 @@ std::variant<std::vector<ClientInfoField>, McpError> clientDetails(simdjson::dom
     }
     details["protocolVersion"] = std::string(revision);
     std::vector<ClientInfoField> fields;
+    fields.reserve(details.size());
     for (auto& [key, value] : details) fields.push_back({.key = key, .value = std::move(value)});
     return fields;
 }

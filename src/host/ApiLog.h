@@ -16,7 +16,7 @@ namespace tallywick {
 class ApiLog {
 public:
     static constexpr std::size_t capacity = 1000;
-    static constexpr std::size_t payloadLimit = 64 * 1024;
+    static constexpr std::size_t payloadLimit = std::size_t{64} * 1024;
 
     // `runNumber` keeps identifiers unique across restarts of the host.
     explicit ApiLog(std::uint64_t runNumber) : prefix_("L" + std::to_string(runNumber) + "-") {}

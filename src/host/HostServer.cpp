@@ -114,7 +114,9 @@ HostServer::HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::str
 std::optional<std::string> HostServer::listen(const std::string& callerRequirement) {
     auto listening = LinkListener::listen(
         context_, endpoint_, callerRequirement,
-        [this](std::shared_ptr<LinkConnection> link) { asio::post(strand_, [this, link] { adopt(link); }); },
+        [this](const std::shared_ptr<LinkConnection>& link) {
+            asio::post(strand_, [this, link] { adopt(link); });
+        },
         [](const std::string& peer, const std::string& reason) {
             HostLog::warning("refused a connection from " + peer + ": " + reason);
         });
@@ -128,20 +130,28 @@ void HostServer::run(int threads) {
 }
 
 HostServer::~HostServer() {
-    if (!threads_.empty()) {
-        std::promise<void> closed;
-        asio::post(strand_, [this, &closed] {
-            shutdown();
-            closed.set_value();
-        });
-        closed.get_future().wait();
-        {
+    // The waits below can only fail if the system cannot lock or signal; the
+    // stop then goes on without them rather than ending the process.
+    try {
+        if (!threads_.empty()) {
+            std::promise<void> closed;
+            asio::post(strand_, [this, &closed] {
+                shutdown();
+                closed.set_value();
+            });
+            closed.get_future().wait();
             std::unique_lock lock(openMutex_);
             openChanged_.wait_for(lock, drainLimit, [this] { return openLinks_ == 0; });
         }
+    } catch (const std::exception& error) {
+        HostLog::error(std::string("the stop did not wait for the last answers: ") + error.what());
+    }
+    if (!threads_.empty()) {
         work_.reset();
         context_.stop();
-        for (auto& thread : threads_) thread.join();
+        for (auto& thread : threads_) {
+            if (thread.joinable()) thread.join();
+        }
     }
     // Work not begun is dropped; what runs finishes into a stopped context.
     keyWorkers_.stop();
@@ -192,7 +202,7 @@ void HostServer::shutdown() {
     peers_.clear();
 }
 
-void HostServer::adopt(std::shared_ptr<LinkConnection> link) {
+void HostServer::adopt(const std::shared_ptr<LinkConnection>& link) {
     if (stopping_) return link->close();
     if (peers_.size() >= maxConnections_) {
         // Room is made by the oldest peer that has not even said hello (our
@@ -225,7 +235,7 @@ void HostServer::adopt(std::shared_ptr<LinkConnection> link) {
                 });
                 return true;
             },
-        .onMessage = [](const std::string&, std::string) {},  // we serve no one-way methods
+        .onMessage = [](const std::string&, const std::string&) {},  // we serve no one-way methods
         .onInterrupted = ended,
         .onInvalidated = ended,
     });
@@ -286,7 +296,7 @@ void HostServer::handleAgent(std::uint64_t peerKey, Peer& peer, std::uint64_t ca
     log(before, effects.direction, effects.method, redacted ? std::string_view(*redacted) : payload);
     if (effects.keyWork) {
         if (connectionsChanged) broadcast(ControlEvent::connectionsChanged());
-        return startKeyWork(peerKey, peer, callId, std::move(effects.keyWork));
+        return startKeyWork(peerKey, peer, callId, effects.keyWork);
     }
     answerAgent(peer, callId, std::move(effects), connectionsChanged);
 }
@@ -306,7 +316,7 @@ void HostServer::answerAgent(Peer& peer, std::uint64_t callId, AgentService::Eff
 // the desk and every other agent are answered meanwhile. A login waits first
 // for as long as earlier failures on its account or connection ask.
 void HostServer::startKeyWork(std::uint64_t peerKey, Peer& peer, std::uint64_t callId,
-                              std::shared_ptr<AgentService::Effects::KeyWork> work) {
+                              const std::shared_ptr<AgentService::Effects::KeyWork>& work) {
     peer.keyWorkPending = true;
     auto start = [this, peerKey, callId, work] {
         asio::post(keyWorkers_, [this, peerKey, callId, work] {

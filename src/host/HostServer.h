@@ -83,7 +83,7 @@ private:
     void run(int threads);
 
     // All below run on the host's strand.
-    void adopt(std::shared_ptr<LinkConnection> link);
+    void adopt(const std::shared_ptr<LinkConnection>& link);
     void handleCall(std::uint64_t peerKey, std::uint64_t callId, const std::string& method,
                     std::string payload);
     void handleControl(Peer& peer, std::uint64_t callId, const std::string& payload);
@@ -91,7 +91,7 @@ private:
     void answerAgent(Peer& peer, std::uint64_t callId, AgentService::Effects effects,
                      bool connectionsChanged);
     void startKeyWork(std::uint64_t peerKey, Peer& peer, std::uint64_t callId,
-                      std::shared_ptr<AgentService::Effects::KeyWork> work);
+                      const std::shared_ptr<AgentService::Effects::KeyWork>& work);
     void finishKeyWork(std::uint64_t peerKey, std::uint64_t callId,
                        const AgentService::Effects::KeyWork& work, const KeyOutcome& outcome);
     void drop(std::uint64_t peerKey);

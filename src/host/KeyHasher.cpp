@@ -10,7 +10,7 @@ namespace {
 // Two passes over 19 MiB: a common Argon2id recommendation, and it keeps a
 // login under about 50 ms on a small machine.
 constexpr unsigned long long opsLimit = 2;
-constexpr std::size_t memoryLimit = 19u * 1024u * 1024u;
+constexpr std::size_t memoryLimit = std::size_t{19} * 1024 * 1024;
 
 bool sodiumReady() {
     // sodium_init is itself safe to call from several threads; the static

@@ -29,6 +29,7 @@ void closeQuietly(int& fd) {
 
 std::vector<char*> argumentVector(const std::vector<std::string>& arguments) {
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
     return argv;

@@ -14,7 +14,7 @@ namespace tallywick {
 namespace {
 
 constexpr std::size_t kMaxProgramHeaders = 256;
-constexpr std::size_t kMaxNoteSegment = 64 * 1024;
+constexpr std::size_t kMaxNoteSegment = std::size_t{64} * 1024;
 
 class FdReader {
 public:

@@ -35,29 +35,30 @@ XPCControlClient::~XPCControlClient() {
 void XPCControlClient::send(const ControlRequest& request, Completion completion) {
     auto text = TallywickCoding::encodeToString(request);
     if (!text) return deliver(std::nullopt, std::move(completion));  // nothing opened, nothing reported
-    asio::post(queue_,
-               [self = shared_from_this(), text = std::move(*text), completion = std::move(completion)] {
-                   auto connection = self->ensureConnection();
-                   connection->call(
-                       "control", text,
-                       [self, completion](std::string reply) {
-                           // Any answer, even an unreadable one, shows the host is there.
-                           self->deliver(TallywickCoding::decodeInPlace<ControlResponse>(reply), completion);
-                           self->notifyConnection(true);
-                       },
-                       [self, completion, connection](const LinkFailure& failure) {
-                           // The host answered this call with a failure, or the call
-                           // could not be framed: that call ends, the connection stays.
-                           if (failure.kind == LinkFailure::Kind::remoteFailure ||
-                               failure.kind == LinkFailure::Kind::unsendable)
-                               return self->deliver(std::nullopt, completion);
-                           asio::post(self->queue_, [self, completion, connection] {
-                               self->forget(connection);
-                               self->deliver(std::nullopt, completion);
-                               self->notifyConnection(false);
-                           });
-                       });
-               });
+    asio::post(
+        queue_, [self = shared_from_this(), text = std::move(*text), completion = std::move(completion)] {
+            auto connection = self->ensureConnection();
+            connection->call(
+                "control", text,
+                [self, completion](
+                    std::string reply) {  // NOLINT(performance-unnecessary-value-param): decoded in place
+                    // Any answer, even an unreadable one, shows the host is there.
+                    self->deliver(TallywickCoding::decodeInPlace<ControlResponse>(reply), completion);
+                    self->notifyConnection(true);
+                },
+                [self, completion, connection](const LinkFailure& failure) {
+                    // The host answered this call with a failure, or the call
+                    // could not be framed: that call ends, the connection stays.
+                    if (failure.kind == LinkFailure::Kind::remoteFailure ||
+                        failure.kind == LinkFailure::Kind::unsendable)
+                        return self->deliver(std::nullopt, completion);
+                    asio::post(self->queue_, [self, completion, connection] {
+                        self->forget(connection);
+                        self->deliver(std::nullopt, completion);
+                        self->notifyConnection(false);
+                    });
+                });
+        });
 }
 
 std::shared_ptr<LinkConnection> XPCControlClient::ensureConnection() {
@@ -71,9 +72,9 @@ std::shared_ptr<LinkConnection> XPCControlClient::ensureConnection() {
         if (auto self = weakSelf.lock()) self->handleDrop(weakConnection.lock());
     };
     connection->start({
-        .onCall = [](std::uint64_t, const std::string&, std::string) { return false; },
+        .onCall = [](std::uint64_t, const std::string&, const std::string&) { return false; },
         .onMessage =
-            [weakSelf](const std::string& method, std::string payload) {
+            [weakSelf](const std::string& method, const std::string& payload) {
                 auto self = weakSelf.lock();
                 if (!self) return;
                 if (method == "controlEvent") self->controlEvent(payload);

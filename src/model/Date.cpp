@@ -61,7 +61,7 @@ std::optional<Date> parseOwnForm(std::string_view text, RecentDate& recent) {
         recent.any = true;
         return parsed;
     }
-    const Date instant{std::chrono::seconds{recent.daySeconds + hour * 3600 + minute * 60 + second}};
+    const Date instant{std::chrono::seconds{recent.daySeconds + hour * 3600LL + minute * 60LL + second}};
     std::memcpy(recent.text, text.data(), 20);
     recent.instant = instant;
     return instant;
@@ -114,8 +114,8 @@ std::optional<Date> parseAnyDate(std::string_view text) {
 
     if (!validDay(year, month, day)) return std::nullopt;
     const long long seconds =
-        daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) * 86400 + hour * 3600 +
-        minute * 60 + second - offsetSeconds;
+        daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) * 86400LL +
+        hour * 3600LL + minute * 60LL + second - offsetSeconds;
     const Date instant{std::chrono::seconds{seconds}};
     // An offset can carry the instant out of the years we can write back;
     // a date that reads must always write.

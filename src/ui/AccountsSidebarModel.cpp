@@ -87,7 +87,7 @@ const LiveConnection* AccountsSidebarModel::connectionAt(const QModelIndex& inde
 QModelIndex AccountsSidebarModel::index(int row, int column, const QModelIndex& parent) const {
     if (!hasIndex(row, column, parent)) return {};
     if (!parent.isValid()) return createIndex(row, column, kSectionRow);
-    return createIndex(row, column, static_cast<quintptr>(parent.row() + 1));
+    return createIndex(row, column, static_cast<quintptr>(parent.row()) + 1);
 }
 
 QModelIndex AccountsSidebarModel::parent(const QModelIndex& child) const {

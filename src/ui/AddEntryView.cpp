@@ -68,7 +68,7 @@ void AddEntryView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     QColor fill = AppStyle::foreground(palette(), AppStyle::Foreground::quaternary);
-    fill.setAlphaF(fill.alphaF() * 0.4);
+    fill.setAlphaF(fill.alphaF() * 0.4F);
     painter.setPen(Qt::NoPen);
     painter.setBrush(fill);
     painter.drawRoundedRect(QRectF(rect()), 8, 8);

@@ -8,7 +8,7 @@
 
 namespace tallywick {
 
-QMessageBox* confirmAccountDeletion(QWidget* parent, std::function<void()> onDelete) {
+QMessageBox* confirmAccountDeletion(QWidget* parent, const std::function<void()>& onDelete) {
     auto* box = new QMessageBox(parent);
     box->setObjectName(QStringLiteral("deleteAccountConfirmation"));
     box->setAttribute(Qt::WA_DeleteOnClose);

@@ -8,8 +8,8 @@
 
 namespace tallywick {
 
-EditorButtonsView::EditorButtonsView(std::function<void()> onCancel, std::function<void()> onSave,
-                                     QWidget* parent)
+EditorButtonsView::EditorButtonsView(const std::function<void()>& onCancel,
+                                     const std::function<void()>& onSave, QWidget* parent)
     : QWidget(parent),
       cancel_(new QPushButton(tr("Cancel"), this)),
       save_(new ProminentButton(tr("Save"), this)) {

@@ -261,7 +261,7 @@ void LedgerTableView::focusInEvent(QFocusEvent* event) {
 
 void LedgerTableView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
     // The table's own notice numbers cells as a grid with headers; this list numbers rows.
-    QAbstractItemView::currentChanged(current, previous);
+    QAbstractItemView::currentChanged(current, previous);  // NOLINT(bugprone-parent-virtual-call): on purpose
     if (QAccessible::isActive() && current.isValid() && hasFocus()) {
         QAccessibleEvent focus(this, QAccessible::Focus);
         focus.setChild(current.row());

@@ -52,7 +52,7 @@ void SettingsToggle::paintEvent(QPaintEvent*) {
     const qreal radius = track.height() / 2;
     QColor trackColor = isChecked() ? colours.color(QPalette::Highlight)
                                     : AppStyle::foreground(colours, AppStyle::Foreground::quaternary);
-    if (!isEnabled()) trackColor.setAlphaF(trackColor.alphaF() * 0.5);
+    if (!isEnabled()) trackColor.setAlphaF(trackColor.alphaF() * 0.5F);
     if (isDown()) trackColor = trackColor.darker(115);
     painter.setPen(Qt::NoPen);
     painter.setBrush(trackColor);

@@ -46,7 +46,7 @@ void StyledLabel::applyTint() {
         own.setColor(group, QPalette::Text, color);
     }
     QColor faded = color;
-    faded.setAlphaF(color.alphaF() * 0.5);
+    faded.setAlphaF(color.alphaF() * 0.5F);
     own.setColor(QPalette::Disabled, QPalette::WindowText, faded);
     own.setColor(QPalette::Disabled, QPalette::Text, faded);
     setPalette(own);

@@ -81,7 +81,7 @@ public:
 private:
     QColor colorFor(const QPalette& palette, QIcon::Mode mode) const {
         QColor color = tint_(palette);
-        if (mode == QIcon::Disabled) color.setAlphaF(color.alphaF() * 0.35);
+        if (mode == QIcon::Disabled) color.setAlphaF(color.alphaF() * 0.35F);
         return color;
     }
 

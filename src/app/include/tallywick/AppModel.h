@@ -85,7 +85,7 @@ public:
     void updateEntry(LedgerEntry entry);
     void deleteEntry(std::string id);
     void renameAccount(std::string id, std::string displayName);
-    void deleteAccount(std::string id);
+    void deleteAccount(const std::string& id);
     void setAllowUnauthenticated(bool allow);
     void setStartingPoints(std::int64_t points);
 

@@ -112,7 +112,7 @@ private:
         std::vector<SharedText> parts;  // after the payload
         std::size_t counted = 0;        // what it added to queuedBytes_
     };
-    void enqueue(FrameKind kind, std::uint64_t id, std::string name, std::string payload);
+    void enqueue(FrameKind kind, std::uint64_t id, const std::string& name, std::string payload);
     // Queues a framed write unless the backlog bound is passed; false then, and the connection has ended.
     bool push(Outgoing frame);
     std::size_t heldForThisPeer(const Outgoing& next) const;

@@ -10,6 +10,6 @@ namespace tallywick {
 // `onDelete` runs only for the destructive "Delete Account"; the dialog's own
 // cancel choice (and Escape) closes it with nothing done. Returns the open
 // dialog, which deletes itself when closed.
-QMessageBox* confirmAccountDeletion(QWidget* parent, std::function<void()> onDelete);
+QMessageBox* confirmAccountDeletion(QWidget* parent, const std::function<void()>& onDelete);
 
 }  // namespace tallywick

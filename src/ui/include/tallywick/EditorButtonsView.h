@@ -15,7 +15,7 @@ class EditorButtonsView : public QWidget {
     Q_OBJECT
 
 public:
-    EditorButtonsView(std::function<void()> onCancel, std::function<void()> onSave,
+    EditorButtonsView(const std::function<void()>& onCancel, const std::function<void()>& onSave,
                       QWidget* parent = nullptr);
 
     QPushButton* cancelButton() const { return cancel_; }
