@@ -43,7 +43,7 @@ TEST_F(HostLogTest, LinesCarryTheirPriorityOnlyInTheJournal) {
     });
     EXPECT_EQ(slurp(plain), "tallywick-host: refused a connection from a stranger\n");
 
-    inChild(journal, [&journal] {
+    inChild(journal, [] {
         struct stat info {};
         ::fstat(2, &info);
         ::setenv("JOURNAL_STREAM", (std::to_string(info.st_dev) + ":" + std::to_string(info.st_ino)).c_str(),

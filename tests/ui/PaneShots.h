@@ -14,11 +14,26 @@
 
 namespace tallywick::testing {
 
-// Grabs the widget into the screenshot folder as NAME.png.
+// Whether a grab shows something: the widget's whole size (in device
+// pixels), and more than one colour.
+inline bool showsSomething(const QImage& image, const QWidget& widget) {
+    if (image.isNull() || image.size() != widget.size() * image.devicePixelRatio()) return false;
+    const QRgb first = image.pixel(0, 0);
+    for (int y = 0; y < image.height(); y += 3) {
+        for (int x = 0; x < image.width(); x += 3) {
+            if (image.pixel(x, y) != first) return true;
+        }
+    }
+    return false;
+}
+
+// Grabs the widget into the screenshot folder as NAME.png; false when the
+// grab is not the widget's size or is blank, or cannot be written.
 inline bool saveShot(QWidget& widget, const QString& name) {
     const QString folder = QStringLiteral(TALLYWICK_SCREENSHOT_DIR);
     QApplication::processEvents();
-    return QDir().mkpath(folder) && widget.grab().toImage().save(folder + "/" + name + ".png");
+    const QImage image = widget.grab().toImage();
+    return showsSomething(image, widget) && QDir().mkpath(folder) && image.save(folder + "/" + name + ".png");
 }
 
 // The colour of the pixel in `area` (the widget's coordinates) that stands

@@ -13,6 +13,7 @@
 #include <tallywick/EditEntrySheet.h>
 #include <tallywick/RenameSheet.h>
 
+#include "PaneShots.h"
 #include "RecordsWindow.h"
 
 using namespace tallywick;
@@ -63,6 +64,7 @@ private slots:
         const auto save = [&](QWidget* widget, const QString& name) {
             QApplication::processEvents();
             const QImage image = widget->grab().toImage();
+            QVERIFY2(showsSomething(image, *widget), qPrintable(name + " is blank or not the widget's size"));
             QVERIFY(image.save(folder + "/" + name + ".png"));
         };
         const QPalette light = QApplication::style()->standardPalette();
