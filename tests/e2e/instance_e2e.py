@@ -14,80 +14,15 @@ Run inside `dbus-run-session`; needs TALLYWICK_E2E_BIN (the installed bin
 folder) and TALLYWICK_E2E_SCRATCH (a folder of its own).
 """
 import os
-import shutil
 import signal
 import subprocess
-import sys
-import time
 
-BIN = os.environ["TALLYWICK_E2E_BIN"]
-SCRATCH = os.environ["TALLYWICK_E2E_SCRATCH"]
-
-children = []
-
-
-def fail(message):
-    print("FAIL: " + message, file=sys.stderr)
-    sys.exit(1)
-
-
-def wait_for(what, check, limit=30.0):
-    deadline = time.monotonic() + limit
-    while time.monotonic() < deadline:
-        value = check()
-        if value:
-            return value
-        time.sleep(0.2)
-    fail("timed out waiting for " + what)
+from e2e_session import BIN, SCRATCH, fail, fresh_scratch, setup_environment, spawn, start_x_server, \
+    stop_children, wait_for
 
 
 def log_of(name):
     return open(os.path.join(SCRATCH, name + ".log"), errors="replace").read()
-
-
-def spawn(arguments, env, log, **options):
-    child = subprocess.Popen(arguments, env=env, stdout=open(log, "wb"), stderr=subprocess.STDOUT,
-                             start_new_session=True, **options)
-    children.append(child)
-    return child
-
-
-def start_x_server():
-    """Xvfb on a display it picks itself, so parallel runs never collide."""
-    fbdir = os.path.join(SCRATCH, "fb")
-    os.makedirs(fbdir, exist_ok=True)
-    read_end, write_end = os.pipe()
-    spawn(["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1280x900x24", "-nolisten", "tcp",
-           "-fbdir", fbdir], dict(os.environ), os.path.join(SCRATCH, "xvfb.log"), pass_fds=(write_end,))
-    os.close(write_end)
-    number = b""
-    while not number.endswith(b"\n"):
-        chunk = os.read(read_end, 16)
-        if not chunk:
-            fail("Xvfb did not start")
-        number += chunk
-    os.close(read_end)
-    return ":" + number.decode().strip()
-
-
-def setup_environment(display):
-    home = os.path.join(SCRATCH, "home")
-    runtime = os.path.join(SCRATCH, "run")
-    os.makedirs(home, exist_ok=True)
-    os.makedirs(runtime, mode=0o700, exist_ok=True)
-    env = dict(os.environ)
-    env.update({
-        "HOME": home,
-        "XDG_RUNTIME_DIR": runtime,
-        "XDG_DATA_HOME": os.path.join(home, ".local", "share"),
-        "XDG_CONFIG_HOME": os.path.join(home, ".config"),
-        "XDG_STATE_HOME": os.path.join(home, ".local", "state"),
-        "DISPLAY": display,
-        "QT_QPA_PLATFORM": "xcb",
-    })
-    for name in ("TALLYWICK_RUNTIME_DIR", "TALLYWICK_DATA_DIR"):
-        env.pop(name, None)
-    return env
 
 
 def xdotool(env, *arguments):
@@ -121,8 +56,7 @@ def our_hosts():
 
 
 def main():
-    shutil.rmtree(SCRATCH, ignore_errors=True)
-    os.makedirs(SCRATCH)
+    fresh_scratch()
     env = setup_environment(start_x_server())
     first = spawn([os.path.join(BIN, "tallywick")], env, os.path.join(SCRATCH, "first.log"))
     window = wait_for("the window", lambda: windows(env))[0]
@@ -162,10 +96,6 @@ if __name__ == "__main__":
     try:
         main()
     finally:
-        for child in reversed(children):
-            try:
-                os.killpg(child.pid, signal.SIGTERM)
-            except (ProcessLookupError, PermissionError):
-                pass
+        stop_children()
         for pid in our_hosts():
             os.kill(pid, signal.SIGTERM)

@@ -19,66 +19,18 @@ folder) and TALLYWICK_E2E_SCRATCH (a folder of its own).
 """
 import json
 import os
-import shutil
 import signal
 import socket
 import stat
 import struct
 import subprocess
-import sys
 import time
 import zlib
 
-BIN = os.environ["TALLYWICK_E2E_BIN"]
-SCRATCH = os.environ["TALLYWICK_E2E_SCRATCH"]
-# A display of its own, away from a desktop's :0 and from other runs.
-DISPLAY = os.environ.get("TALLYWICK_E2E_DISPLAY", ":%d" % (100 + os.getpid() % 800))
+from e2e_session import BIN, FRAMEBUFFER, SCRATCH, children, fail, fresh_scratch, setup_environment, spawn, \
+    start_x_server, stop_children, wait_for
+
 KEY = "e2e-key-kept-in-memory"
-
-children = []
-
-
-def fail(message):
-    print("FAIL: " + message, file=sys.stderr)
-    sys.exit(1)
-
-
-def wait_for(what, check, limit=30.0):
-    deadline = time.monotonic() + limit
-    while time.monotonic() < deadline:
-        value = check()
-        if value:
-            return value
-        time.sleep(0.2)
-    fail("timed out waiting for " + what)
-
-
-def spawn(arguments, env, log):
-    child = subprocess.Popen(arguments, env=env, stdout=open(log, "wb"), stderr=subprocess.STDOUT,
-                             start_new_session=True)
-    children.append(child)
-    return child
-
-
-def setup_environment():
-    home = os.path.join(SCRATCH, "home")
-    runtime = os.path.join(SCRATCH, "run")
-    os.makedirs(home, exist_ok=True)
-    os.makedirs(runtime, mode=0o700, exist_ok=True)
-    env = dict(os.environ)
-    env.update({
-        "HOME": home,
-        "XDG_RUNTIME_DIR": runtime,
-        "XDG_DATA_HOME": os.path.join(home, ".local", "share"),
-        "XDG_CONFIG_HOME": os.path.join(home, ".config"),
-        "XDG_STATE_HOME": os.path.join(home, ".local", "state"),
-        "DISPLAY": DISPLAY,
-        "QT_QPA_PLATFORM": "xcb",
-        "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
-    })
-    for name in ("TALLYWICK_RUNTIME_DIR", "TALLYWICK_DATA_DIR"):
-        env.pop(name, None)
-    return env
 
 
 # --- the accessibility tree ---------------------------------------------------
@@ -278,14 +230,8 @@ def host_pids():
 def main():
     if len(BIN) <= 100:
         fail("the programs are installed in %s, a path of 100 characters or fewer" % BIN)
-    shutil.rmtree(SCRATCH, ignore_errors=True)
-    os.makedirs(SCRATCH)
-    env = setup_environment()
-    fbdir = os.path.join(SCRATCH, "fb")
-    os.makedirs(fbdir, exist_ok=True)
-    spawn(["Xvfb", DISPLAY, "-screen", "0", "1280x900x24", "-nolisten", "tcp", "-fbdir", fbdir], env,
-          os.path.join(SCRATCH, "xvfb.log"))
-    wait_for("the X server", lambda: os.path.exists(os.path.join(fbdir, "Xvfb_screen0")), 20)
+    fresh_scratch()
+    env = setup_environment(start_x_server(), QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1")
     spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"], env, os.path.join(SCRATCH, "atspi.log"))
     wait_for("the accessibility bus", lambda: subprocess.run(
         ["dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus",
@@ -402,7 +348,7 @@ def main():
 
     # 6. What a person would have seen.
     time.sleep(0.5)
-    keep_screenshot(fbdir, os.path.join(SCRATCH, "..", "e2e-window.png"))
+    keep_screenshot(FRAMEBUFFER, os.path.join(SCRATCH, "..", "e2e-window.png"))
     print("screenshot kept")
 
 
@@ -410,10 +356,6 @@ if __name__ == "__main__":
     try:
         main()
     finally:
-        for child in reversed(children):
-            try:
-                os.killpg(child.pid, signal.SIGTERM)
-            except (ProcessLookupError, PermissionError):
-                pass
+        stop_children()
         for pid in host_pids():
             os.kill(pid, signal.SIGTERM)
