@@ -13,22 +13,12 @@
 
 #include <tallywick/AutostartLoginItem.h>
 #include <tallywick/ChildProcess.h>
+#include <tallywick/JournalStream.h>
 #include <tallywick/ServiceIdentity.h>
 #include <tallywick/SystemdLoginItem.h>
 
 namespace tallywick::RegistrationController {
 namespace {
-
-// systemd sets JOURNAL_STREAM to "device:inode" of the stream it connected;
-// it only names our stderr if that is still the same file.
-bool stderrIsJournal() {
-    const char* stream = std::getenv("JOURNAL_STREAM");
-    struct stat info {};
-    if (!stream || ::fstat(STDERR_FILENO, &info) != 0) return false;
-    const std::string expected = std::to_string(static_cast<unsigned long long>(info.st_dev)) + ":" +
-                                 std::to_string(static_cast<unsigned long long>(info.st_ino));
-    return expected == stream;
-}
 
 // A word the shell reads back as it is.
 std::string shellWord(const std::string& text) {
@@ -141,7 +131,7 @@ std::string hostExecutablePath() {
 }
 
 std::string failureLine(std::string_view reason) {
-    std::string line = stderrIsJournal() ? "<3>" : "";
+    std::string line = standardErrorIsJournal() ? "<3>" : "";
     line += "Tallywick: LaunchAgent registration failed: ";
     // One line, whatever the reason holds.
     for (const char c : reason) line += (c == '\n' || c == '\r') ? ' ' : c;

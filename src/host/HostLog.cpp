@@ -13,25 +13,14 @@
 #include <mutex>
 
 #include <tallywick/FileLock.h>
+#include <tallywick/JournalStream.h>
 
 namespace tallywick::HostLog {
 namespace {
 
-// Whether standard error is the journal's stream: $JOURNAL_STREAM is
-// "device:inode" of the stream systemd connected, and only that one counts
-// (a child that inherited the variable but not the stream does not).
-bool writesToJournal() {
-    const char* stream = std::getenv("JOURNAL_STREAM");
-    if (!stream) return false;
-    unsigned long long device = 0, inode = 0;
-    if (std::sscanf(stream, "%llu:%llu", &device, &inode) != 2) return false;
-    struct stat info {};
-    return ::fstat(STDERR_FILENO, &info) == 0 && info.st_dev == device && info.st_ino == inode;
-}
-
 struct State {
     std::mutex mutex;
-    bool journal = writesToJournal();
+    bool journal = standardErrorIsJournal();
     std::string path;  // empty: standard error is not ours to rotate
     std::size_t rotateAt = 0;
     int kept = 0;
