@@ -21,15 +21,15 @@
 #include <filesystem>
 #include <thread>
 
-#include <tallywick/ActivityView.h>
-#include <tallywick/ApiLogItemModel.h>
-#include <tallywick/ApiLogListView.h>
-#include <tallywick/AppModel.h>
-#include <tallywick/IoThread.h>
-#include <tallywick/LinkConnection.h>
-#include <tallywick/RootView.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/TallywickApp.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/app/TallywickApp.h>
+#include <tallywick/link/IoThread.h>
+#include <tallywick/link/LinkConnection.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/ui/ActivityView.h>
+#include <tallywick/ui/ApiLogItemModel.h>
+#include <tallywick/ui/ApiLogListView.h>
+#include <tallywick/ui/RootView.h>
 
 #include "support/HostProcess.h"
 

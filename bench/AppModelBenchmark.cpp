@@ -17,11 +17,11 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 
-#include <tallywick/AppModel.h>
-#include <tallywick/IoThread.h>
-#include <tallywick/LinkConnection.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/link/IoThread.h>
+#include <tallywick/link/LinkConnection.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/model/TallywickCoding.h>
 
 #include "BenchLedger.h"
 #include "BenchTable.h"

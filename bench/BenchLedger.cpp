@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <variant>
 
-#include "LedgerStore.h"
+#include <tallywick/host/LedgerStore.h>
 
 namespace tallywick::bench {
 

@@ -26,11 +26,11 @@
 #include <string>
 #include <vector>
 
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/model/TallywickCoding.h>
 
+#include <tallywick/host/LedgerStore.h>
 #include "BenchLedger.h"
 #include "BenchTable.h"
-#include "LedgerStore.h"
 #include "support/HostClients.h"
 #include "support/HostProcess.h"
 

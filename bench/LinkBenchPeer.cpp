@@ -11,11 +11,11 @@
 #include <iostream>
 #include <thread>
 
-#include <tallywick/ControlResponse.h>
-#include <tallywick/IoThread.h>
-#include <tallywick/LinkListener.h>
-#include <tallywick/StopSignals.h>
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/link/IoThread.h>
+#include <tallywick/link/LinkListener.h>
+#include <tallywick/link/StopSignals.h>
+#include <tallywick/model/TallywickCoding.h>
+#include <tallywick/protocol/ControlResponse.h>
 
 #include "LinkBenchSizes.h"
 

@@ -20,12 +20,12 @@
 
 #include <benchmark/benchmark.h>
 
-#include <tallywick/EventLoop.h>
-#include <tallywick/LinkConnection.h>
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/TallywickCoding.h>
-#include <tallywick/XPCControlClient.h>
+#include <tallywick/link/EventLoop.h>
+#include <tallywick/link/LinkConnection.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/link/XPCControlClient.h>
+#include <tallywick/model/TallywickCoding.h>
 
 #include "BenchTable.h"
 #include "LinkBenchSizes.h"

@@ -27,20 +27,20 @@
 #include <QScrollBar>
 #include <QTableView>
 
-#include <tallywick/AccountsSidebar.h>
-#include <tallywick/AccountsSidebarModel.h>
-#include <tallywick/AppModel.h>
-#include <tallywick/IoThread.h>
-#include <tallywick/LedgerItemModel.h>
-#include <tallywick/LedgerListView.h>
-#include <tallywick/LedgerTableView.h>
-#include <tallywick/RootView.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/TallywickApp.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/app/TallywickApp.h>
+#include <tallywick/link/IoThread.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/ui/AccountsSidebar.h>
+#include <tallywick/ui/AccountsSidebarModel.h>
+#include <tallywick/ui/LedgerItemModel.h>
+#include <tallywick/ui/LedgerListView.h>
+#include <tallywick/ui/LedgerTableView.h>
+#include <tallywick/ui/RootView.h>
 
+#include <tallywick/host/LedgerStore.h>
 #include "BenchLedger.h"
 #include "BenchTable.h"
-#include "LedgerStore.h"
 #include "ProcessMemory.h"
 #include "support/HostProcess.h"
 

@@ -12,8 +12,8 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/model/include/tallywick
                   ${PROJECT_SOURCE_DIR}/src/protocol/include/tallywick
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
         FILES_MATCHING PATTERN "*.h")
-install(FILES ${PROJECT_BINARY_DIR}/src/model/include/tallywick/TallywickVersion.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tallywick COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/src/model/include/tallywick/model/TallywickVersion.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tallywick/model COMPONENT development)
 install(EXPORT TallywickTargets
         NAMESPACE Tallywick::
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tallywick COMPONENT development)

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include <tallywick/FrameCodec.h>
+#include <tallywick/link/FrameCodec.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AppMain.h>
+#include <tallywick/app/AppMain.h>
 
 #include <QApplication>
 #include <QDBusConnection>
@@ -8,14 +8,14 @@
 #include <cstring>
 #include <memory>
 
-#include <tallywick/AppTranslations.h>
-#include <tallywick/DesktopColorScheme.h>
-#include <tallywick/RegistrationController.h>
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/TallywickApp.h>
-#include <tallywick/TallywickVersion.h>
-#include <tallywick/WindowInstance.h>
+#include <tallywick/app/AppTranslations.h>
+#include <tallywick/app/DesktopColorScheme.h>
+#include <tallywick/app/RegistrationController.h>
+#include <tallywick/app/TallywickApp.h>
+#include <tallywick/app/WindowInstance.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/model/TallywickVersion.h>
 
 namespace tallywick {
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AppModel.h>
+#include <tallywick/app/AppModel.h>
 
 #include <cstdio>
 
 #include <QPointer>
 #include <algorithm>
 
-#include <tallywick/QtMainThreadPoster.h>
-#include <tallywick/XPCControlClient.h>
+#include <tallywick/app/QtMainThreadPoster.h>
+#include <tallywick/link/XPCControlClient.h>
 
 namespace tallywick {
 namespace {

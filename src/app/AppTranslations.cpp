@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AppTranslations.h>
+#include <tallywick/app/AppTranslations.h>
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AutostartLoginItem.h>
+#include <tallywick/app/AutostartLoginItem.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <tallywick/ChildProcess.h>
-#include <tallywick/HostLauncher.h>
+#include <tallywick/link/ChildProcess.h>
+#include <tallywick/link/HostLauncher.h>
 #include "TextFile.h"
 
 namespace tallywick {

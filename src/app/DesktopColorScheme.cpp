@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/DesktopColorScheme.h>
+#include <tallywick/app/DesktopColorScheme.h>
 
 #include <QApplication>
 #include <QDBusMessage>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/HostSocketWatcher.h>
+#include <tallywick/app/HostSocketWatcher.h>
 
 #include <sys/stat.h>
 

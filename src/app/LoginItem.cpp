@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/LoginItem.h>
+#include <tallywick/app/LoginItem.h>
 
 #include <pwd.h>
 #include <sys/stat.h>
@@ -14,13 +14,13 @@
 #include <cstring>
 #include <thread>
 
-#include <tallywick/AutostartLoginItem.h>
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/SocketAddress.h>
-#include <tallywick/SystemdLoginItem.h>
+#include <tallywick/app/AutostartLoginItem.h>
+#include <tallywick/app/SystemdLoginItem.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/link/SocketAddress.h>
 
-#include <tallywick/ChildProcess.h>
+#include <tallywick/link/ChildProcess.h>
 
 namespace tallywick {
 namespace {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/MainWindow.h>
+#include <tallywick/app/MainWindow.h>
 
 #include <QAction>
 #include <QApplication>
 #include <QEvent>
 #include <QKeySequence>
 
-#include <tallywick/AppModel.h>
+#include <tallywick/app/AppModel.h>
 
 namespace tallywick {
 namespace {

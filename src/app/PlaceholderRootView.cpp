@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/PlaceholderRootView.h>
+#include <tallywick/app/PlaceholderRootView.h>
 
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include <tallywick/AppModel.h>
+#include <tallywick/app/AppModel.h>
 
 namespace tallywick {
 

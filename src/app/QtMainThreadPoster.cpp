@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/QtMainThreadPoster.h>
+#include <tallywick/app/QtMainThreadPoster.h>
 
 #include <QThread>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/RegistrationController.h>
+#include <tallywick/app/RegistrationController.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,11 +11,11 @@
 #include <filesystem>
 #include <system_error>
 
-#include <tallywick/AutostartLoginItem.h>
-#include <tallywick/ChildProcess.h>
-#include <tallywick/JournalStream.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/SystemdLoginItem.h>
+#include <tallywick/app/AutostartLoginItem.h>
+#include <tallywick/app/SystemdLoginItem.h>
+#include <tallywick/link/ChildProcess.h>
+#include <tallywick/link/JournalStream.h>
+#include <tallywick/link/ServiceIdentity.h>
 
 namespace tallywick::RegistrationController {
 namespace {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/SystemdLoginItem.h>
+#include <tallywick/app/SystemdLoginItem.h>
 
 #include <string_view>
 
-#include <tallywick/ChildProcess.h>
-#include <tallywick/HostLauncher.h>
+#include <tallywick/link/ChildProcess.h>
+#include <tallywick/link/HostLauncher.h>
 #include "TextFile.h"
 
 namespace tallywick {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/TallywickApp.h>
+#include <tallywick/app/TallywickApp.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/WindowInstance.h>
+#include <tallywick/app/WindowInstance.h>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -13,7 +13,7 @@
 #include <cstring>
 #include <thread>
 
-#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/link/RuntimeDirectory.h>
 
 namespace tallywick {
 namespace {

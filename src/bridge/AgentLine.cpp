@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "AgentLine.h"
+#include <tallywick/bridge/AgentLine.h>
 
 #include <simdjson.h>
 
-#include <tallywick/JsonWriter.h>
+#include <tallywick/model/JsonWriter.h>
 
 namespace tallywick {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "BridgeOptions.h"
+#include <tallywick/bridge/BridgeOptions.h>
 
-#include <tallywick/OptionParser.h>
-#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/link/OptionParser.h>
+#include <tallywick/link/RuntimeDirectory.h>
 
 namespace tallywick {
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "BridgeSession.h"
+#include <tallywick/bridge/BridgeSession.h>
 
-#include <tallywick/HostLauncher.h>
-#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/link/HostLauncher.h>
+#include <tallywick/link/RuntimeDirectory.h>
 
-#include "AgentLine.h"
+#include <tallywick/bridge/AgentLine.h>
 
 namespace tallywick {
 

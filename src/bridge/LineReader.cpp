@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "LineReader.h"
+#include <tallywick/bridge/LineReader.h>
 
 #include <unistd.h>
 

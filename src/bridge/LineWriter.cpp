@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "LineWriter.h"
+#include <tallywick/bridge/LineWriter.h>
 
 #include <sys/uio.h>
 

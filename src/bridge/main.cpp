@@ -6,18 +6,18 @@
 #include <iostream>
 #include <string>
 
-#include <tallywick/AgentClientConfig.h>
-#include <tallywick/ChildProcess.h>
-#include <tallywick/GuardedMain.h>
-#include <tallywick/IoThread.h>
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/TallywickVersion.h>
+#include <tallywick/link/AgentClientConfig.h>
+#include <tallywick/link/ChildProcess.h>
+#include <tallywick/link/GuardedMain.h>
+#include <tallywick/link/IoThread.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/model/TallywickVersion.h>
 
-#include "BridgeOptions.h"
-#include "BridgeSession.h"
-#include "LineReader.h"
-#include "LineWriter.h"
+#include <tallywick/bridge/BridgeOptions.h>
+#include <tallywick/bridge/BridgeSession.h>
+#include <tallywick/bridge/LineReader.h>
+#include <tallywick/bridge/LineWriter.h>
 
 using namespace tallywick;
 

@@ -4,8 +4,8 @@
 #include <charconv>
 #include <map>
 
-#include <tallywick/JsonWriter.h>
-#include <tallywick/OptionParser.h>
+#include <tallywick/link/OptionParser.h>
+#include <tallywick/model/JsonWriter.h>
 
 namespace tallywick {
 

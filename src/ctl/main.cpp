@@ -8,17 +8,17 @@
 #include <iostream>
 #include <thread>
 
-#include <tallywick/AgentClientConfig.h>
-#include <tallywick/ChildProcess.h>
-#include <tallywick/EventLoop.h>
-#include <tallywick/GuardedMain.h>
-#include <tallywick/HostLauncher.h>
-#include <tallywick/IoThread.h>
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/StopSignals.h>
-#include <tallywick/TallywickVersion.h>
-#include <tallywick/XPCControlClient.h>
+#include <tallywick/link/AgentClientConfig.h>
+#include <tallywick/link/ChildProcess.h>
+#include <tallywick/link/EventLoop.h>
+#include <tallywick/link/GuardedMain.h>
+#include <tallywick/link/HostLauncher.h>
+#include <tallywick/link/IoThread.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/link/StopSignals.h>
+#include <tallywick/link/XPCControlClient.h>
+#include <tallywick/model/TallywickVersion.h>
 
 #include "CtlCommand.h"
 #include "SnapshotTables.h"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "AgentPersona.h"
+#include <tallywick/demo/AgentPersona.h>
 
 #include <array>
 
-#include <tallywick/TallywickVersion.h>
+#include <tallywick/model/TallywickVersion.h>
 
 namespace tallywick {
 

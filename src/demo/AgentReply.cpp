@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "AgentReply.h"
+#include <tallywick/demo/AgentReply.h>
 
 #include <simdjson.h>
 

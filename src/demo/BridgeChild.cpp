@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "BridgeChild.h"
+#include <tallywick/demo/BridgeChild.h>
 
 #include <fcntl.h>
 #include <signal.h>

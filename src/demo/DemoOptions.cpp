@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "DemoOptions.h"
+#include <tallywick/demo/DemoOptions.h>
 
 #include <charconv>
 #include <cmath>
 
-#include <tallywick/OptionParser.h>
+#include <tallywick/link/OptionParser.h>
 
 namespace tallywick {
 

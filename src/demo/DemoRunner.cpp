@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "DemoRunner.h"
+#include <tallywick/demo/DemoRunner.h>
 
 #include <poll.h>
 #include <sys/signalfd.h>

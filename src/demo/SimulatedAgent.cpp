@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "SimulatedAgent.h"
+#include <tallywick/demo/SimulatedAgent.h>
 
-#include <tallywick/JsonWriter.h>
+#include <tallywick/model/JsonWriter.h>
 
-#include "AgentReply.h"
+#include <tallywick/demo/AgentReply.h>
 
 namespace tallywick {
 

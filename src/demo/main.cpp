@@ -9,13 +9,13 @@
 #include <iostream>
 #include <string>
 
-#include <tallywick/ChildProcess.h>
-#include <tallywick/GuardedMain.h>
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/TallywickVersion.h>
+#include <tallywick/link/ChildProcess.h>
+#include <tallywick/link/GuardedMain.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/model/TallywickVersion.h>
 
-#include "DemoOptions.h"
-#include "DemoRunner.h"
+#include <tallywick/demo/DemoOptions.h>
+#include <tallywick/demo/DemoRunner.h>
 
 using namespace tallywick;
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "AgentBinding.h"
+#include <tallywick/host/AgentBinding.h>
 
 #include <algorithm>
 
-#include "LedgerStore.h"
+#include <tallywick/host/LedgerStore.h>
 
 namespace tallywick {
 

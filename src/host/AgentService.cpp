@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
-#include "AgentService.h"
+#include <tallywick/host/AgentService.h>
 
 #include <algorithm>
 #include <array>
 #include <map>
 #include <variant>
 
-#include "AgentBinding.h"
-#include "AgentTools.h"
-#include "LedgerStore.h"
-#include "McpCatalog.h"
-#include "McpFields.h"
-#include "McpMessage.h"
+#include <tallywick/host/AgentBinding.h>
+#include <tallywick/host/AgentTools.h>
+#include <tallywick/host/LedgerStore.h>
+#include <tallywick/host/McpCatalog.h>
+#include <tallywick/host/McpFields.h>
+#include <tallywick/host/McpMessage.h>
 
 namespace tallywick {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "AgentTools.h"
+#include <tallywick/host/AgentTools.h>
 
 #include <random>
 
-#include "AgentBinding.h"
-#include "KeyHasher.h"
-#include "LedgerStore.h"
+#include <tallywick/host/AgentBinding.h>
+#include <tallywick/host/KeyHasher.h>
+#include <tallywick/host/LedgerStore.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ApiLog.h"
+#include <tallywick/host/ApiLog.h>
 
 namespace tallywick {
 

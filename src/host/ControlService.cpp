@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "ControlService.h"
+#include <tallywick/host/ControlService.h>
 
-#include "LedgerStore.h"
+#include <tallywick/host/LedgerStore.h>
 
 namespace tallywick {
 

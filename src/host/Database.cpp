@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "Database.h"
+#include <tallywick/host/Database.h>
 
 #include <sqlite3.h>
 

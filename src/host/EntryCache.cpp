@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "EntryCache.h"
+#include <tallywick/host/EntryCache.h>
 
 #include <algorithm>
 #include <charconv>
 
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/model/TallywickCoding.h>
 
-#include "LedgerStore.h"
+#include <tallywick/host/LedgerStore.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "HostLog.h"
+#include <tallywick/host/HostLog.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,8 +12,8 @@
 #include <filesystem>
 #include <mutex>
 
-#include <tallywick/FileLock.h>
-#include <tallywick/JournalStream.h>
+#include <tallywick/link/FileLock.h>
+#include <tallywick/link/JournalStream.h>
 
 namespace tallywick::HostLog {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "HostOptions.h"
+#include <tallywick/host/HostOptions.h>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <optional>
 
-#include <tallywick/OptionParser.h>
-#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/link/OptionParser.h>
+#include <tallywick/link/RuntimeDirectory.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "HostServer.h"
+#include <tallywick/host/HostServer.h>
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -14,14 +14,14 @@
 #include <future>
 #include <set>
 
-#include <tallywick/Frame.h>
-#include <tallywick/IoThread.h>
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/TallywickVersion.h>
+#include <tallywick/link/Frame.h>
+#include <tallywick/link/IoThread.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/model/TallywickVersion.h>
 
-#include "HostLog.h"
-#include "LedgerBackups.h"
-#include "LogRedaction.h"
+#include <tallywick/host/HostLog.h>
+#include <tallywick/host/LedgerBackups.h>
+#include <tallywick/host/LogRedaction.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "KeyHasher.h"
+#include <tallywick/host/KeyHasher.h>
 
 #include <sodium.h>
 

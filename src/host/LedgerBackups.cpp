@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "LedgerBackups.h"
+#include <tallywick/host/LedgerBackups.h>
 
 #include <sys/stat.h>
 
@@ -7,10 +7,10 @@
 #include <ctime>
 #include <vector>
 
-#include <tallywick/FileLock.h>
+#include <tallywick/link/FileLock.h>
 
-#include "Database.h"
-#include "LedgerStore.h"
+#include <tallywick/host/Database.h>
+#include <tallywick/host/LedgerStore.h>
 
 namespace tallywick::LedgerBackups {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "LedgerStore.h"
+#include <tallywick/host/LedgerStore.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,12 +16,12 @@
 #include <unordered_map>
 #include <utility>
 
-#include <tallywick/FileLock.h>
+#include <tallywick/link/FileLock.h>
 
-#include "Balance.h"
-#include "Database.h"
-#include "HostLog.h"
-#include "LedgerBackups.h"
+#include <tallywick/host/Balance.h>
+#include <tallywick/host/Database.h>
+#include <tallywick/host/HostLog.h>
+#include <tallywick/host/LedgerBackups.h>
 
 namespace tallywick {
 

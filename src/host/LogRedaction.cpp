@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "LogRedaction.h"
+#include <tallywick/host/LogRedaction.h>
 
 #include <simdjson.h>
 
 #include <algorithm>
 #include <vector>
 
-#include <tallywick/JsonWriter.h>
+#include <tallywick/model/JsonWriter.h>
 
 namespace tallywick {
 

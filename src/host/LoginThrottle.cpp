@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "LoginThrottle.h"
+#include <tallywick/host/LoginThrottle.h>
 
 #include <algorithm>
 

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include "McpCatalog.h"
+#include <tallywick/host/McpCatalog.h>
 
 #include <algorithm>
 
 #include <simdjson.h>
-#include <tallywick/JsonWriter.h>
-#include <tallywick/LedgerFlag.h>
-#include <tallywick/TallywickVersion.h>
-#include <tallywick/TransactionKind.h>
+#include <tallywick/model/JsonWriter.h>
+#include <tallywick/model/LedgerFlag.h>
+#include <tallywick/model/TallywickVersion.h>
+#include <tallywick/model/TransactionKind.h>
 
-#include "AgentService.h"
-#include "ToolErrorCode.h"
+#include <tallywick/host/AgentService.h>
+#include <tallywick/host/ToolErrorCode.h>
 
 namespace tallywick::McpCatalog {
 

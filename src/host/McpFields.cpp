@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "McpFields.h"
+#include <tallywick/host/McpFields.h>
 
 #include <algorithm>
 

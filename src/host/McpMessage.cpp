@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "McpMessage.h"
+#include <tallywick/host/McpMessage.h>
 
-#include <tallywick/JsonWriter.h>
+#include <tallywick/model/JsonWriter.h>
 
 namespace tallywick {
 

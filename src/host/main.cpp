@@ -5,17 +5,17 @@
 #include <filesystem>
 #include <iostream>
 
-#include <tallywick/FileLock.h>
-#include <tallywick/GuardedMain.h>
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/StopSignals.h>
-#include <tallywick/TallywickVersion.h>
+#include <tallywick/link/FileLock.h>
+#include <tallywick/link/GuardedMain.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/link/StopSignals.h>
+#include <tallywick/model/TallywickVersion.h>
 
-#include "HostLog.h"
-#include "HostOptions.h"
-#include "HostServer.h"
-#include "LedgerBackups.h"
+#include <tallywick/host/HostLog.h>
+#include <tallywick/host/HostOptions.h>
+#include <tallywick/host/HostServer.h>
+#include <tallywick/host/LedgerBackups.h>
 
 using namespace tallywick;
 

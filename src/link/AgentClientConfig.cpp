@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AgentClientConfig.h>
+#include <tallywick/link/AgentClientConfig.h>
 
 #include <cstdio>
 

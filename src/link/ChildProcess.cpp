@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/ChildProcess.h>
+#include <tallywick/link/ChildProcess.h>
 
 #include <fcntl.h>
 #include <poll.h>

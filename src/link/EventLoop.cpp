@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/EventLoop.h>
+#include <tallywick/link/EventLoop.h>
 
 namespace tallywick {
 

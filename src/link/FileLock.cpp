@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/FileLock.h>
+#include <tallywick/link/FileLock.h>
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/FrameCodec.h>
+#include <tallywick/link/FrameCodec.h>
 
-#include <tallywick/JsonWriter.h>
+#include <tallywick/model/JsonWriter.h>
 
 namespace tallywick {
 namespace {

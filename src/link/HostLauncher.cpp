@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/HostLauncher.h>
+#include <tallywick/link/HostLauncher.h>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -9,10 +9,10 @@
 #include <string_view>
 #include <thread>
 
-#include <tallywick/ChildProcess.h>
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/SocketAddress.h>
+#include <tallywick/link/ChildProcess.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/link/SocketAddress.h>
 
 namespace tallywick {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/IdentityNote.h>
+#include <tallywick/link/IdentityNote.h>
 
 #include <elf.h>
 #include <fcntl.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/JournalStream.h>
+#include <tallywick/link/JournalStream.h>
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/LinkConnection.h>
+#include <tallywick/link/LinkConnection.h>
 
 #include <asio/bind_executor.hpp>
 #include <asio/buffer.hpp>
@@ -15,12 +15,12 @@
 #include <filesystem>
 #include <unordered_set>
 
-#include <tallywick/FrameCodec.h>
-#include <tallywick/JsonWriter.h>
-#include <tallywick/PeerCheck.h>
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/SocketAddress.h>
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/link/FrameCodec.h>
+#include <tallywick/link/PeerCheck.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/SocketAddress.h>
+#include <tallywick/model/JsonWriter.h>
+#include <tallywick/model/TallywickCoding.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/LinkListener.h>
+#include <tallywick/link/LinkListener.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,8 +9,8 @@
 
 #include <asio/post.hpp>
 
-#include <tallywick/PeerCheck.h>
-#include <tallywick/SocketAddress.h>
+#include <tallywick/link/PeerCheck.h>
+#include <tallywick/link/SocketAddress.h>
 
 namespace tallywick {
 

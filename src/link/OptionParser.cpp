@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/OptionParser.h>
+#include <tallywick/link/OptionParser.h>
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/PeerCheck.h>
+#include <tallywick/link/PeerCheck.h>
 
 #include <signal.h>
 #include <sys/socket.h>
@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-#include <tallywick/Requirement.h>
+#include <tallywick/link/Requirement.h>
 
 // Debian 12's headers predate these; the kernel has had them since 6.5 and 5.1.
 #ifndef SO_PEERPIDFD

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/Requirement.h>
+#include <tallywick/link/Requirement.h>
 
 #include <variant>
 #include <vector>

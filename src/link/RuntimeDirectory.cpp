@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/link/RuntimeDirectory.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 #include <cstring>
 #include <optional>
 
-#include <tallywick/ServiceIdentity.h>
+#include <tallywick/link/ServiceIdentity.h>
 
 namespace tallywick {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/ServiceIdentity.h>
+#include <tallywick/link/ServiceIdentity.h>
 
-#include <tallywick/BuildIdentity.h>
+#include <tallywick/link/BuildIdentity.h>
 
 namespace tallywick {
 namespace {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/SessionReplayCache.h>
+#include <tallywick/link/SessionReplayCache.h>
 
 #include <simdjson.h>
 
-#include <tallywick/JsonWriter.h>
-#include <tallywick/SkippableJson.h>
+#include <tallywick/model/JsonWriter.h>
+#include <tallywick/model/SkippableJson.h>
 
 namespace tallywick {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/SocketAddress.h>
+#include <tallywick/link/SocketAddress.h>
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/StopSignals.h>
+#include <tallywick/link/StopSignals.h>
 
 #include <pthread.h>
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/XPCControlClient.h>
+#include <tallywick/link/XPCControlClient.h>
 
 #include <asio/post.hpp>
 
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/model/TallywickCoding.h>
 
 namespace tallywick {
 

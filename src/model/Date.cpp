@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/Date.h>
+#include <tallywick/model/Date.h>
 
 #include <array>
 #include <cstring>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/JsonWriter.h>
+#include <tallywick/model/JsonWriter.h>
 
 #include <charconv>
 

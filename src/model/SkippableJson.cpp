@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/SkippableJson.h>
+#include <tallywick/model/SkippableJson.h>
 
 #include <cctype>
 #include <charconv>

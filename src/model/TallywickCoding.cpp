@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/model/TallywickCoding.h>
 
 namespace tallywick::TallywickCoding {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AboutSection.h>
+#include <tallywick/ui/AboutSection.h>
 
-#include <tallywick/StyledLabel.h>
+#include <tallywick/ui/StyledLabel.h>
 
 namespace tallywick {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AccessSettingsSection.h>
+#include <tallywick/ui/AccessSettingsSection.h>
 
-#include <tallywick/AppModel.h>
-#include <tallywick/SettingsToggle.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/SettingsToggle.h>
 
 namespace tallywick {
 

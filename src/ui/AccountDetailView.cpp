@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AccountDetailView.h>
+#include <tallywick/ui/AccountDetailView.h>
 
 #include <QScrollArea>
 
-#include <tallywick/LoadedAccountView.h>
-#include <tallywick/NoSelectionView.h>
+#include <tallywick/ui/LoadedAccountView.h>
+#include <tallywick/ui/NoSelectionView.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AccountHeaderView.h>
+#include <tallywick/ui/AccountHeaderView.h>
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -8,12 +8,12 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include <tallywick/AppModel.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/DeleteAccountConfirmation.h>
-#include <tallywick/RenameSheet.h>
-#include <tallywick/StyledLabel.h>
-#include <tallywick/SymbolIcons.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/DeleteAccountConfirmation.h>
+#include <tallywick/ui/RenameSheet.h>
+#include <tallywick/ui/StyledLabel.h>
+#include <tallywick/ui/SymbolIcons.h>
 
 namespace tallywick {
 namespace {

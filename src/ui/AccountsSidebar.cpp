@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AccountsSidebar.h>
+#include <tallywick/ui/AccountsSidebar.h>
 
 #include <QPainter>
 
-#include <tallywick/AccountsSidebarDelegate.h>
-#include <tallywick/AccountsSidebarModel.h>
-#include <tallywick/AppModel.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/AccountsSidebarDelegate.h>
+#include <tallywick/ui/AccountsSidebarModel.h>
 
 namespace tallywick {
 

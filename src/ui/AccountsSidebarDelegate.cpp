@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AccountsSidebarDelegate.h>
+#include <tallywick/ui/AccountsSidebarDelegate.h>
 
 #include <QAbstractItemView>
 #include <QHelpEvent>
@@ -7,9 +7,9 @@
 #include <QPainterPath>
 #include <QToolTip>
 
-#include <tallywick/AccountsSidebarModel.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/SymbolIcons.h>
+#include <tallywick/ui/AccountsSidebarModel.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/SymbolIcons.h>
 
 namespace tallywick {
 namespace {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AccountsSidebarModel.h>
+#include <tallywick/ui/AccountsSidebarModel.h>
 
-#include <tallywick/AppStyle.h>
-#include <tallywick/KeyedRowUpdate.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/KeyedRowUpdate.h>
 
 namespace tallywick {
 namespace {

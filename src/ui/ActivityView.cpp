@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/ActivityView.h>
+#include <tallywick/ui/ActivityView.h>
 
 #include <QScreen>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
-#include <tallywick/ApiLogItemModel.h>
-#include <tallywick/ApiLogListView.h>
-#include <tallywick/ApiLogRowView.h>
-#include <tallywick/AppModel.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/CardFrame.h>
-#include <tallywick/StyledLabel.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/ApiLogItemModel.h>
+#include <tallywick/ui/ApiLogListView.h>
+#include <tallywick/ui/ApiLogRowView.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/CardFrame.h>
+#include <tallywick/ui/StyledLabel.h>
 
 namespace tallywick {
 ActivityView::ActivityView(AppModel& model, QWidget* parent)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AddEntryView.h>
+#include <tallywick/ui/AddEntryView.h>
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -8,11 +8,11 @@
 #include <QPainterPath>
 #include <QShortcut>
 
-#include <tallywick/AmountText.h>
-#include <tallywick/AppModel.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/EntryFields.h>
-#include <tallywick/ProminentButton.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/AmountText.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/EntryFields.h>
+#include <tallywick/ui/ProminentButton.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AmountText.h>
+#include <tallywick/ui/AmountText.h>
 
 #include <algorithm>
 #include <limits>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/ApiLogHeaderLine.h>
+#include <tallywick/ui/ApiLogHeaderLine.h>
 
 #include <QDateTime>
 #include <QFontMetrics>
@@ -8,7 +8,7 @@
 #include <QtMath>
 #include <algorithm>
 
-#include <tallywick/AppStyle.h>
+#include <tallywick/ui/AppStyle.h>
 
 namespace tallywick::ApiLogHeaderLine {
 namespace {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/ApiLogItemModel.h>
+#include <tallywick/ui/ApiLogItemModel.h>
 
 #include <QDateTime>
 #include <string_view>
 #include <unordered_set>
 
-#include <tallywick/ApiLogHeaderLine.h>
-#include <tallywick/DirectionBadge.h>
-#include <tallywick/KeyedRowUpdate.h>
+#include <tallywick/ui/ApiLogHeaderLine.h>
+#include <tallywick/ui/DirectionBadge.h>
+#include <tallywick/ui/KeyedRowUpdate.h>
 
 namespace tallywick {
 namespace {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/ApiLogListView.h>
+#include <tallywick/ui/ApiLogListView.h>
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <algorithm>
 
-#include <tallywick/ApiLogItemModel.h>
+#include <tallywick/ui/ApiLogItemModel.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/ApiLogRowView.h>
+#include <tallywick/ui/ApiLogRowView.h>
 
 #include <QAbstractItemView>
 #include <QFontInfo>
@@ -10,11 +10,11 @@
 #include <QtMath>
 #include <algorithm>
 
-#include <tallywick/ApiLogHeaderLine.h>
-#include <tallywick/ApiLogItemModel.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/DirectionBadge.h>
-#include <tallywick/SymbolIcons.h>
+#include <tallywick/ui/ApiLogHeaderLine.h>
+#include <tallywick/ui/ApiLogItemModel.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/DirectionBadge.h>
+#include <tallywick/ui/SymbolIcons.h>
 
 namespace tallywick {
 namespace {

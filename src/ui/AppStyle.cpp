@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AppStyle.h>
+#include <tallywick/ui/AppStyle.h>
 
 #include <QApplication>
 #include <QFontDatabase>

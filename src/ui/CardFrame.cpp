@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/CardFrame.h>
+#include <tallywick/ui/CardFrame.h>
 
 #include <QPainter>
 
-#include <tallywick/AppStyle.h>
+#include <tallywick/ui/AppStyle.h>
 
 namespace tallywick {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/ClientInfoView.h>
+#include <tallywick/ui/ClientInfoView.h>
 
 #include <QFontMetrics>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
-#include <tallywick/StyledLabel.h>
+#include <tallywick/ui/StyledLabel.h>
 
 namespace tallywick {
 namespace {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/ConnectionStatusView.h>
+#include <tallywick/ui/ConnectionStatusView.h>
 
 #include <QFontMetrics>
 #include <QHBoxLayout>
 #include <algorithm>
 
-#include <tallywick/AppModel.h>
-#include <tallywick/StatusDot.h>
-#include <tallywick/StyledLabel.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/StatusDot.h>
+#include <tallywick/ui/StyledLabel.h>
 
 namespace tallywick {
 

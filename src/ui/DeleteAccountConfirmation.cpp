@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/DeleteAccountConfirmation.h>
+#include <tallywick/ui/DeleteAccountConfirmation.h>
 
 #include <QApplication>
 #include <QPushButton>
 
-#include <tallywick/AppStyle.h>
+#include <tallywick/ui/AppStyle.h>
 
 namespace tallywick {
 

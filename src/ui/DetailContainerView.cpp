@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/DetailContainerView.h>
+#include <tallywick/ui/DetailContainerView.h>
 
 #include <QVBoxLayout>
 
-#include <tallywick/AccountDetailView.h>
-#include <tallywick/AppModel.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/AccountDetailView.h>
 
 namespace tallywick {
 

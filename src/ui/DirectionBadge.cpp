@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/DirectionBadge.h>
+#include <tallywick/ui/DirectionBadge.h>
 
 #include <QCoreApplication>
 
 #include <QFontMetrics>
 #include <QPainter>
 
-#include <tallywick/AppStyle.h>
-#include <tallywick/SymbolIcons.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/SymbolIcons.h>
 
 namespace tallywick::DirectionBadge {
 

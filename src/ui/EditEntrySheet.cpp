@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/EditEntrySheet.h>
+#include <tallywick/ui/EditEntrySheet.h>
 
 #include <QLineEdit>
 #include <QVBoxLayout>
 
-#include <tallywick/AmountText.h>
-#include <tallywick/AppModel.h>
-#include <tallywick/EditorButtonsView.h>
-#include <tallywick/EntryFields.h>
-#include <tallywick/EntryType.h>
-#include <tallywick/StyledLabel.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/AmountText.h>
+#include <tallywick/ui/EditorButtonsView.h>
+#include <tallywick/ui/EntryFields.h>
+#include <tallywick/ui/EntryType.h>
+#include <tallywick/ui/StyledLabel.h>
 
 namespace tallywick {
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/EditorButtonsView.h>
+#include <tallywick/ui/EditorButtonsView.h>
 
 #include <QHBoxLayout>
 #include <QShortcut>
 
-#include <tallywick/ProminentButton.h>
+#include <tallywick/ui/ProminentButton.h>
 
 namespace tallywick {
 

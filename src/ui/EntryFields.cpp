@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/EntryFields.h>
+#include <tallywick/ui/EntryFields.h>
 
 #include <QComboBox>
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>
 #include <QLineEdit>
 
-#include <tallywick/EntryTypePicker.h>
-#include <tallywick/TextField.h>
+#include <tallywick/ui/EntryTypePicker.h>
+#include <tallywick/ui/TextField.h>
 
 namespace tallywick {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/EntryType.h>
+#include <tallywick/ui/EntryType.h>
 
-#include <tallywick/AppStyle.h>
+#include <tallywick/ui/AppStyle.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/EntryTypePicker.h>
+#include <tallywick/ui/EntryTypePicker.h>
 
 #include <QAbstractItemView>
 #include <QAccessibleWidget>

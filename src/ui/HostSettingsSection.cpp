@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/HostSettingsSection.h>
+#include <tallywick/ui/HostSettingsSection.h>
 
 #include <QHBoxLayout>
 #include <QPushButton>
 
-#include <tallywick/AppModel.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/LoginItemCommandsDialog.h>
-#include <tallywick/StyledLabel.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/LoginItemCommandsDialog.h>
+#include <tallywick/ui/StyledLabel.h>
 
 namespace tallywick {
 

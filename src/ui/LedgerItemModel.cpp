@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/LedgerItemModel.h>
+#include <tallywick/ui/LedgerItemModel.h>
 
 #include <QDateTime>
 #include <cstring>
 
-#include <tallywick/AppStyle.h>
-#include <tallywick/EntryType.h>
-#include <tallywick/KeyedRowUpdate.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/EntryType.h>
+#include <tallywick/ui/KeyedRowUpdate.h>
 
 namespace tallywick {
 namespace {

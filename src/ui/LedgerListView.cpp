@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/LedgerListView.h>
+#include <tallywick/ui/LedgerListView.h>
 
 #include <QApplication>
 #include <QClipboard>
@@ -9,14 +9,14 @@
 #include <QScrollBar>
 #include <QVBoxLayout>
 
-#include <tallywick/AppModel.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/CardFrame.h>
-#include <tallywick/EditEntrySheet.h>
-#include <tallywick/LedgerItemModel.h>
-#include <tallywick/LedgerRowDelegate.h>
-#include <tallywick/LedgerTableView.h>
-#include <tallywick/StyledLabel.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/CardFrame.h>
+#include <tallywick/ui/EditEntrySheet.h>
+#include <tallywick/ui/LedgerItemModel.h>
+#include <tallywick/ui/LedgerRowDelegate.h>
+#include <tallywick/ui/LedgerTableView.h>
+#include <tallywick/ui/StyledLabel.h>
 
 namespace tallywick {
 LedgerListView::LedgerListView(AppModel& model, QWidget* parent)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/LedgerRowDelegate.h>
+#include <tallywick/ui/LedgerRowDelegate.h>
 
 #include <QAbstractItemView>
 #include <QDateTime>
@@ -10,10 +10,10 @@
 #include <QRegularExpression>
 #include <QToolTip>
 
-#include <tallywick/AppStyle.h>
-#include <tallywick/EntryType.h>
-#include <tallywick/LedgerItemModel.h>
-#include <tallywick/SymbolIcons.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/EntryType.h>
+#include <tallywick/ui/LedgerItemModel.h>
+#include <tallywick/ui/SymbolIcons.h>
 
 namespace tallywick {
 namespace {

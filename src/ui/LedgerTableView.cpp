@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/LedgerTableView.h>
+#include <tallywick/ui/LedgerTableView.h>
 
 #include <QAccessibleWidget>
 #include <QContextMenuEvent>
@@ -8,8 +8,8 @@
 #include <QPointer>
 #include <QWindow>
 
-#include <tallywick/LedgerItemModel.h>
-#include <tallywick/LedgerRowDelegate.h>
+#include <tallywick/ui/LedgerItemModel.h>
+#include <tallywick/ui/LedgerRowDelegate.h>
 
 namespace tallywick {
 namespace {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/LoadedAccountView.h>
+#include <tallywick/ui/LoadedAccountView.h>
 
 #include <QVBoxLayout>
 
-#include <tallywick/AccountHeaderView.h>
-#include <tallywick/AddEntryView.h>
-#include <tallywick/ClientInfoView.h>
-#include <tallywick/LedgerListView.h>
+#include <tallywick/ui/AccountHeaderView.h>
+#include <tallywick/ui/AddEntryView.h>
+#include <tallywick/ui/ClientInfoView.h>
+#include <tallywick/ui/LedgerListView.h>
 
 namespace tallywick {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/LoginItemCommandsDialog.h>
+#include <tallywick/ui/LoginItemCommandsDialog.h>
 
 #include <QDialogButtonBox>
 #include <QFontDatabase>
@@ -7,8 +7,8 @@
 #include <QPlainTextEdit>
 #include <QVBoxLayout>
 
-#include <tallywick/AppStyle.h>
-#include <tallywick/StyledLabel.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/StyledLabel.h>
 
 namespace tallywick {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/NewAccountSettingsSection.h>
+#include <tallywick/ui/NewAccountSettingsSection.h>
 
 #include <QLineEdit>
 #include <QLocale>
 
-#include <tallywick/AppModel.h>
-#include <tallywick/TextField.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/TextField.h>
 
 namespace tallywick {
 

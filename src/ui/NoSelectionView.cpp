@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/NoSelectionView.h>
+#include <tallywick/ui/NoSelectionView.h>
 
 #include <QEvent>
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include <tallywick/StyledLabel.h>
-#include <tallywick/SymbolIcons.h>
+#include <tallywick/ui/StyledLabel.h>
+#include <tallywick/ui/SymbolIcons.h>
 
 namespace tallywick {
 namespace {

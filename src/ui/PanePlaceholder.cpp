@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/PanePlaceholder.h>
+#include <tallywick/ui/PanePlaceholder.h>
 
 #include <QPainter>
 
-#include <tallywick/AppStyle.h>
-#include <tallywick/SymbolIcons.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/SymbolIcons.h>
 
 namespace tallywick {
 

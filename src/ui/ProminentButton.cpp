@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/ProminentButton.h>
+#include <tallywick/ui/ProminentButton.h>
 
 #include <QEvent>
 
-#include <tallywick/AppStyle.h>
+#include <tallywick/ui/AppStyle.h>
 
 namespace tallywick {
 

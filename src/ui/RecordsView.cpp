@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/RecordsView.h>
+#include <tallywick/ui/RecordsView.h>
 
-#include <tallywick/AccountsSidebar.h>
-#include <tallywick/ConnectionStatusView.h>
-#include <tallywick/DetailContainerView.h>
+#include <tallywick/ui/AccountsSidebar.h>
+#include <tallywick/ui/ConnectionStatusView.h>
+#include <tallywick/ui/DetailContainerView.h>
 
 namespace tallywick {
 

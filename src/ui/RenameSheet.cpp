@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/RenameSheet.h>
+#include <tallywick/ui/RenameSheet.h>
 
 #include <QLineEdit>
 #include <QVBoxLayout>
 
-#include <tallywick/AppModel.h>
-#include <tallywick/EditorButtonsView.h>
-#include <tallywick/StyledLabel.h>
-#include <tallywick/TextField.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/ui/EditorButtonsView.h>
+#include <tallywick/ui/StyledLabel.h>
+#include <tallywick/ui/TextField.h>
 
 namespace tallywick {
 

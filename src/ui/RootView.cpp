@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/RootView.h>
+#include <tallywick/ui/RootView.h>
 
 #include <QAction>
 #include <QHBoxLayout>
 #include <QToolBar>
 
-#include <tallywick/ActivityView.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/ConnectionStatusView.h>
-#include <tallywick/RecordsView.h>
-#include <tallywick/SettingsPaneView.h>
-#include <tallywick/SymbolIcons.h>
+#include <tallywick/ui/ActivityView.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/ConnectionStatusView.h>
+#include <tallywick/ui/RecordsView.h>
+#include <tallywick/ui/SettingsPaneView.h>
+#include <tallywick/ui/SymbolIcons.h>
 
 namespace tallywick {
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/SettingsFormSection.h>
+#include <tallywick/ui/SettingsFormSection.h>
 
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QVBoxLayout>
 
-#include <tallywick/AppStyle.h>
-#include <tallywick/CardFrame.h>
-#include <tallywick/StyledLabel.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/CardFrame.h>
+#include <tallywick/ui/StyledLabel.h>
 
 namespace tallywick {
 namespace {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/SettingsPaneView.h>
+#include <tallywick/ui/SettingsPaneView.h>
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
-#include <tallywick/AboutSection.h>
-#include <tallywick/AccessSettingsSection.h>
-#include <tallywick/HostSettingsSection.h>
-#include <tallywick/NewAccountSettingsSection.h>
+#include <tallywick/ui/AboutSection.h>
+#include <tallywick/ui/AccessSettingsSection.h>
+#include <tallywick/ui/HostSettingsSection.h>
+#include <tallywick/ui/NewAccountSettingsSection.h>
 
 namespace tallywick {
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/SettingsToggle.h>
+#include <tallywick/ui/SettingsToggle.h>
 
 #include <QPainter>
 #include <QPainterPath>
 
-#include <tallywick/AppStyle.h>
+#include <tallywick/ui/AppStyle.h>
 
 namespace tallywick {
 namespace {

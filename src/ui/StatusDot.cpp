@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/StatusDot.h>
+#include <tallywick/ui/StatusDot.h>
 
 #include <QPainter>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/StyledLabel.h>
+#include <tallywick/ui/StyledLabel.h>
 
 #include <QEvent>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/SymbolIcons.h>
+#include <tallywick/ui/SymbolIcons.h>
 
 #include <QFile>
 #include <QIconEngine>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/TextField.h>
+#include <tallywick/ui/TextField.h>
 
 #include <limits>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/AppMain.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/GuardedMain.h>
-#include <tallywick/RootView.h>
+#include <tallywick/app/AppMain.h>
+#include <tallywick/link/GuardedMain.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/RootView.h>
 
 int main(int argc, char** argv) {
     return tallywick::guardedMain("tallywick", [&] {

@@ -19,9 +19,9 @@
 #include <QThread>
 #include <cstring>
 
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/SocketAddress.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/link/SocketAddress.h>
 
 namespace {
 

@@ -10,9 +10,9 @@
 #include <QTest>
 #include <memory>
 
-#include <tallywick/AppModel.h>
-#include <tallywick/PlaceholderRootView.h>
-#include <tallywick/TallywickApp.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/app/PlaceholderRootView.h>
+#include <tallywick/app/TallywickApp.h>
 
 #include "support/HostClients.h"
 #include "support/HostProcess.h"

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "LineReader.h"
+#include <tallywick/bridge/LineReader.h>
 
 using namespace tallywick;
 using Kind = LineReader::Item::Kind;

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/model/TallywickCoding.h>
 
 #include "support/HostFixture.h"
 

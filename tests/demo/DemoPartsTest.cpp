@@ -5,10 +5,10 @@
 
 #include <set>
 
-#include "AgentPersona.h"
-#include "AgentReply.h"
-#include "DemoOptions.h"
-#include "SimulatedAgent.h"
+#include <tallywick/demo/AgentPersona.h>
+#include <tallywick/demo/AgentReply.h>
+#include <tallywick/demo/DemoOptions.h>
+#include <tallywick/demo/SimulatedAgent.h>
 
 namespace tallywick {
 namespace {

@@ -7,7 +7,7 @@
 #include <random>
 #include <regex>
 
-#include "SimulatedAgent.h"
+#include <tallywick/demo/SimulatedAgent.h>
 #include "bridge/BridgeProcess.h"
 #include "support/HostClients.h"
 #include "support/HostProcess.h"

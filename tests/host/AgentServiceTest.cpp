@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <random>
 
-#include <tallywick/TallywickVersion.h>
+#include <tallywick/model/TallywickVersion.h>
 
 #include "AgentTestSupport.h"
 

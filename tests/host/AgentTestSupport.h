@@ -10,9 +10,9 @@
 #include <memory>
 #include <string>
 
-#include "AgentService.h"
-#include "KeyHasher.h"
-#include "LedgerStore.h"
+#include <tallywick/host/AgentService.h>
+#include <tallywick/host/KeyHasher.h>
+#include <tallywick/host/LedgerStore.h>
 #include "OutcomeTesting.h"
 
 namespace tallywick::testing {

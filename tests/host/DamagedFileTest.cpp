@@ -8,8 +8,8 @@
 #include <random>
 #include <thread>
 
-#include "Database.h"
-#include "LedgerBackups.h"
+#include <tallywick/host/Database.h>
+#include <tallywick/host/LedgerBackups.h>
 #include "support/HostFixture.h"
 
 namespace tallywick::testing {

@@ -7,10 +7,10 @@
 #include <filesystem>
 #include <random>
 
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/model/TallywickCoding.h>
 
-#include "EntryCache.h"
-#include "LedgerStore.h"
+#include <tallywick/host/EntryCache.h>
+#include <tallywick/host/LedgerStore.h>
 #include "OutcomeTesting.h"
 
 namespace tallywick {

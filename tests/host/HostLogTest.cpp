@@ -3,9 +3,9 @@
 // the journal with their priorities or in a file that stays small.
 #include <sys/stat.h>
 
-#include <tallywick/ChildProcess.h>
+#include <tallywick/link/ChildProcess.h>
 
-#include "HostLog.h"
+#include <tallywick/host/HostLog.h>
 #include "support/HostFixture.h"
 
 using namespace tallywick;

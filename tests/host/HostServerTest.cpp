@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <thread>
 
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/model/TallywickCoding.h>
 
 #include "support/HostFixture.h"
 

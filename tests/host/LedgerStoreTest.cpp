@@ -11,9 +11,9 @@
 #include <iterator>
 #include <limits>
 
-#include "Database.h"
-#include "KeyHasher.h"
-#include "LedgerStore.h"
+#include <tallywick/host/Database.h>
+#include <tallywick/host/KeyHasher.h>
+#include <tallywick/host/LedgerStore.h>
 #include "OutcomeTesting.h"
 
 using namespace tallywick;

@@ -2,8 +2,8 @@
 // What the host writes into its API log: keys never, payloads cut whole.
 #include <gtest/gtest.h>
 
-#include "ApiLog.h"
-#include "LogRedaction.h"
+#include <tallywick/host/ApiLog.h>
+#include <tallywick/host/LogRedaction.h>
 
 namespace tallywick {
 namespace {

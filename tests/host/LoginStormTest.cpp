@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <future>
 
-#include "LoginThrottle.h"
+#include <tallywick/host/LoginThrottle.h>
 #include "support/HostFixture.h"
 
 namespace tallywick::testing {

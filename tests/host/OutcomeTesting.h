@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "Outcome.h"
+#include <tallywick/host/Outcome.h>
 
 namespace tallywick {
 

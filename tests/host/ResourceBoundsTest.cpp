@@ -9,9 +9,9 @@
 #include <fstream>
 #include <thread>
 
-#include <tallywick/FrameCodec.h>
-#include <tallywick/SocketAddress.h>
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/link/FrameCodec.h>
+#include <tallywick/link/SocketAddress.h>
+#include <tallywick/model/TallywickCoding.h>
 
 #include "support/HostFixture.h"
 

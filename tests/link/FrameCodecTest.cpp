@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <tallywick/FrameCodec.h>
+#include <tallywick/link/FrameCodec.h>
 
 using namespace tallywick;
 

@@ -6,9 +6,9 @@
 
 #include <fstream>
 
-#include <tallywick/IdentityNote.h>
-#include <tallywick/Requirement.h>
-#include <tallywick/ServiceIdentity.h>
+#include <tallywick/link/IdentityNote.h>
+#include <tallywick/link/Requirement.h>
+#include <tallywick/link/ServiceIdentity.h>
 
 using namespace tallywick;
 

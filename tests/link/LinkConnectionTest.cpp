@@ -11,10 +11,10 @@
 #include <mutex>
 #include <vector>
 
-#include <tallywick/FrameCodec.h>
-#include <tallywick/LinkConnection.h>
-#include <tallywick/LinkListener.h>
-#include <tallywick/ServiceIdentity.h>
+#include <tallywick/link/FrameCodec.h>
+#include <tallywick/link/LinkConnection.h>
+#include <tallywick/link/LinkListener.h>
+#include <tallywick/link/ServiceIdentity.h>
 
 #include "LinkTestSupport.h"
 
@@ -230,6 +230,27 @@ TEST(LinkConnectionTest, PeerGoingAwayInterrupts) {
     server->dropAll();
     EXPECT_EQ(await(recorder.ended.get_future()), "interrupted");
     EXPECT_EQ(recorder.endings.load(), 1);
+}
+
+// A socket in a folder others could write to may have been put there by them:
+// the client refuses it before connecting, and takes it again once private.
+TEST(LinkConnectionTest, ClientRefusesASocketInAnUnsafeFolder) {
+    ScratchRuntime runtime;
+    IoThread io;
+    EchoServer server(io, runtime.socket());
+    ASSERT_EQ(::chmod(runtime.path().c_str(), 0755), 0);
+    Recorder recorder;
+    auto client = LinkConnection::connect(io.context(), runtime.socket(), "");
+    client->start(recorder.handlers());
+    EXPECT_EQ(await(callFuture(*client, "echo", "up")), "error invalidated");
+    EXPECT_EQ(await(recorder.ended.get_future()), "invalidated");
+
+    ASSERT_EQ(::chmod(runtime.path().c_str(), 0700), 0);
+    Recorder again;
+    auto second = LinkConnection::connect(io.context(), runtime.socket(), "");
+    second->start(again.handlers());
+    EXPECT_EQ(await(callFuture(*second, "echo", "up")), "reply up");
+    second->close();
 }
 
 TEST(LinkConnectionTest, ListenerReplacesLeftoversAndAppearsOnlyReady) {

@@ -13,8 +13,8 @@
 #include <future>
 #include <string>
 
-#include <tallywick/IoThread.h>
-#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/link/IoThread.h>
+#include <tallywick/link/RuntimeDirectory.h>
 
 namespace tallywick::testing {
 

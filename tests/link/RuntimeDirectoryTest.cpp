@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include <tallywick/RuntimeDirectory.h>
+#include <tallywick/link/RuntimeDirectory.h>
 
 using namespace tallywick;
 namespace fs = std::filesystem;

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include <tallywick/Requirement.h>
-#include <tallywick/ServiceIdentity.h>
+#include <tallywick/link/Requirement.h>
+#include <tallywick/link/ServiceIdentity.h>
 
 using namespace tallywick;
 

@@ -3,7 +3,7 @@
 
 #include <thread>
 
-#include <tallywick/SessionReplayCache.h>
+#include <tallywick/link/SessionReplayCache.h>
 
 #include "support/JsonEqual.h"
 

@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-#include <tallywick/SocketAddress.h>
+#include <tallywick/link/SocketAddress.h>
 
 using namespace tallywick;
 namespace fs = std::filesystem;

@@ -6,7 +6,7 @@
 
 #include <thread>
 
-#include <tallywick/StopSignals.h>
+#include <tallywick/link/StopSignals.h>
 
 // A stop signal sent while other threads run must reach wait(), not end the
 // process through a thread that never blocked it.

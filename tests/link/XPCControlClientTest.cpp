@@ -13,11 +13,11 @@
 #include <mutex>
 #include <thread>
 
-#include <tallywick/EventLoop.h>
-#include <tallywick/LinkListener.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/TallywickCoding.h>
-#include <tallywick/XPCControlClient.h>
+#include <tallywick/link/EventLoop.h>
+#include <tallywick/link/LinkListener.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/link/XPCControlClient.h>
+#include <tallywick/model/TallywickCoding.h>
 
 #include "LinkTestSupport.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <tallywick/Date.h>
+#include <tallywick/model/Date.h>
 
 using namespace std::chrono;
 using tallywick::Date;

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include <tallywick/EventLoop.h>
-#include <tallywick/IoThread.h>
-#include <tallywick/LinkConnection.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/XPCControlClient.h>
+#include <tallywick/link/EventLoop.h>
+#include <tallywick/link/IoThread.h>
+#include <tallywick/link/LinkConnection.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/link/XPCControlClient.h>
 
 namespace tallywick::testing {
 

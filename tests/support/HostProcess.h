@@ -18,8 +18,8 @@
 #include <thread>
 #include <vector>
 
-#include <tallywick/RuntimeDirectory.h>
-#include <tallywick/SocketAddress.h>
+#include <tallywick/link/RuntimeDirectory.h>
+#include <tallywick/link/SocketAddress.h>
 
 namespace tallywick::testing {
 

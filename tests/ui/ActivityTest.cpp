@@ -11,12 +11,12 @@
 #include <QStyle>
 #include <atomic>
 
-#include <tallywick/ActivityView.h>
-#include <tallywick/ApiLogHeaderLine.h>
-#include <tallywick/ApiLogItemModel.h>
-#include <tallywick/ApiLogListView.h>
-#include <tallywick/ApiLogRowView.h>
-#include <tallywick/DirectionBadge.h>
+#include <tallywick/ui/ActivityView.h>
+#include <tallywick/ui/ApiLogHeaderLine.h>
+#include <tallywick/ui/ApiLogItemModel.h>
+#include <tallywick/ui/ApiLogListView.h>
+#include <tallywick/ui/ApiLogRowView.h>
+#include <tallywick/ui/DirectionBadge.h>
 
 #include "PaneShots.h"
 #include "RecordsWindow.h"

@@ -19,11 +19,11 @@
 #include <chrono>
 #include <future>
 
-#include <tallywick/AppStyle.h>
-#include <tallywick/DesktopColorScheme.h>
-#include <tallywick/PlaceholderRootView.h>
-#include <tallywick/TallywickApp.h>
-#include <tallywick/WindowInstance.h>
+#include <tallywick/app/DesktopColorScheme.h>
+#include <tallywick/app/PlaceholderRootView.h>
+#include <tallywick/app/TallywickApp.h>
+#include <tallywick/app/WindowInstance.h>
+#include <tallywick/ui/AppStyle.h>
 
 using namespace tallywick;
 using namespace std::chrono_literals;

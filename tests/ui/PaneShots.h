@@ -10,7 +10,7 @@
 #include <QTest>
 #include <QWidget>
 
-#include <tallywick/AppStyle.h>
+#include <tallywick/ui/AppStyle.h>
 
 namespace tallywick::testing {
 

@@ -16,17 +16,17 @@
 #include <QToolTip>
 #include <QTranslator>
 
-#include <tallywick/AccountDetailView.h>
-#include <tallywick/AccountHeaderView.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/AppTranslations.h>
-#include <tallywick/ConnectionStatusView.h>
-#include <tallywick/DetailContainerView.h>
-#include <tallywick/EditEntrySheet.h>
-#include <tallywick/EditorButtonsView.h>
-#include <tallywick/RecordsView.h>
-#include <tallywick/RenameSheet.h>
-#include <tallywick/StatusDot.h>
+#include <tallywick/app/AppTranslations.h>
+#include <tallywick/ui/AccountDetailView.h>
+#include <tallywick/ui/AccountHeaderView.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/ConnectionStatusView.h>
+#include <tallywick/ui/DetailContainerView.h>
+#include <tallywick/ui/EditEntrySheet.h>
+#include <tallywick/ui/EditorButtonsView.h>
+#include <tallywick/ui/RecordsView.h>
+#include <tallywick/ui/RenameSheet.h>
+#include <tallywick/ui/StatusDot.h>
 
 #include "RecordsWindow.h"
 

@@ -16,18 +16,18 @@
 #include <string>
 #include <vector>
 
-#include <tallywick/AccountsSidebar.h>
-#include <tallywick/AccountsSidebarModel.h>
-#include <tallywick/AddEntryView.h>
-#include <tallywick/AppModel.h>
-#include <tallywick/EntryFields.h>
-#include <tallywick/LedgerItemModel.h>
-#include <tallywick/LedgerListView.h>
-#include <tallywick/LedgerRowDelegate.h>
-#include <tallywick/LedgerTableView.h>
-#include <tallywick/RootView.h>
-#include <tallywick/ServiceIdentity.h>
-#include <tallywick/TallywickApp.h>
+#include <tallywick/app/AppModel.h>
+#include <tallywick/app/TallywickApp.h>
+#include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/ui/AccountsSidebar.h>
+#include <tallywick/ui/AccountsSidebarModel.h>
+#include <tallywick/ui/AddEntryView.h>
+#include <tallywick/ui/EntryFields.h>
+#include <tallywick/ui/LedgerItemModel.h>
+#include <tallywick/ui/LedgerListView.h>
+#include <tallywick/ui/LedgerRowDelegate.h>
+#include <tallywick/ui/LedgerTableView.h>
+#include <tallywick/ui/RootView.h>
 
 #include "support/HostClients.h"
 #include "support/HostProcess.h"

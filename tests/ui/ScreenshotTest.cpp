@@ -8,10 +8,10 @@
 #include <QPushButton>
 #include <QStyle>
 
-#include <tallywick/AccountHeaderView.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/EditEntrySheet.h>
-#include <tallywick/RenameSheet.h>
+#include <tallywick/ui/AccountHeaderView.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/EditEntrySheet.h>
+#include <tallywick/ui/RenameSheet.h>
 
 #include "PaneShots.h"
 #include "RecordsWindow.h"

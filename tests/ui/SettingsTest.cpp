@@ -10,13 +10,13 @@
 #include <filesystem>
 #include <fstream>
 
-#include <tallywick/AccessSettingsSection.h>
-#include <tallywick/HostSettingsSection.h>
-#include <tallywick/LoginItemCommandsDialog.h>
-#include <tallywick/NewAccountSettingsSection.h>
-#include <tallywick/SettingsPaneView.h>
-#include <tallywick/SettingsToggle.h>
-#include <tallywick/StyledLabel.h>
+#include <tallywick/ui/AccessSettingsSection.h>
+#include <tallywick/ui/HostSettingsSection.h>
+#include <tallywick/ui/LoginItemCommandsDialog.h>
+#include <tallywick/ui/NewAccountSettingsSection.h>
+#include <tallywick/ui/SettingsPaneView.h>
+#include <tallywick/ui/SettingsToggle.h>
+#include <tallywick/ui/StyledLabel.h>
 
 #include "PaneShots.h"
 #include "RecordsWindow.h"

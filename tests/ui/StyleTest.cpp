@@ -8,11 +8,11 @@
 #include <limits>
 #include <list>
 
-#include <tallywick/AccountsSidebarModel.h>
-#include <tallywick/AmountText.h>
-#include <tallywick/AppStyle.h>
-#include <tallywick/EntryType.h>
-#include <tallywick/LedgerItemModel.h>
+#include <tallywick/ui/AccountsSidebarModel.h>
+#include <tallywick/ui/AmountText.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/EntryType.h>
+#include <tallywick/ui/LedgerItemModel.h>
 
 using namespace tallywick;
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <tallywick/Account.h>
-#include <tallywick/ClientInfo.h>
-#include <tallywick/ClientInfoField.h>
-#include <tallywick/LedgerEntry.h>
-#include <tallywick/NewLedgerEntry.h>
+#include <tallywick/model/Account.h>
+#include <tallywick/model/ClientInfo.h>
+#include <tallywick/model/ClientInfoField.h>
+#include <tallywick/model/LedgerEntry.h>
+#include <tallywick/model/NewLedgerEntry.h>
 
 #include "model/coding/RecordCoding.h"
 

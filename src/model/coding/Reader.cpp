@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include <tallywick/SkippableJson.h>
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/model/SkippableJson.h>
+#include <tallywick/model/TallywickCoding.h>
 
 namespace tallywick::coding {
 

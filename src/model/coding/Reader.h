@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include <tallywick/Date.h>
-#include <tallywick/DecodeError.h>
+#include <tallywick/model/Date.h>
+#include <tallywick/model/DecodeError.h>
 
 namespace tallywick::coding {
 

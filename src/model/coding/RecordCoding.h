@@ -12,7 +12,7 @@
 #include <variant>
 #include <vector>
 
-#include <tallywick/TallywickCoding.h>
+#include <tallywick/model/TallywickCoding.h>
 
 #include "model/coding/ValueCoding.h"
 

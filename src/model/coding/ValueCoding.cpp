@@ -3,7 +3,7 @@
 
 #include "model/coding/RecordCoding.h"
 
-#include <tallywick/SkippableJson.h>
+#include <tallywick/model/SkippableJson.h>
 
 namespace tallywick::coding {
 namespace {

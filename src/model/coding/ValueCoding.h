@@ -7,9 +7,9 @@
 #include <type_traits>
 #include <vector>
 
-#include <tallywick/Date.h>
-#include <tallywick/Enumeration.h>
-#include <tallywick/JsonWriter.h>
+#include <tallywick/model/Date.h>
+#include <tallywick/model/Enumeration.h>
+#include <tallywick/model/JsonWriter.h>
 
 #include "model/coding/Reader.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tallywick/SnapshotEnvelope.h>
+#include <tallywick/protocol/SnapshotEnvelope.h>
 
 #include "protocol/coding/ProtocolKeys.h"
 

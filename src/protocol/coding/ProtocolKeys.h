@@ -3,10 +3,10 @@
 
 #include <type_traits>
 
-#include <tallywick/ControlEvent.h>
-#include <tallywick/ControlRequest.h>
-#include <tallywick/ControlResponse.h>
-#include <tallywick/Snapshot.h>
+#include <tallywick/protocol/ControlEvent.h>
+#include <tallywick/protocol/ControlRequest.h>
+#include <tallywick/protocol/ControlResponse.h>
+#include <tallywick/protocol/Snapshot.h>
 
 #include "model/coding/LedgerRecordKeys.h"
 

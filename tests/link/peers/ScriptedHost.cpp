@@ -16,9 +16,9 @@
 #include <mutex>
 #include <vector>
 
-#include <tallywick/IoThread.h>
-#include <tallywick/LinkListener.h>
-#include <tallywick/StopSignals.h>
+#include <tallywick/link/IoThread.h>
+#include <tallywick/link/LinkListener.h>
+#include <tallywick/link/StopSignals.h>
 
 using namespace tallywick;
 

@@ -2,16 +2,16 @@
 #pragma once
 
 // The ledger records and their JSON coding.
-#include <tallywick/Account.h>
-#include <tallywick/ClientInfo.h>
-#include <tallywick/ClientInfoField.h>
-#include <tallywick/Date.h>
-#include <tallywick/DecodeError.h>
-#include <tallywick/IdentityMode.h>
-#include <tallywick/JsonWriter.h>
-#include <tallywick/LedgerEntry.h>
-#include <tallywick/LedgerFlag.h>
-#include <tallywick/NewLedgerEntry.h>
-#include <tallywick/TallywickCoding.h>
-#include <tallywick/TallywickVersion.h>
-#include <tallywick/TransactionKind.h>
+#include <tallywick/model/Account.h>
+#include <tallywick/model/ClientInfo.h>
+#include <tallywick/model/ClientInfoField.h>
+#include <tallywick/model/Date.h>
+#include <tallywick/model/DecodeError.h>
+#include <tallywick/model/IdentityMode.h>
+#include <tallywick/model/JsonWriter.h>
+#include <tallywick/model/LedgerEntry.h>
+#include <tallywick/model/LedgerFlag.h>
+#include <tallywick/model/NewLedgerEntry.h>
+#include <tallywick/model/TallywickCoding.h>
+#include <tallywick/model/TallywickVersion.h>
+#include <tallywick/model/TransactionKind.h>

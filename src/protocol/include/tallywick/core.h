@@ -5,12 +5,12 @@
 // messages and TallywickCoding's encodeToString and decode for each of them.
 #include <tallywick/model.h>
 
-#include <tallywick/ApiLogEntry.h>
-#include <tallywick/ControlEvent.h>
-#include <tallywick/ControlRequest.h>
-#include <tallywick/ControlResponse.h>
-#include <tallywick/Direction.h>
-#include <tallywick/LiveConnection.h>
-#include <tallywick/Settings.h>
-#include <tallywick/Snapshot.h>
-#include <tallywick/SnapshotEnvelope.h>
+#include <tallywick/protocol/ApiLogEntry.h>
+#include <tallywick/protocol/ControlEvent.h>
+#include <tallywick/protocol/ControlRequest.h>
+#include <tallywick/protocol/ControlResponse.h>
+#include <tallywick/protocol/Direction.h>
+#include <tallywick/protocol/LiveConnection.h>
+#include <tallywick/protocol/Settings.h>
+#include <tallywick/protocol/Snapshot.h>
+#include <tallywick/protocol/SnapshotEnvelope.h>

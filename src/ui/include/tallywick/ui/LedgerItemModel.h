@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include <tallywick/model/LedgerEntry.h>
+#include <tallywick/ui/KeyedListModel.h>
+
+namespace tallywick {
+
+// One account's ledger as a list, one row per entry in the order given.
+// The rows are the caller's list itself, not a copy, which keeps a ledger of
+// 100,000 entries cheap to show and to refresh. Updates keep rows by entry
+// identifier, so the view's current row and scroll position survive a refresh.
+class LedgerItemModel : public KeyedListModel {
+    Q_OBJECT
+
+public:
+    enum Role {
+        IdRole = Qt::UserRole + 1,  // the entry's identifier
+        EntryTypeRole,              // EntryType as int
+        KindRole,                   // TransactionKind as int
+        MemoRole,                   // the memo as stored
+        SignedAmountRole,           // qlonglong
+        CreatedAtRole,              // QDateTime, UTC
+    };
+
+    // Says whether the list handed in is still alive and unchanged.
+    using Validity = std::function<bool()>;
+
+    explicit LedgerItemModel(QObject* parent = nullptr);
+
+    // The rows become `entries`, which must stay alive and unchanged until the
+    // next call, or until `stillValid` turns false; from then until the next
+    // call the rows read as empty.
+    void setEntries(const std::vector<LedgerEntry>& entries, Validity stillValid = {});
+    // The entry of a row; none for an invalid index or a list no longer valid.
+    const LedgerEntry* entryAt(const QModelIndex& index) const;
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+
+private:
+    // A row knows its entry by a digest of the identifier, so that it can be
+    // matched after the list it came from is gone.
+    struct Row {
+        std::uint64_t key;
+        const LedgerEntry* entry;
+    };
+
+    bool valid() const { return !stillValid_ || stillValid_(); }
+
+    std::vector<Row> rows_;
+    Validity stillValid_;
+};
+
+}  // namespace tallywick

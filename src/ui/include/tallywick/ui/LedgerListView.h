@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+#include <functional>
+#include <vector>
+
+#include <tallywick/model/LedgerEntry.h>
+
+class QMenu;
+
+namespace tallywick {
+
+class AppModel;
+class EditEntrySheet;
+class LedgerItemModel;
+class LedgerRowDelegate;
+class LedgerTableView;
+class StyledLabel;
+
+// The account's ledger under the header "Transactions (n)": one row per
+// entry with edit and delete buttons, the same two on the row's keys, and a
+// row menu that can also copy the memo or the entry's identifier. Delete goes to the host at once,
+// without asking; edit opens one sheet at a time. Nothing changes here until
+// the host's new state arrives.
+class LedgerListView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit LedgerListView(AppModel& model, QWidget* parent = nullptr);
+
+    // Shows `entries` without copying them; see LedgerItemModel::setEntries.
+    void setEntries(const std::vector<LedgerEntry>& entries, std::function<bool()> stillValid = {});
+
+    // Opens the edit sheet for the entry, unless one is open already.
+    void editEntry(const LedgerEntry& entry);
+    EditEntrySheet* editingSheet() const;
+
+    LedgerTableView* list() const { return list_; }
+    // The row menu (Edit, Delete, Copy Memo, Copy Entry ID) while it is open.
+    QMenu* rowMenu() const;
+    LedgerItemModel* items() const { return items_; }
+    LedgerRowDelegate* rows() const { return rows_; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    AppModel& model_;
+    StyledLabel* header_;
+    void openRowMenu(const QModelIndex& index, const QPoint& globalPosition);
+
+    LedgerTableView* list_;
+    LedgerItemModel* items_;
+    LedgerRowDelegate* rows_;
+    QPointer<EditEntrySheet> editing_;
+    QPointer<QMenu> rowMenu_;
+};
+
+}  // namespace tallywick
