@@ -81,7 +81,11 @@ int main(int argc, char** argv) {
     for (int round = 0; round < 5; ++round) {
         changed = false;
         const auto start = Clock::now();
-        model.createEntry({.accountId = account, .amount = round + 1, .memo = "bench"});
+        model.createEntry({.accountId = account,
+                           .kind = TransactionKind::credit,
+                           .flag = LedgerFlag::none,
+                           .amount = round + 1,
+                           .memo = "bench"});
         if (!waitFor([&] { return changed; })) return 1;
         refresh.push_back(millisecondsSince(start));
 

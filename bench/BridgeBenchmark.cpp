@@ -125,7 +125,7 @@ double linkCalls(const std::string& socketPath) {
 
 struct Agent {
     std::unique_ptr<testing::BridgeProcess> bridge;
-    std::string account;
+    std::string account{};  // known once it signed up
 };
 
 Agent startAgent(const testing::HostProcess& host, const std::string& name,

@@ -88,8 +88,12 @@ double bareCommitsPerSecond(const std::string& path) {
 double changeCycles(LedgerStore& store, const std::string& account, int cycles) {
     const auto start = Clock::now();
     for (int i = 0; i < cycles; ++i) {
-        auto made =
-            store.createEntry({.accountId = account, .kind = TransactionKind::credit, .amount = 5}, Date{});
+        auto made = store.createEntry({.accountId = account,
+                                       .kind = TransactionKind::credit,
+                                       .flag = LedgerFlag::none,
+                                       .amount = 5,
+                                       .memo = ""},
+                                      Date{});
         auto* entry = std::get_if<LedgerEntry>(&made);
         if (!entry) return -1;
         entry->amount = 6;
@@ -111,7 +115,12 @@ std::pair<double, double> changeCostsSmallAndLarge(const std::filesystem::path& 
         small = std::get<Account>(store.createCredentialAccount("Small", "unused", Date{})).id;
         large = std::get<Account>(store.createCredentialAccount("Large", "unused", Date{})).id;
         for (int i = 0; i < 10; ++i)
-            store.createEntry({.accountId = small, .kind = TransactionKind::credit, .amount = 1}, Date{});
+            store.createEntry({.accountId = small,
+                               .kind = TransactionKind::credit,
+                               .flag = LedgerFlag::none,
+                               .amount = 1,
+                               .memo = ""},
+                              Date{});
     }
     if (!appendCredits(path, std::stoll(large.substr(1)), largeCount)) return {-1, -1};
 

@@ -81,7 +81,8 @@ constexpr std::array<std::string_view, 5> kClientNames{"claude-code", "cursor", 
                                                        "windsurf"};
 
 ClientInfo clientInfo(Rng& rng) {
-    ClientInfo info{.name = std::string(rng.pick(kClientNames))};
+    ClientInfo info{
+        .name = std::string(rng.pick(kClientNames)), .version = std::nullopt, .title = std::nullopt};
     if (rng.percent(80))
         info.version = std::to_string(1 + rng.below(3)) + "." + std::to_string(rng.below(40));
     if (rng.percent(50)) info.title = rng.percent(20) ? "Agent 🤖 “Scout”" : "Claude Code";
@@ -122,17 +123,22 @@ std::vector<Account> accounts(Rng& rng, std::size_t count) {
     std::vector<Account> out;
     out.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
-        Account account{
-            .id = uuid(rng),
-            .displayName = std::string(rng.pick(kNames)) + " " + std::to_string(i + 1),
-            .identityMode = rng.percent(40) ? IdentityMode::clientInfo : IdentityMode::credential};
-        if (account.identityMode == IdentityMode::clientInfo || rng.percent(20))
-            account.clientInfo = clientInfo(rng);
-        if (rng.percent(30)) account.clientInfoFields = clientInfoFields(rng);
-        account.balance = balance(rng, i);
-        account.createdAt = at(static_cast<std::int64_t>(i) * 3600);
-        account.isConnected = rng.percent(25);
-        out.push_back(std::move(account));
+        auto id = uuid(rng);
+        auto displayName = std::string(rng.pick(kNames)) + " " + std::to_string(i + 1);
+        const auto mode = rng.percent(40) ? IdentityMode::clientInfo : IdentityMode::credential;
+        std::optional<ClientInfo> info;
+        if (mode == IdentityMode::clientInfo || rng.percent(20)) info = clientInfo(rng);
+        std::optional<std::vector<ClientInfoField>> fields;
+        if (rng.percent(30)) fields = clientInfoFields(rng);
+        const auto points = balance(rng, i);
+        out.push_back({.id = std::move(id),
+                       .displayName = std::move(displayName),
+                       .identityMode = mode,
+                       .clientInfo = std::move(info),
+                       .clientInfoFields = std::move(fields),
+                       .balance = points,
+                       .createdAt = at(static_cast<std::int64_t>(i) * 3600),
+                       .isConnected = rng.percent(25)});
     }
     return out;
 }
@@ -141,22 +147,30 @@ std::vector<LedgerEntry> entries(Rng& rng, std::size_t count, const std::vector<
     std::vector<LedgerEntry> out;
     out.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
-        LedgerEntry entry{.id = uuid(rng), .accountId = owners[rng.below(owners.size())].id};
+        auto id = uuid(rng);
+        auto accountId = owners[rng.below(owners.size())].id;
         const auto roll = rng.below(100);
-        entry.kind = roll < 60   ? TransactionKind::credit
-                     : roll < 90 ? TransactionKind::debit
-                                 : TransactionKind::note;
-        if (entry.kind == TransactionKind::credit && rng.percent(15)) entry.flag = LedgerFlag::bonus;
-        if (entry.kind == TransactionKind::debit && rng.percent(15)) entry.flag = LedgerFlag::penalty;
-        entry.amount = rng.percent(1)
-                           ? (std::int64_t{1} << 53) + 1 + static_cast<std::int64_t>(rng.below(1 << 20))
-                           : static_cast<std::int64_t>(1 + rng.below(rng.percent(90) ? 5000 : 1000000));
-        entry.memo = memo(rng);
-        entry.createdAt = at(360000 + static_cast<std::int64_t>(i) * 7);
-        entry.updatedAt =
-            rng.percent(10) ? entry.createdAt + std::chrono::seconds{1 + rng.below(86400)} : entry.createdAt;
-        entry.sequence = static_cast<std::int64_t>(i + 1);
-        out.push_back(std::move(entry));
+        const auto kind = roll < 60   ? TransactionKind::credit
+                          : roll < 90 ? TransactionKind::debit
+                                      : TransactionKind::note;
+        auto flag = LedgerFlag::none;
+        if (kind == TransactionKind::credit && rng.percent(15)) flag = LedgerFlag::bonus;
+        if (kind == TransactionKind::debit && rng.percent(15)) flag = LedgerFlag::penalty;
+        const auto amount = rng.percent(1)
+                                ? (std::int64_t{1} << 53) + 1 + static_cast<std::int64_t>(rng.below(1 << 20))
+                                : static_cast<std::int64_t>(1 + rng.below(rng.percent(90) ? 5000 : 1000000));
+        auto text = memo(rng);
+        const auto created = at(360000 + static_cast<std::int64_t>(i) * 7);
+        const auto updated = rng.percent(10) ? created + std::chrono::seconds{1 + rng.below(86400)} : created;
+        out.push_back({.id = std::move(id),
+                       .accountId = std::move(accountId),
+                       .kind = kind,
+                       .flag = flag,
+                       .amount = amount,
+                       .memo = std::move(text),
+                       .createdAt = created,
+                       .updatedAt = updated,
+                       .sequence = static_cast<std::int64_t>(i + 1)});
     }
     return out;
 }
@@ -165,12 +179,16 @@ std::vector<LiveConnection> connections(Rng& rng, std::size_t count, const std::
     std::vector<LiveConnection> out;
     out.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
-        LiveConnection connection{.id = uuid(rng)};
-        if (rng.percent(70)) connection.clientInfo = clientInfo(rng);
-        if (rng.percent(60)) connection.accountId = owners[rng.below(owners.size())].id;
-        connection.authenticated = rng.percent(50);
-        connection.connectedAt = at(7200000 + static_cast<std::int64_t>(i) * 60);
-        out.push_back(std::move(connection));
+        auto id = uuid(rng);
+        std::optional<ClientInfo> info;
+        if (rng.percent(70)) info = clientInfo(rng);
+        std::optional<std::string> accountId;
+        if (rng.percent(60)) accountId = owners[rng.below(owners.size())].id;
+        out.push_back({.id = std::move(id),
+                       .clientInfo = std::move(info),
+                       .accountId = std::move(accountId),
+                       .authenticated = rng.percent(50),
+                       .connectedAt = at(7200000 + static_cast<std::int64_t>(i) * 60)});
     }
     return out;
 }
@@ -201,18 +219,26 @@ std::vector<ApiLogEntry> apiLog(Rng& rng, std::size_t count, const std::vector<L
     std::vector<ApiLogEntry> out;
     out.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
-        ApiLogEntry record{.id = uuid(rng), .connectionId = links[rng.below(links.size())].id};
-        if (rng.percent(70)) record.accountId = owners[rng.below(owners.size())].id;
-        if (rng.percent(60)) record.clientLabel = owners[rng.below(owners.size())].displayName;
+        auto id = uuid(rng);
+        auto connectionId = links[rng.below(links.size())].id;
+        std::optional<std::string> accountId, clientLabel, methodName;
+        if (rng.percent(70)) accountId = owners[rng.below(owners.size())].id;
+        if (rng.percent(60)) clientLabel = owners[rng.below(owners.size())].displayName;
         const auto roll = rng.below(10);
-        record.direction = roll < 5   ? Direction::request
-                           : roll < 9 ? Direction::response
-                                      : Direction::notification;
+        const auto direction = roll < 5   ? Direction::request
+                               : roll < 9 ? Direction::response
+                                          : Direction::notification;
         const std::string_view method = rng.pick(kMethods);
-        if (record.direction != Direction::response) record.method = std::string(method);
-        record.payload = payload(rng, i, method);
-        record.timestamp = at(7300000 + static_cast<std::int64_t>(i) * 3);
-        out.push_back(std::move(record));
+        if (direction != Direction::response) methodName = std::string(method);
+        auto text = payload(rng, i, method);
+        out.push_back({.id = std::move(id),
+                       .connectionId = std::move(connectionId),
+                       .accountId = std::move(accountId),
+                       .clientLabel = std::move(clientLabel),
+                       .direction = direction,
+                       .method = std::move(methodName),
+                       .payload = std::move(text),
+                       .timestamp = at(7300000 + static_cast<std::int64_t>(i) * 3)});
     }
     return out;
 }

@@ -178,7 +178,11 @@ int main(int argc, char** argv) {
         for (int round = 0; round < kRounds; ++round) {
             changed = false;
             const auto start = Clock::now();
-            model.createEntry({.accountId = big, .amount = round + 1, .memo = "core"});
+            model.createEntry({.accountId = big,
+                               .kind = TransactionKind::credit,
+                               .flag = LedgerFlag::none,
+                               .amount = round + 1,
+                               .memo = "core"});
             if (!waitFor([&] { return changed; })) return fail("the core's refresh");
             modelUpdate.push_back(millisecondsSince(start));
         }
@@ -220,7 +224,11 @@ int main(int argc, char** argv) {
     for (int round = 0; round < kRounds; ++round) {
         const int before = list.model()->rowCount();
         const auto start = Clock::now();
-        model.createEntry({.accountId = big, .amount = round + 1, .memo = "window"});
+        model.createEntry({.accountId = big,
+                           .kind = TransactionKind::credit,
+                           .flag = LedgerFlag::none,
+                           .amount = round + 1,
+                           .memo = "window"});
         if (!waitFor([&] { return watch.rowsPainted == before + 1; })) return fail("the window's refresh");
         refresh.push_back(millisecondsSince(start));
         views.push_back(millisecondsSince(arrival));

@@ -436,6 +436,8 @@ std::vector<EntryCache::Text> HostServer::snapshotParts() {
     }
     Snapshot state{
         .accounts = std::move(std::get<std::vector<Account>>(accounts)),
+        .entries = {},      // sent as the cache's encoded parts
+        .connections = {},  // filled below
         .settings = std::get<Settings>(settings),
         .recentApiLog = log_.recent(kSnapshotApiLogSize),
         .hostVersion = std::string(TallywickVersion::displayString),

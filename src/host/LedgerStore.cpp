@@ -360,7 +360,8 @@ Balance openingCredit(Transaction& tx, std::int64_t account, Date now) {
     if (points <= 0) return balance;
     balance.apply(points);
     appendEntry(tx, account, 1,
-                {.kind = TransactionKind::credit,
+                {.accountId = {},  // the row's own account
+                 .kind = TransactionKind::credit,
                  .flag = LedgerFlag::none,
                  .amount = points,
                  .memo = "Opening balance"},
@@ -405,7 +406,11 @@ std::vector<Account> loadAccounts(Transaction& tx, std::optional<std::int64_t> o
             .id = accountId(rows.integer(0)),
             .displayName = rows.text(2),
             .identityMode = fromRawValue<IdentityMode>(rows.textView(1)).value_or(IdentityMode::credential),
+            .clientInfo = std::nullopt,        // read below
+            .clientInfoFields = std::nullopt,  // read below
+            .balance = 0,                      // summed by the caller
             .createdAt = dateFrom(rows.integer(3)),
+            .isConnected = false,
         };
         if (!rows.isNull(4))
             account.clientInfo = ClientInfo{rows.text(4), rows.optionalText(5), rows.optionalText(6)};

@@ -403,5 +403,23 @@ TEST_F(HostServer, KeysNeverReachTheLogHoweverTheLineIsWritten) {
     EXPECT_EQ(host_->stderrText().find(key), std::string::npos);
 }
 
+// The desk's activity list holds as many records as a snapshot carries: more
+// and a refresh would drop rows the events had filled, fewer and it shrinks.
+TEST_F(HostServer, SnapshotCarriesTheNewestLogRecordsTheDeskKeeps) {
+    auto app = control();
+    auto bot = agent();
+    ASSERT_TRUE(bot->send(initializeLine("bot")));
+    const int pings = static_cast<int>(kSnapshotApiLogSize) / 2 + 10;  // each a request and a response
+    for (int i = 1; i <= pings; ++i)
+        ASSERT_TRUE(
+            bot->send(R"({"jsonrpc":"2.0","id":)" + std::to_string(100 + i) + R"(,"method":"ping"})"));
+    const auto state = app->snapshot();
+    ASSERT_TRUE(state);
+    ASSERT_EQ(state->recentApiLog.size(), kSnapshotApiLogSize);
+    EXPECT_EQ(state->recentApiLog.front().direction, Direction::response);
+    EXPECT_NE(state->recentApiLog[1].payload.find(std::to_string(100 + pings)), std::string::npos)
+        << "newest first: " << state->recentApiLog[1].payload;
+}
+
 }  // namespace
 }  // namespace tallywick::testing

@@ -39,7 +39,7 @@ std::unique_ptr<LoginItem> standardItem();
 struct RepairOutcome {
     LoginItemStatus status = LoginItemStatus::notRegistered;
     bool settingsOpened = false;
-    std::vector<std::string> unblockCommands;
+    std::vector<std::string> unblockCommands{};
 
     friend bool operator==(const RepairOutcome&, const RepairOutcome&) = default;
 };

@@ -32,7 +32,7 @@ private:
     enum class Phase { away, active, leaving };
     struct Slot {
         SimulatedAgent agent;
-        std::unique_ptr<BridgeChild> bridge;
+        std::unique_ptr<BridgeChild> bridge{};
         Phase phase = Phase::away;
         Clock::time_point nextAt = Clock::time_point::max();  // away: return; active: next request
         Clock::time_point leaveAt = Clock::time_point::max();

@@ -18,7 +18,7 @@ class LedgerStore;
 
 // What Argon2id work gave: a new key's hash, or whether a key matched.
 struct KeyOutcome {
-    std::optional<std::string> hash;
+    std::optional<std::string> hash{};
     bool matched = false;
 };
 

@@ -14,14 +14,14 @@ namespace tallywick {
 struct AgentSession {
     std::string id;  // the live connection's identifier
     Date connectedAt{};
-    std::optional<ClientInfo> clientInfo;
-    std::vector<ClientInfoField> clientInfoFields;  // further details from the handshake
-    std::optional<std::string> accountId;           // the bound account
-    bool authenticated = false;                     // bound by sign-up or login
-    bool initialized = false;                       // answered "initialize"
-    std::string protocolVersion;                    // the negotiated revision
+    std::optional<ClientInfo> clientInfo{};
+    std::vector<ClientInfoField> clientInfoFields{};  // further details from the handshake
+    std::optional<std::string> accountId{};           // the bound account
+    bool authenticated = false;                       // bound by sign-up or login
+    bool initialized = false;                         // answered "initialize"
+    std::string protocolVersion{};                    // the negotiated revision
     std::string logLevel = "info";
-    std::set<std::string> subscriptions;  // resource URIs
+    std::set<std::string> subscriptions{};  // resource URIs
 
     LiveConnection live() const {
         return {.id = id,

@@ -38,7 +38,7 @@ public:
         std::function<KeyOutcome()> run;
         std::function<Result(AgentSession&, const KeyOutcome&, Date, AgentService::Effects&)> finish;
         bool isLogin = false;
-        std::optional<std::string> loginAccount;
+        std::optional<std::string> loginAccount{};
     };
 
     // None for a name that is not one of the tools.

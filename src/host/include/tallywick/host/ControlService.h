@@ -19,16 +19,16 @@ public:
     explicit ControlService(LedgerStore& store);
 
     struct Result {
-        std::string reply;
+        std::string reply{};
         // The request was for the snapshot, which the host answers itself
         // from the parts it keeps encoded; `reply` is then empty.
         bool snapshotWanted = false;
-        bool dataChanged = false;                 // a change was committed
-        std::vector<std::string> changedLedgers;  // accounts whose entries changed
-        std::optional<LedgerEntry> writtenEntry;  // as stored, after a create or update
-        std::optional<std::string> removedEntry;
-        std::optional<std::string> deletedAccount;  // its agents lose their binding
-        bool clientInfoBindingsEnd = false;         // unauthenticated agents were just switched off
+        bool dataChanged = false;                   // a change was committed
+        std::vector<std::string> changedLedgers{};  // accounts whose entries changed
+        std::optional<LedgerEntry> writtenEntry{};  // as stored, after a create or update
+        std::optional<std::string> removedEntry{};
+        std::optional<std::string> deletedAccount{};  // its agents lose their binding
+        bool clientInfoBindingsEnd = false;           // unauthenticated agents were just switched off
     };
 
     Result handle(std::string_view requestText, Date now);

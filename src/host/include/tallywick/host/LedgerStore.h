@@ -93,7 +93,7 @@ public:
     // such entry" when it is another account's).
     struct HistoryPage {
         std::vector<LedgerEntry> entries;
-        std::optional<std::string> nextBefore;  // set when older entries remain
+        std::optional<std::string> nextBefore{};  // set when older entries remain
 
         friend bool operator==(const HistoryPage&, const HistoryPage&) = default;
     };

@@ -12,7 +12,7 @@ namespace tallywick {
 struct McpError {
     int code = 0;
     std::string message;
-    std::optional<std::string> data;
+    std::optional<std::string> data{};
 
     static constexpr int parseError = -32700;
     static constexpr int invalidRequest = -32600;

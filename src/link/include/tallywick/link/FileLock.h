@@ -17,8 +17,8 @@ class FileLock {
 public:
     struct Refused {
         bool heldByOther = false;  // false: the file itself could not be used
-        std::string note;          // the holder's note, when it left one
-        std::string reason;        // when the file could not be used
+        std::string note{};        // the holder's note, when it left one
+        std::string reason{};      // when the file could not be used
     };
 
     static std::variant<FileLock, Refused> acquire(const std::string& path, const std::string& note);

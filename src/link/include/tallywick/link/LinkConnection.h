@@ -51,11 +51,11 @@ public:
     struct Handlers {
         // A call from the peer; answer with reply() or fail() and the same id.
         // Return false for a method this side does not serve: the peer gets a failure.
-        std::function<bool(std::uint64_t id, const std::string& method, std::string payload)> onCall;
+        std::function<bool(std::uint64_t id, const std::string& method, std::string payload)> onCall{};
         // A one-way message; unknown methods are the handler's to drop.
-        std::function<void(const std::string& method, std::string payload)> onMessage;
-        std::function<void(const std::string& reason)> onInterrupted;
-        std::function<void(const std::string& reason)> onInvalidated;
+        std::function<void(const std::string& method, std::string payload)> onMessage{};
+        std::function<void(const std::string& reason)> onInterrupted{};
+        std::function<void(const std::string& reason)> onInvalidated{};
     };
 
     // A client end: connects to the endpoint, then checks the peer against
@@ -109,8 +109,8 @@ private:
     struct Outgoing {
         std::string head;
         std::string payload;
-        std::vector<SharedText> parts;  // after the payload
-        std::size_t counted = 0;        // what it added to queuedBytes_
+        std::vector<SharedText> parts{};  // after the payload
+        std::size_t counted = 0;          // what it added to queuedBytes_
     };
     void enqueue(FrameKind kind, std::uint64_t id, const std::string& name, std::string payload);
     // Queues a framed write unless the backlog bound is passed; false then, and the connection has ended.

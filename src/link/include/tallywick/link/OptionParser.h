@@ -24,8 +24,8 @@ public:
     };
 
     struct Spec {
-        std::vector<std::string> flags;   // options without a value
-        std::vector<std::string> valued;  // options that take one
+        std::vector<std::string> flags{};   // options without a value
+        std::vector<std::string> valued{};  // options that take one
         // Words that are not options are kept in order; otherwise each is an error.
         bool positional = false;
         // Options this spec does not know are kept as positional words, for

@@ -14,17 +14,18 @@
 namespace tallywick {
 
 // One agent's account as the host reports it. Build with designated
-// initialisers; the client information may be left out.
+// initialisers naming every field (absent client information included), or
+// with {} for an empty one.
 struct Account {
     std::string id;
     std::string displayName;
-    IdentityMode identityMode = IdentityMode::credential;
+    IdentityMode identityMode;
     std::optional<ClientInfo> clientInfo;
     // Absent and present-but-empty are different values.
     std::optional<std::vector<ClientInfoField>> clientInfoFields;
-    std::int64_t balance = 0;
-    Date createdAt{};
-    bool isConnected = false;
+    std::int64_t balance;
+    Date createdAt;
+    bool isConnected;
 
     friend bool operator==(const Account&, const Account&) = default;
 };

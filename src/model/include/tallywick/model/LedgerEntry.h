@@ -16,13 +16,13 @@ namespace tallywick {
 struct LedgerEntry {
     std::string id;
     std::string accountId;
-    TransactionKind kind = TransactionKind::credit;
-    LedgerFlag flag = LedgerFlag::none;
-    std::int64_t amount = 0;  // a magnitude; the sign comes from kind
+    TransactionKind kind;
+    LedgerFlag flag;
+    std::int64_t amount;  // a magnitude; the sign comes from kind
     std::string memo;
-    Date createdAt{};
-    Date updatedAt{};
-    std::int64_t sequence = 0;
+    Date createdAt;
+    Date updatedAt;
+    std::int64_t sequence;
 
     // The entry's effect on the balance. The flag plays no part. A debit of the
     // most negative amount cannot be negated and saturates to the largest value.

@@ -14,9 +14,9 @@ namespace tallywick {
 // neither equality nor hash.
 struct NewLedgerEntry {
     std::string accountId;
-    TransactionKind kind = TransactionKind::credit;
-    LedgerFlag flag = LedgerFlag::none;
-    std::int64_t amount = 0;
+    TransactionKind kind;
+    LedgerFlag flag;
+    std::int64_t amount;
     std::string memo;
 };
 

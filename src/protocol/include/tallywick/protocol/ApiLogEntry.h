@@ -17,10 +17,10 @@ struct ApiLogEntry {
     std::string connectionId;
     std::optional<std::string> accountId;
     std::optional<std::string> clientLabel;
-    Direction direction = Direction::request;
+    Direction direction;
     std::optional<std::string> method;
     std::string payload;
-    Date timestamp{};
+    Date timestamp;
 
     friend bool operator==(const ApiLogEntry&, const ApiLogEntry&) = default;
 };

@@ -42,11 +42,11 @@ struct ControlRequest {
     };
     struct SetAllowUnauthenticated {
         static constexpr std::string_view caseName = "setAllowUnauthenticated";
-        bool value = false;
+        bool value;
     };
     struct SetStartingPoints {
         static constexpr std::string_view caseName = "setStartingPoints";
-        std::int64_t value = 0;
+        std::int64_t value;
     };
 
     using Value = std::variant<Snapshot, CreateEntry, UpdateEntry, DeleteEntry, RenameAccount, DeleteAccount,

@@ -16,8 +16,8 @@ struct LiveConnection {
     std::string id;
     std::optional<ClientInfo> clientInfo;
     std::optional<std::string> accountId;  // the account the host bound it to, if any
-    bool authenticated = false;
-    Date connectedAt{};
+    bool authenticated;
+    Date connectedAt;
 
     friend bool operator==(const LiveConnection&, const LiveConnection&) = default;
 };

@@ -10,8 +10,8 @@ namespace tallywick {
 
 // The host's two settings.
 struct Settings {
-    bool allowUnauthenticated = false;  // agents known by client information need no sign-up
-    std::int64_t startingPoints = 0;    // opening credit of each new account
+    bool allowUnauthenticated;        // agents known by client information need no sign-up
+    std::int64_t startingPoints = 0;  // opening credit of each new account
 
     friend bool operator==(const Settings&, const Settings&) = default;
 };

@@ -30,7 +30,7 @@ public:
     // long enough for any three lines; the measure is the row painter's.
     struct Row {
         ApiLogEntry entry;
-        QString shownPayload;
+        QString shownPayload{};
         bool payloadCut = false;  // the payload goes on past shownPayload
         mutable int measuredWidth = -1;
         mutable int payloadLines = 1;
