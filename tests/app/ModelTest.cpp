@@ -89,37 +89,6 @@ class ModelTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void startsOnceAndSelectsTheFirstAccountToArrive() {
-        Bench bench;
-        QVERIFY(bench.startHost());
-        AppModel& model = *bench.model;
-        QVERIFY(model.accounts().empty() && model.entries().empty() && model.connections().empty());
-        QVERIFY(model.apiLog().empty() && model.hostVersion().empty());
-        QVERIFY(!model.selectedAccountID() && !model.isConnected());
-        QCOMPARE(model.settings(), (Settings{.allowUnauthenticated = true, .startingPoints = 50000}));
-
-        QSignalSpy connected(&model, &AppModel::isConnectedChanged);
-        QSignalSpy selection(&model, &AppModel::selectedAccountIDChanged);
-        model.start();
-        model.start();
-        QCOMPARE(bench.registrations, 1);
-        QVERIFY(connected.wait(kPatience));
-        QVERIFY(model.isConnected());
-        QVERIFY(!model.hostVersion().empty());
-        QVERIFY(!model.selectedAccountID());  // no accounts yet
-
-        // The host's events alone bring the agents in; the first one is selected.
-        for (const char* name : {"alpha", "beta", "gamma"}) QVERIFY(bench.connectAgent(name));
-        QTRY_COMPARE_WITH_TIMEOUT(model.accounts().size(), std::size_t{3}, kPatience);
-        QTRY_COMPARE_WITH_TIMEOUT(model.connections().size(), std::size_t{3}, kPatience);
-        QVERIFY(model.selectedAccountID() == model.accounts().front().id);
-        QCOMPARE(selection.count(), 1);
-        QVERIFY(model.selectedAccount() == model.accounts().front());
-        QCOMPARE(model.entriesFor(model.accounts().front().id).size(),
-                 std::size_t{1});  // the opening balance
-        QVERIFY(model.entriesFor("no such account").empty());
-    }
-
     void selectionSurvivesReorderAndStaysWhenItsAccountGoes() {
         Bench bench;
         QVERIFY(bench.startHost());
