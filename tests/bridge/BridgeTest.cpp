@@ -196,15 +196,6 @@ TEST_F(Bridge, StartsTheHostOnDemand) {
         << bridge->stderrText();
 }
 
-// A runtime folder deeper than a socket address holds.
-TEST_F(Bridge, ReachesARuntimeFolderOfAnyLength) {
-    moveHostDeep();
-    auto bridge = this->bridge();
-    EXPECT_FALSE(signUp(*bridge, "deep diver").empty()) << bridge->stderrText();
-    bridge->closeInput();
-    EXPECT_TRUE(exitedCleanly(bridge->wait(10s)));
-}
-
 // Pushed notifications come between replies as lines of their own.
 TEST_F(Bridge, PushedNotificationsArriveAsWholeLinesBetweenReplies) {
     auto bridge = this->bridge();

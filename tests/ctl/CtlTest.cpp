@@ -203,18 +203,6 @@ TEST_F(Ctl, SaysSoWhenTheSnapshotIsTooLarge) {
     EXPECT_EQ(ctl({"settings", "starting-points", "3"}).status, 0);
 }
 
-// With the host beside it, a command finds the host started for it.
-TEST_F(Ctl, StartsTheHostOnDemand) {
-    ASSERT_EQ(ctl({"settings", "starting-points", "7"}).status, 0);
-    host_->stop();
-    ASSERT_FALSE(host_->lockHolder());
-    auto answer = ctl({"--json", "snapshot"});
-    EXPECT_EQ(answer.status, 0) << answer.err;
-    EXPECT_TRUE(host_->lockHolder()) << "a host runs for the folder";
-    // It serves the database the environment names: the one the first host kept.
-    EXPECT_NE(answer.out.find(R"("startingPoints":7)"), std::string::npos) << answer.out;
-}
-
 // The shell completion, as bash runs it: commands, values, and identifiers
 // from the running host, without ever starting one.
 TEST_F(Ctl, BashCompletionOffersCommandsValuesAndIdsOfTheRunningHost) {

@@ -269,9 +269,7 @@ private slots:
 
     void detailShowsTheAccountAndItsClientInfo() {
         RecordsWindow w;
-        QVERIFY(w.open());
-        QVERIFY(w.connectAgent("alpha", R"(,"vendor":"Acme Labs")"));
-        QVERIFY(w.waitForAccounts(1));
+        QVERIFY(w.openWithAgent("alpha", R"(,"vendor":"Acme Labs")"));
         const Account account = w.model().accounts()[0];
         QCOMPARE(w.find<QLabel>("accountName")->text(), QString("alpha"));
         QCOMPARE(w.find<QLabel>("accountId")->text(), text(account.id));
@@ -308,18 +306,14 @@ private slots:
 
     void addFormEnablesOnlyWhatCanBeSent() {
         RecordsWindow w;
-        QVERIFY(w.open());
-        QVERIFY(w.connectAgent("alpha"));
-        QVERIFY(w.waitForAccounts(1));
+        QVERIFY(w.openWithAgent("alpha"));
         EntryFields& fields = w.addFields();
         QPushButton* add = w.find<QPushButton>("addButton");
-        for (const char* amount : {"25", "+25", "9223372036854775807"}) {
+        // The rule itself is StyleTest's: here, that the form follows it.
+        RecordsWindow::typeInto(fields.amountField(), "25");
+        QVERIFY(add->isEnabled());
+        for (const char* amount : {"0", "2.5", "abc"}) {
             RecordsWindow::typeInto(fields.amountField(), amount);
-            QVERIFY2(add->isEnabled(), amount);
-        }
-        for (const char* amount :
-             {"0", "-5", "", " 25", "25 ", "2.5", "1,000", "+", "9223372036854775808", "\u0663", "abc"}) {
-            RecordsWindow::typeInto(fields.amountField(), QString::fromUtf8(amount));
             QVERIFY2(!add->isEnabled(), amount);
         }
         // Return does nothing while Add is disabled.
@@ -338,9 +332,7 @@ private slots:
 
     void addFormSendsEachTypeAndClearsAtOnce() {
         RecordsWindow w;
-        QVERIFY(w.open());
-        QVERIFY(w.connectAgent("alpha"));
-        QVERIFY(w.waitForAccounts(1));
+        QVERIFY(w.openWithAgent("alpha"));
         EntryFields& fields = w.addFields();
         for (const EntryType type : allEntryTypes) {
             RecordsWindow::pickType(fields, type);
@@ -371,9 +363,7 @@ private slots:
 
     void editSheetSavesByItsRules() {
         RecordsWindow w;
-        QVERIFY(w.open());
-        QVERIFY(w.connectAgent("alpha"));
-        QVERIFY(w.waitForAccounts(1));
+        QVERIFY(w.openWithAgent("alpha"));
         const std::string id = w.model().accounts()[0].id;
         AppModel& model = w.model();
         model.createEntry({.accountId = id, .kind = TransactionKind::credit, .amount = 40, .memo = "c40"});
@@ -436,10 +426,6 @@ private slots:
         QVERIFY(!sheet->fields()->amountField()->isEnabled());
         QTest::keyClick(sheet, Qt::Key_Return);
         QVERIFY(saved("nb", [](const LedgerEntry& e) { return e.flag == LedgerFlag::none; }));
-        sheet = edit("c40");
-        RecordsWindow::typeInto(sheet->fields()->amountField(), "-8");
-        QTest::keyClick(sheet->fields()->amountField(), Qt::Key_Return);
-        QVERIFY(saved("c40", [](const LedgerEntry& e) { return e.amount == 0; }));
 
         // Escape closes and sends nothing.
         sheet = edit("c40");
@@ -452,9 +438,7 @@ private slots:
 
     void rowsShowSignsColoursAndDeleteWithoutAsking() {
         RecordsWindow w;
-        QVERIFY(w.open());
-        QVERIFY(w.connectAgent("alpha"));
-        QVERIFY(w.waitForAccounts(1));
+        QVERIFY(w.openWithAgent("alpha"));
         const std::string id = w.model().accounts()[0].id;
         w.model().createEntry({.accountId = id, .kind = TransactionKind::note, .memo = "a note"});
         w.model().createEntry(
@@ -497,9 +481,7 @@ private slots:
     // the actions a screen reader offers; and Return on a focused Cancel.
     void rowsAnswerKeysMenuAndAssistiveTools() {
         RecordsWindow w;
-        QVERIFY(w.open());
-        QVERIFY(w.connectAgent("alpha"));
-        QVERIFY(w.waitForAccounts(1));
+        QVERIFY(w.openWithAgent("alpha"));
         const std::string id = w.model().accounts()[0].id;
         for (const char* memo : {"first", "second", "third", "fourth"})
             w.model().createEntry(
@@ -631,29 +613,18 @@ private slots:
         RecordsWindow::pickType(w.addFields(), EntryType::penalty);
         QCOMPARE(pickerNode->text(QAccessible::Value), QString("Penalty"));
 
-        // In the rename sheet too, Return on the focused Cancel sends nothing.
-        auto* header = w.find<AccountHeaderView>("accountHeader");
+        // The rename sheet's buttons are the edit sheet's (EditorButtonsView): only its field is new.
         w.find<QPushButton>("renameButton")->click();
-        RenameSheet* rename = header->renameSheet();
+        RenameSheet* rename = w.find<AccountHeaderView>("accountHeader")->renameSheet();
         QVERIFY(rename);
         QCOMPARE(QAccessible::queryAccessibleInterface(rename->nameField())->text(QAccessible::Name),
                  QString("Display name"));
-        QVERIFY(QTest::qWaitForWindowActive(rename));
-        RecordsWindow::typeInto(rename->nameField(), "renamed");
-        QTest::keyClick(rename->nameField(), Qt::Key_Tab);
-        QTRY_VERIFY(rename->buttons()->cancelButton()->hasFocus());
-        QTest::keyClick(rename->buttons()->cancelButton(), Qt::Key_Return);
-        QTRY_VERIFY(!header->renameSheet());
-        QVERIFY(settled("after rename cancel"));
-        QVERIFY(!w.account("renamed"));
     }
 
     // No field cuts what it holds, and a row shows a long memo whole in its tooltip.
     void longTextsAreKeptWhole() {
         RecordsWindow w;
-        QVERIFY(w.open());
-        QVERIFY(w.connectAgent("alpha"));
-        QVERIFY(w.waitForAccounts(1));
+        QVERIFY(w.openWithAgent("alpha"));
         const std::string id = w.model().accounts()[0].id;
         QString memo;
         while (memo.size() < 100000) memo += QString::fromUtf8("long memo \u00e9 %1 ").arg(memo.size());
@@ -698,9 +669,7 @@ private slots:
 
     void renameSheetSendsTheNameAsTyped() {
         RecordsWindow w;
-        QVERIFY(w.open());
-        QVERIFY(w.connectAgent("alpha"));
-        QVERIFY(w.waitForAccounts(1));
+        QVERIFY(w.openWithAgent("alpha"));
         auto* header = w.find<AccountHeaderView>("accountHeader");
         const auto open = [&] {
             w.find<QPushButton>("renameButton")->click();
@@ -768,9 +737,7 @@ private slots:
 
     void ledgerKeepsItsPlaceAcrossRefreshes() {
         RecordsWindow w;
-        QVERIFY(w.open());
-        QVERIFY(w.connectAgent("alpha"));
-        QVERIFY(w.waitForAccounts(1));
+        QVERIFY(w.openWithAgent("alpha"));
         const std::string id = w.model().accounts()[0].id;
         for (int i = 0; i < 120; ++i) {
             w.model().createEntry({.accountId = id, .amount = i + 1, .memo = "entry " + std::to_string(i)});

@@ -76,6 +76,11 @@ public:
         return !withHost || QTest::qWaitFor([&] { return model().isConnected(); }, kPatience);
     }
 
+    // Opens over a host with one agent already known by its client information.
+    bool openWithAgent(const std::string& name, const std::string& extra = {}) {
+        return open() && connectAgent(name, extra) && waitForAccounts(1);
+    }
+
     AppModel& model() { return app_->model(); }
     MainWindow& window() { return *window_; }
     HostProcess& host() { return host_; }
