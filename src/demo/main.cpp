@@ -23,11 +23,11 @@ namespace {
 
 int run(int argc, char** argv) {
     auto parsed = DemoOptions::parse({argv + 1, argv + argc});
-    if (auto* problem = std::get_if<std::string>(&parsed)) {
-        std::cerr << "tallywick-demo: " << *problem << "\n" << DemoOptions::usage();
+    if (!parsed) {
+        std::cerr << "tallywick-demo: " << parsed.error() << "\n" << DemoOptions::usage();
         return 2;
     }
-    const auto& options = std::get<DemoOptions>(parsed);
+    const auto& options = *parsed;
     switch (options.action) {
         case DemoOptions::Action::help:
             std::cout << DemoOptions::usage() << "\n"

@@ -82,9 +82,8 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::signUp(McpFiel
             if (!outcome.hash)
                 return failure(ToolErrorCode::internalError, "The key could not be hashed; try again");
             auto created = store.createCredentialAccount(displayName, *outcome.hash, now);
-            if (auto* failed = std::get_if<Failure>(&created))
-                return failure(ToolErrorCode::internalError, failed->reason);
-            const auto& account = std::get<Account>(created);
+            if (!created) return failure(ToolErrorCode::internalError, created.error().reason);
+            const auto& account = *created;
             effects.dataChanged = true;
             effects.changedAccounts.push_back(account.id);
             AgentBinding::bind(session, account.id, true, effects);
@@ -101,13 +100,11 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::login(McpField
     if (!arguments.ok()) return invalidArguments(arguments);
 
     const auto found = store_.account(std::string(*accountId));
-    if (auto* failed = std::get_if<Failure>(&found))
-        return failure(ToolErrorCode::internalError, failed->reason);
-    const auto& account = std::get<std::optional<Account>>(found);
+    if (!found) return failure(ToolErrorCode::internalError, found.error().reason);
+    const auto& account = *found;
     auto stored = account ? store_.keyHash(account->id) : Outcome<std::optional<std::string>>();
-    if (auto* failed = std::get_if<Failure>(&stored))
-        return failure(ToolErrorCode::internalError, failed->reason);
-    auto hash = std::move(std::get<std::optional<std::string>>(stored));
+    if (!stored) return failure(ToolErrorCode::internalError, stored.error().reason);
+    auto hash = std::move(stored).value();
     return Pending{
         .run =
             [&hasher = hasher_, hash = std::move(hash), key = std::string(*key)] {
@@ -125,9 +122,8 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::login(McpField
             if (!outcome.matched)
                 return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
             const auto found = store.account(id);
-            if (auto* failed = std::get_if<Failure>(&found))
-                return failure(ToolErrorCode::internalError, failed->reason);
-            const auto& account = std::get<std::optional<Account>>(found);
+            if (!found) return failure(ToolErrorCode::internalError, found.error().reason);
+            const auto& account = *found;
             if (!account) return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
             AgentBinding::bind(session, account->id, true, effects);
             AgentBinding(store).recordClientInfo(session, *account, effects);
@@ -143,9 +139,8 @@ AgentTools::Result AgentTools::getBalance(McpFields& arguments, AgentSession& se
     arguments.allowOnly({});
     if (!arguments.ok()) return invalidArguments(arguments);
     const auto readable = AgentBinding(store_).readableAccount(session, now, effects);
-    if (auto* failed = std::get_if<Failure>(&readable))
-        return failure(ToolErrorCode::internalError, failed->reason);
-    const auto& account = std::get<std::optional<Account>>(readable);
+    if (!readable) return failure(ToolErrorCode::internalError, readable.error().reason);
+    const auto& account = *readable;
     if (!account) return failure(ToolErrorCode::notSignedIn, notSignedInMessage);
     return accountResult(*account);
 }
@@ -159,26 +154,25 @@ AgentTools::Result AgentTools::getHistory(McpFields& arguments, AgentSession& se
     if (limit < 1 || limit > 100)
         return failure(ToolErrorCode::invalidArguments, "limit must be from 1 to 100");
     const auto readable = AgentBinding(store_).readableAccount(session, now, effects);
-    if (auto* failed = std::get_if<Failure>(&readable))
-        return failure(ToolErrorCode::internalError, failed->reason);
-    const auto& account = std::get<std::optional<Account>>(readable);
+    if (!readable) return failure(ToolErrorCode::internalError, readable.error().reason);
+    const auto& account = *readable;
     if (!account) return failure(ToolErrorCode::notSignedIn, notSignedInMessage);
     auto page = history(*account, static_cast<int>(limit),
                         before ? std::optional<std::string>(*before) : std::nullopt);
-    if (auto* failed = std::get_if<Failure>(&page)) {
+    if (!page) {
         // A page that names no entry of this account is the agent's to fix; anything else is ours.
-        const bool theirs = failed->reason == "No such entry";
+        const bool theirs = page.error().reason == "No such entry";
         return failure(theirs ? ToolErrorCode::invalidArguments : ToolErrorCode::internalError,
-                       failed->reason);
+                       page.error().reason);
     }
-    return {std::move(std::get<std::string>(page)), false};
+    return {std::move(page).value(), false};
 }
 
 Outcome<std::string> AgentTools::history(const Account& account, int limit,
                                          const std::optional<std::string>& before) const {
     auto outcome = store_.history(account.id, limit, before);
-    if (auto* failed = std::get_if<Failure>(&outcome)) return *failed;
-    const auto& page = std::get<LedgerStore::HistoryPage>(outcome);
+    if (!outcome) return fail(std::move(outcome).error());
+    const auto& page = *outcome;
     JsonWriter writer(256 + page.entries.size() * 256);
     writer.beginObject();
     writer.key("accountId");
@@ -216,7 +210,7 @@ Outcome<std::string> AgentTools::history(const Account& account, int limit,
     }
     writer.endObject();
     if (auto text = std::move(writer).finish()) return std::move(*text);
-    return Failure{"The history could not be written"};
+    return fail(Failure{"The history could not be written"});
 }
 
 std::string AgentTools::callResult(const Result& result) {

@@ -16,8 +16,7 @@ std::string encodeResponse(const ControlResponse& response) {
 
 template <class T>
 ControlService::Result answer(const Outcome<T>& outcome) {
-    if (const auto* failure = std::get_if<Failure>(&outcome))
-        return {.reply = encodeResponse(ControlResponse::failure(failure->reason))};
+    if (!outcome) return {.reply = encodeResponse(ControlResponse::failure(outcome.error().reason))};
     return {.reply = encodeResponse(ControlResponse::ok()), .dataChanged = true};
 }
 
@@ -41,24 +40,24 @@ ControlService::Result ControlService::execute(const ControlRequest& request, Da
             } else if constexpr (std::is_same_v<Case, R::CreateEntry>) {
                 const auto outcome = store_.createEntry(c.entry, now);
                 auto result = answer(outcome);
-                if (const auto* entry = std::get_if<LedgerEntry>(&outcome)) {
-                    result.changedLedgers.push_back(entry->accountId);
-                    result.writtenEntry = *entry;
+                if (outcome) {
+                    result.changedLedgers.push_back(outcome->accountId);
+                    result.writtenEntry = *outcome;
                 }
                 return result;
             } else if constexpr (std::is_same_v<Case, R::UpdateEntry>) {
                 const auto outcome = store_.updateEntry(c.entry, now);
                 auto result = answer(outcome);
-                if (const auto* entry = std::get_if<LedgerEntry>(&outcome)) {
-                    result.changedLedgers.push_back(entry->accountId);
-                    result.writtenEntry = *entry;
+                if (outcome) {
+                    result.changedLedgers.push_back(outcome->accountId);
+                    result.writtenEntry = *outcome;
                 }
                 return result;
             } else if constexpr (std::is_same_v<Case, R::DeleteEntry>) {
                 const auto outcome = store_.deleteEntry(c.id);
                 auto result = answer(outcome);
-                if (const auto* account = std::get_if<std::string>(&outcome)) {
-                    result.changedLedgers.push_back(*account);
+                if (outcome) {
+                    result.changedLedgers.push_back(*outcome);
                     result.removedEntry = c.id;
                 }
                 return result;
