@@ -49,12 +49,11 @@ bool insertEntries(const std::string& path, const char* values, int count, Bind 
 bool populateLedger(const std::string& path, int entries) {
     {
         auto opened = LedgerStore::open(path);
-        if (!std::holds_alternative<std::unique_ptr<LedgerStore>>(opened)) return false;
-        auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
+        if (!opened.has_value()) return false;
+        auto& store = *opened.value();
         const Date now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
         for (int i = 0; i < accountCount; ++i)
-            if (!succeeded(store.createCredentialAccount("Agent " + std::to_string(i), "unused", now)))
-                return false;
+            if (!(store.createCredentialAccount("Agent " + std::to_string(i), "unused", now))) return false;
     }
     return insertEntries(
         path, "VALUES (?1, ?2, 'none', ?3, ?4, 1750000000 + ?5, 1750000000 + ?5, ?6)", entries,

@@ -57,9 +57,9 @@ double median(std::vector<double> values) {
 double bareCommitsPerSecond(const std::string& path) {
     {
         auto opened = LedgerStore::open(path);
-        auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
-        store.setStartingPoints(0);
-        store.createCredentialAccount("Floor", "unused", Date{});
+        auto& store = *opened.value();
+        store.setStartingPoints(0).value();
+        store.createCredentialAccount("Floor", "unused", Date{}).value();
     }
     sqlite3* db = nullptr;
     sqlite3_open(path.c_str(), &db);
@@ -94,11 +94,10 @@ double changeCycles(LedgerStore& store, const std::string& account, int cycles) 
                                        .amount = 5,
                                        .memo = ""},
                                       Date{});
-        auto* entry = std::get_if<LedgerEntry>(&made);
-        if (!entry) return -1;
-        entry->amount = 6;
-        store.updateEntry(*entry, Date{});
-        store.deleteEntry(entry->id);
+        if (!made) return -1;
+        made->amount = 6;
+        (void)store.updateEntry(*made, Date{});
+        (void)store.deleteEntry(made->id);
     }
     return millisecondsSince(start);
 }
@@ -110,22 +109,24 @@ std::pair<double, double> changeCostsSmallAndLarge(const std::filesystem::path& 
     std::string small, large;
     {
         auto opened = LedgerStore::open(path);
-        auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
-        store.setStartingPoints(0);
-        small = std::get<Account>(store.createCredentialAccount("Small", "unused", Date{})).id;
-        large = std::get<Account>(store.createCredentialAccount("Large", "unused", Date{})).id;
+        auto& store = *opened.value();
+        store.setStartingPoints(0).value();
+        small = store.createCredentialAccount("Small", "unused", Date{}).value().id;
+        large = store.createCredentialAccount("Large", "unused", Date{}).value().id;
         for (int i = 0; i < 10; ++i)
-            store.createEntry({.accountId = small,
-                               .kind = TransactionKind::credit,
-                               .flag = LedgerFlag::none,
-                               .amount = 1,
-                               .memo = ""},
-                              Date{});
+            store
+                .createEntry({.accountId = small,
+                              .kind = TransactionKind::credit,
+                              .flag = LedgerFlag::none,
+                              .amount = 1,
+                              .memo = ""},
+                             Date{})
+                .value();
     }
     if (!appendCredits(path, std::stoll(large.substr(1)), largeCount)) return {-1, -1};
 
     auto opened = LedgerStore::open(path);
-    auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
+    auto& store = *opened.value();
     std::vector<double> smallTimes, largeTimes;
     for (int round = 0; round < rounds; ++round) {
         smallTimes.push_back(changeCycles(store, small, cycles));

@@ -96,8 +96,8 @@ int main(int argc, char** argv) {
         }});
         connections.push_back(c);  // only the I/O thread touches this
     });
-    if (auto* error = std::get_if<std::string>(&listening)) {
-        std::cerr << *error << "\n";
+    if (!listening) {
+        std::cerr << listening.error() << "\n";
         return 1;
     }
     std::thread(serveRaw, std::string(argv[2])).detach();

@@ -86,12 +86,11 @@ bool waitFor(Done done, int limitMs = 120'000) {
 bool populate(const std::string& path) {
     {
         auto opened = LedgerStore::open(path);
-        if (!std::holds_alternative<std::unique_ptr<LedgerStore>>(opened)) return false;
-        auto& store = *std::get<std::unique_ptr<LedgerStore>>(opened);
+        if (!opened.has_value()) return false;
+        auto& store = *opened.value();
         const Date now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
         for (int i = 0; i < bench::accountCount; ++i)
-            if (!succeeded(store.createCredentialAccount("Agent " + std::to_string(i), "unused", now)))
-                return false;
+            if (!(store.createCredentialAccount("Agent " + std::to_string(i), "unused", now))) return false;
     }
     sqlite3* db = nullptr;
     if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) return false;

@@ -137,27 +137,28 @@ std::map<std::string, std::string> AutostartLoginItem::readEntry(std::string_vie
     return keys;
 }
 
-std::optional<std::string> AutostartLoginItem::registerItem() {
+Result<void, std::string> AutostartLoginItem::registerItem() {
     // An entry for a missing program would be a dead entry: the one there stays as it is.
-    if (auto missing = setup_.missingHost()) return missing;
+    if (auto installed = setup_.hostInstalled(); !installed) return installed;
     if (const auto existing = TextFile::read(entryPath());
         existing && turnedOffByUser(readEntry(*existing))) {
-        return "the host's autostart entry is turned off in the desktop's settings: " + entryPath().string();
+        return fail("the host's autostart entry is turned off in the desktop's settings: " +
+                    entryPath().string());
     }
     const auto text = entryText();
-    if (!text) return "the host's path cannot be written into an autostart entry: " + setup_.hostPath;
-    if (const auto written = TextFile::write(entryPath(), *text); written.failure) return written.failure;
+    if (!text) return fail("the host's path cannot be written into an autostart entry: " + setup_.hostPath);
+    if (const auto written = TextFile::write(entryPath(), *text); !written) return fail(written.error());
     HostLauncher launcher(setup_.hostPath, setup_.endpoint);
-    if (launcher.running()) return std::nullopt;
+    if (launcher.running()) return {};
     return launcher.launch();
 }
 
-std::optional<std::string> AutostartLoginItem::unregisterItem() {
-    if (auto stuck = setup_.stopHost()) return stuck;
+Result<void, std::string> AutostartLoginItem::unregisterItem() {
+    if (auto stopped = setup_.stopHost(); !stopped) return stopped;
     std::error_code error;
     if (!std::filesystem::remove(entryPath(), error) && error)
-        return "cannot remove " + entryPath().string() + ": " + error.message();
-    return std::nullopt;
+        return fail("cannot remove " + entryPath().string() + ": " + error.message());
+    return {};
 }
 
 LoginItemStatus AutostartLoginItem::status() const {
@@ -173,7 +174,7 @@ LoginItemStatus AutostartLoginItem::status() const {
     } else if (exec != entry.end()) {
         program = execProgram(exec->second);
     }
-    if (setup_.missingHost()) return LoginItemStatus::notFound;
+    if (!setup_.hostInstalled()) return LoginItemStatus::notFound;
     return isExecutable(program) ? LoginItemStatus::enabled : LoginItemStatus::notFound;
 }
 

@@ -58,38 +58,39 @@ bool isExecutable(const std::string& program) {
            ::access(program.c_str(), X_OK) == 0;
 }
 
-std::optional<std::string> LoginItemSetup::missingHost() const {
-    if (!hostPath.empty() && hostPath.front() == '/' && isExecutable(hostPath)) return std::nullopt;
-    return "the host executable is missing" + (hostPath.empty() ? std::string() : " (" + hostPath + ")") +
-           "; install Tallywick again, or start the application from where it was installed";
+Result<void, std::string> LoginItemSetup::hostInstalled() const {
+    if (!hostPath.empty() && hostPath.front() == '/' && isExecutable(hostPath)) return {};
+    return fail("the host executable is missing" +
+                (hostPath.empty() ? std::string() : " (" + hostPath + ")") +
+                "; install Tallywick again, or start the application from where it was installed");
 }
 
-std::optional<std::string> LoginItemSetup::stopHost() const {
+Result<void, std::string> LoginItemSetup::stopHost() const {
     auto address = SocketAddress::of(endpoint);
-    auto* usable = std::get_if<SocketAddress>(&address);
-    if (!usable) return std::nullopt;  // nothing can listen there
+    if (!address) return {};  // nothing can listen there
+    const auto* usable = &*address;
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) return "cannot make a socket: " + std::string(std::strerror(errno));
+    if (fd < 0) return fail("cannot make a socket: " + std::string(std::strerror(errno)));
     ucred peer{};
     socklen_t length = sizeof peer;
     const bool reached = ::connect(fd, usable->data(), usable->size()) == 0 &&
                          ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.pid > 0;
     ::close(fd);
-    if (!reached) return std::nullopt;  // no host runs
+    if (!reached) return {};  // no host runs
     // Only our own host program: another build's host serves its own user.
     std::error_code error;
     const auto running = std::filesystem::read_symlink("/proc/" + std::to_string(peer.pid) + "/exe", error);
     const auto ours = std::filesystem::weakly_canonical(hostPath, error);
-    if (running != ours) return std::nullopt;
+    if (running != ours) return {};
     ::kill(peer.pid, SIGTERM);
     // Gone once its program is no longer there: exited, or a zombie nobody reaped yet.
     const auto exe = "/proc/" + std::to_string(peer.pid) + "/exe";
     for (int waited = 0; waited < 250; ++waited) {
-        if (std::filesystem::read_symlink(exe, error) != running) return std::nullopt;
+        if (std::filesystem::read_symlink(exe, error) != running) return {};
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    return "the host (pid " + std::to_string(peer.pid) + ") did not stop within 5 s; stop it with kill " +
-           std::to_string(peer.pid);
+    return fail("the host (pid " + std::to_string(peer.pid) +
+                ") did not stop within 5 s; stop it with kill " + std::to_string(peer.pid));
 }
 
 std::unique_ptr<LoginItem> LoginItem::standard(const LoginItemSetup& setup) {

@@ -86,13 +86,13 @@ int exitStatus(LoginItemStatus status) {
 }
 
 int runHeadless() {
-    standardItem()->registerItem();  // the reason is not reported in this mode
+    (void)standardItem()->registerItem();  // the reason is not reported in this mode
     // A fresh look, as another program would take it.
     return exitStatus(standardItem()->status());
 }
 
 int runHeadless(LoginItem& item) {
-    item.registerItem();
+    (void)item.registerItem();  // the status says how it went
     return exitStatus(item.status());
 }
 
@@ -101,8 +101,8 @@ int runUnregister() {
 }
 
 int runUnregister(LoginItem& item) {
-    if (auto failure = item.unregisterItem()) {
-        const std::string line = "tallywick: the login item could not be removed: " + *failure + "\n";
+    if (auto removed = item.unregisterItem(); !removed) {
+        const std::string line = "tallywick: the login item could not be removed: " + removed.error() + "\n";
         [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
         return 1;
     }
@@ -123,7 +123,7 @@ void registerQuietly() {
 }
 
 void registerQuietly(LoginItem& item) {
-    if (auto failure = item.registerItem()) logFailure(*failure);
+    if (auto registered = item.registerItem(); !registered) logFailure(registered.error());
 }
 
 std::string hostExecutablePath() {

@@ -10,7 +10,7 @@
 namespace tallywick {
 namespace {
 
-ChildProcess::Result systemctl(std::string_view verb, const std::string& unit) {
+ChildProcess::Finished systemctl(std::string_view verb, const std::string& unit) {
     return ChildProcess::run({"systemctl", "--user", std::string(verb), unit});
 }
 
@@ -23,7 +23,7 @@ std::string firstLine(const std::string& text) {
     return text.substr(begin, end - begin);
 }
 
-std::string failureOf(std::string_view what, const ChildProcess::Result& result) {
+std::string failureOf(std::string_view what, const ChildProcess::Finished& result) {
     if (result.exitStatus < 0) return "systemctl --user " + std::string(what) + " could not be run";
     if (auto line = firstLine(result.errors); !line.empty()) return line;
     return "systemctl --user " + std::string(what) + " exited with status " +
@@ -85,34 +85,34 @@ std::optional<std::string> SystemdLoginItem::unitText() const {
     return text;
 }
 
-std::optional<std::string> SystemdLoginItem::registerItem() {
+Result<void, std::string> SystemdLoginItem::registerItem() {
     // A unit for a missing program would fail at every login: the one there stays as it is.
-    if (auto missing = setup_.missingHost()) return missing;
+    if (auto installed = setup_.hostInstalled(); !installed) return installed;
     const auto text = unitText();
-    if (!text) return "the host's path cannot be written into a unit: " + setup_.hostPath;
+    if (!text) return fail("the host's path cannot be written into a unit: " + setup_.hostPath);
     const auto written = TextFile::write(unitPath(), *text);
-    if (written.failure) return written.failure;
+    if (!written) return fail(written.error());
     // A running manager must read the new text before it starts the unit;
     // without one there is nothing to reload, and that is fine.
-    if (written.changed) ChildProcess::run({"systemctl", "--user", "daemon-reload"});
+    if (*written) ChildProcess::run({"systemctl", "--user", "daemon-reload"});
 
     // Enabling only edits files, so it works without a user manager. It
     // refuses a masked unit, which is what we want.
     const auto enabled = systemctl("enable", unitName());
-    if (enabled.exitStatus != 0) return failureOf("enable", enabled);
+    if (enabled.exitStatus != 0) return fail(failureOf("enable", enabled));
 
     HostLauncher launcher(setup_.hostPath, setup_.endpoint);
-    if (launcher.running()) return std::nullopt;
+    if (launcher.running()) return {};
     if (systemctl("start", unitName()).exitStatus == 0) {
-        if (launcher.waitUntilRunning(std::chrono::seconds(3))) return std::nullopt;
-        return "the host's service started but the host does not accept connections";
+        if (launcher.waitUntilRunning(std::chrono::seconds(3))) return {};
+        return fail(std::string("the host's service started but the host does not accept connections"));
     }
     // No user manager (a container, a session without systemd): start the host
     // ourselves so that the first start of the application finds it running.
     return launcher.launch();
 }
 
-std::optional<std::string> SystemdLoginItem::unregisterItem() {
+Result<void, std::string> SystemdLoginItem::unregisterItem() {
     std::error_code error;
     const bool written = std::filesystem::exists(unitPath(), error);
     if (written) {
@@ -121,20 +121,20 @@ std::optional<std::string> SystemdLoginItem::unregisterItem() {
         const auto disabled = systemctl("disable", unitName());
         if (disabled.exitStatus != 0 &&
             statusOf(firstLine(systemctl("is-enabled", unitName()).output), true) == LoginItemStatus::enabled)
-            return failureOf("disable", disabled);
+            return fail(failureOf("disable", disabled));
     }
     // A host started without the manager, by the registration itself.
-    if (auto stuck = setup_.stopHost()) return stuck;
+    if (auto stopped = setup_.stopHost(); !stopped) return stopped;
     if (written) {
         if (!std::filesystem::remove(unitPath(), error) && error)
-            return "cannot remove " + unitPath().string() + ": " + error.message();
+            return fail("cannot remove " + unitPath().string() + ": " + error.message());
         ChildProcess::run({"systemctl", "--user", "daemon-reload"});
     }
-    return std::nullopt;
+    return {};
 }
 
 LoginItemStatus SystemdLoginItem::status() const {
-    if (setup_.missingHost()) return LoginItemStatus::notFound;
+    if (!setup_.hostInstalled()) return LoginItemStatus::notFound;
     const auto answer = systemctl("is-enabled", unitName());
     std::error_code error;
     return statusOf(firstLine(answer.output), std::filesystem::exists(unitPath(), error));

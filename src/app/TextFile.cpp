@@ -21,11 +21,11 @@ std::optional<std::string> read(const std::filesystem::path& path) {
     return text.str();
 }
 
-WriteResult write(const std::filesystem::path& path, const std::string& content) {
-    if (read(path) == content) return {};
+Result<bool, std::string> write(const std::filesystem::path& path, const std::string& content) {
+    if (read(path) == content) return false;
     std::error_code error;
     std::filesystem::create_directories(path.parent_path(), error);
-    if (error) return {false, "cannot create " + path.parent_path().string() + ": " + error.message()};
+    if (error) return fail("cannot create " + path.parent_path().string() + ": " + error.message());
     const std::filesystem::path temporary = path.string() + ".tmp-" + std::to_string(::getpid());
     {
         std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
@@ -33,16 +33,16 @@ WriteResult write(const std::filesystem::path& path, const std::string& content)
         out.close();
         if (!out) {
             std::filesystem::remove(temporary, error);
-            return {false, "cannot write " + temporary.string()};
+            return fail("cannot write " + temporary.string());
         }
     }
     std::filesystem::rename(temporary, path, error);
     if (error) {
         const std::string reason = "cannot replace " + path.string() + ": " + error.message();
         std::filesystem::remove(temporary, error);
-        return {false, reason};
+        return fail(reason);
     }
-    return {true, std::nullopt};
+    return true;
 }
 
 }  // namespace tallywick::TextFile

@@ -68,42 +68,42 @@ bool waitFor(int fd, short events, Clock::time_point deadline) {
 }
 
 // One request and its answer over a connected socket; the reason when it failed.
-std::optional<std::string> askToRaise(int fd, const std::string& token, Clock::time_point deadline) {
+Result<void, std::string> askToRaise(int fd, const std::string& token, Clock::time_point deadline) {
     std::string request(kRequest);
     if (!token.empty()) request += " " + token;
     request += "\n";
     if (::send(fd, request.data(), request.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(request.size()))
-        return errnoText("cannot send the request");
+        return fail(errnoText("cannot send the request"));
     std::string answer;
     char buffer[64];
     while (answer.find('\n') == std::string::npos) {
-        if (!waitFor(fd, POLLIN, deadline)) return std::string("it did not answer in time");
+        if (!waitFor(fd, POLLIN, deadline)) return fail(std::string("it did not answer in time"));
         const ssize_t count = ::recv(fd, buffer, sizeof buffer, 0);
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return std::string("it closed the connection without an answer");
+        if (count <= 0) return fail(std::string("it closed the connection without an answer"));
         answer.append(buffer, static_cast<std::size_t>(count));
         if (answer.size() > kAnswer.size()) break;
     }
-    if (answer != kAnswer) return "it gave an answer that is not ours: " + answer.substr(0, 40);
-    return std::nullopt;
+    if (answer != kAnswer) return fail("it gave an answer that is not ours: " + answer.substr(0, 40));
+    return {};
 }
 
 // The holder takes the lock before it binds, so a socket that is missing or
 // refuses may still come up: connecting is retried until the deadline.
-std::optional<std::string> raiseHolder(const SocketAddress& address, const std::string& token,
-                                       Clock::time_point deadline) {
+Result<void, std::string> raiseHolder(const SocketAddress& address, const std::string& token,
+                                      Clock::time_point deadline) {
     std::string lastProblem = "nothing listens there";
     do {
         Socket socket;
-        if (socket.fd() < 0) return errnoText("cannot make a socket");
+        if (socket.fd() < 0) return fail(errnoText("cannot make a socket"));
         if (::connect(socket.fd(), address.data(), address.size()) == 0)
             return askToRaise(socket.fd(), token, deadline);
         if (errno != ENOENT && errno != ECONNREFUSED && errno != EAGAIN && errno != EINTR)
-            return errnoText("cannot connect");
+            return fail(errnoText("cannot connect"));
         lastProblem = errnoText("cannot connect");
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     } while (Clock::now() < deadline);
-    return lastProblem;
+    return fail(std::move(lastProblem));
 }
 
 }  // namespace
@@ -146,21 +146,22 @@ WindowInstance::Outcome WindowInstance::claim(const std::string& runtimeDirector
             return unclaimed(folder + ": " + prepared.problem);
     }
     auto address = SocketAddress::of(socketPath(runtimeDirectory));
-    if (auto* problem = std::get_if<std::string>(&address)) return unclaimed(*problem);
-    auto& socketAddress = std::get<SocketAddress>(address);
+    if (!address) return unclaimed(address.error());
+    auto& socketAddress = *address;
 
     const std::string lockPath = folderPath(runtimeDirectory) + "/lock";
     auto lock = FileLock::acquire(lockPath, std::to_string(::getpid()));
-    if (auto* refused = std::get_if<FileLock::Refused>(&lock)) {
-        if (!refused->heldByOther) return unclaimed(refused->reason);
+    if (!lock) {
+        const auto& refused = lock.error();
+        if (!refused.heldByOther) return unclaimed(refused.reason);
         const std::string token = plausibleToken(activationToken) ? activationToken : std::string();
-        auto problem = raiseHolder(socketAddress, token, deadline);
-        if (!problem) return Raised{};
-        const std::string holder = refused->note.empty() ? "another process" : "process " + refused->note;
-        return Unanswered{"a Tallywick window is already open (" + holder + ", holding " + lockPath +
-                          ") but could not be raised: " + *problem + "; switch to that window, or end it" +
-                          (refused->note.empty() ? "" : " (kill " + refused->note + ")") +
-                          " and start Tallywick again"};
+        auto raised = raiseHolder(socketAddress, token, deadline);
+        if (raised) return Raised{};
+        const std::string holder = refused.note.empty() ? "another process" : "process " + refused.note;
+        return Unanswered{
+            "a Tallywick window is already open (" + holder + ", holding " + lockPath +
+            ") but could not be raised: " + raised.error() + "; switch to that window, or end it" +
+            (refused.note.empty() ? "" : " (kill " + refused.note + ")") + " and start Tallywick again"};
     }
 
     // The lock is ours, so a socket file here is a dead window's leftover.
@@ -173,7 +174,7 @@ WindowInstance::Outcome WindowInstance::claim(const std::string& runtimeDirector
         socketAddress.unlink();
         return unclaimed(errnoText("cannot listen on " + socketPath(runtimeDirectory)));
     }
-    return WindowClaim(std::move(std::get<FileLock>(lock)), std::move(socketAddress), listener.take());
+    return WindowClaim(std::move(lock).value(), std::move(socketAddress), listener.take());
 }
 
 RaiseListener::RaiseListener(WindowClaim claim, QObject* parent)

@@ -20,10 +20,10 @@ const char* BridgeOptions::usage() {
            "  --help             print this text and exit\n";
 }
 
-std::variant<BridgeOptions, std::string> BridgeOptions::parse(const std::vector<std::string>& arguments) {
+Result<BridgeOptions, std::string> BridgeOptions::parse(const std::vector<std::string>& arguments) {
     auto read = OptionParser({.valued = {"runtime-dir"}}).parse(arguments);
-    if (auto* problem = std::get_if<std::string>(&read)) return *problem;
-    const auto& parsed = std::get<OptionParser::Parsed>(read);
+    if (!read) return fail(std::move(read).error());
+    const auto& parsed = *read;
     BridgeOptions options;
     // Help and version still resolve the folders, which help shows.
     options.action = parsed.help ? Action::help : parsed.version ? Action::version : Action::relay;

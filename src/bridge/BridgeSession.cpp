@@ -89,8 +89,8 @@ void BridgeSession::startHostIfNeeded() {
     if (!runtime.usable()) return;  // open() reports it
     const auto launcher = HostLauncher::forClient(runtime.path);
     if (launcher.running()) return;
-    if (auto problem = launcher.ensureRunning())
-        report("no host was running and none could be started: " + *problem);
+    if (auto started = launcher.ensureRunning(); !started)
+        report("no host was running and none could be started: " + started.error());
     else
         report("no host was running: started " + launcher.hostPath());
 }

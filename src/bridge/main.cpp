@@ -38,11 +38,11 @@ int run(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
 
     auto parsed = BridgeOptions::parse({argv + 1, argv + argc});
-    if (auto* problem = std::get_if<std::string>(&parsed)) {
-        std::cerr << "tallywick-bridge: " << *problem << "\n" << BridgeOptions::usage();
+    if (!parsed) {
+        std::cerr << "tallywick-bridge: " << parsed.error() << "\n" << BridgeOptions::usage();
         return 2;
     }
-    const auto& options = std::get<BridgeOptions>(parsed);
+    const auto& options = *parsed;
     switch (options.action) {
         case BridgeOptions::Action::help:
             std::cout << BridgeOptions::usage() << "\n"

@@ -27,30 +27,30 @@ struct Arguments {
     std::map<std::string, std::string> options;
 };
 
-std::variant<Arguments, std::string> split(const std::vector<std::string>& words,
-                                           const std::vector<std::string>& allowed) {
+Result<Arguments, std::string> split(const std::vector<std::string>& words,
+                                     const std::vector<std::string>& allowed) {
     auto read = OptionParser({.valued = allowed, .positional = true, .helpAndVersion = false}).parse(words);
-    if (auto* problem = std::get_if<std::string>(&read)) return *problem;
-    auto& parsed = std::get<OptionParser::Parsed>(read);
+    if (!read) return fail(std::move(read).error());
+    auto& parsed = *read;
     return Arguments{std::move(parsed.positional), std::move(parsed.values)};
 }
 
 template <class E>
-std::variant<E, std::string> enumValue(const std::string& text, const char* what) {
+Result<E, std::string> enumValue(const std::string& text, const char* what) {
     if (auto value = fromRawValue<E>(text)) return *value;
     std::string choices;
     for (E value : allCases<E>()) choices += (choices.empty() ? "" : ", ") + std::string(rawValue(value));
-    return std::string(what) + " must be one of " + choices + ", not '" + text + "'";
+    return fail(std::string(what) + " must be one of " + choices + ", not '" + text + "'");
 }
 
-std::string expectCount(const Arguments& a, std::size_t count, const std::string& usage) {
-    if (a.positional.size() != count) return "Usage: tallywickctl " + usage;
+Result<void, std::string> expectCount(const Arguments& a, std::size_t count, const std::string& usage) {
+    if (a.positional.size() != count) return fail("Usage: tallywickctl " + usage);
     return {};
 }
 
 }  // namespace
 
-std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>& arguments) {
+Result<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>& arguments) {
     CtlCommand command;
     std::vector<std::string> rest;
     // Global options may stand anywhere; the rest is the subcommand's.
@@ -59,8 +59,8 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
                                 .positional = true,
                                 .passUnknown = true})
                       .parse(arguments);
-    if (auto* problem = std::get_if<std::string>(&global)) return *problem;
-    auto& globals = std::get<OptionParser::Parsed>(global);
+    if (!global) return fail(std::move(global).error());
+    auto& globals = *global;
     command.json = globals.flags.contains("json");
     command.startHost = !globals.flags.contains("no-start");
     if (auto runtime = globals.values.find("runtime-dir"); runtime != globals.values.end())
@@ -97,87 +97,89 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
         split(words, topic == "entry add"    ? std::vector<std::string>{"flag", "memo"}
                      : topic == "entry edit" ? std::vector<std::string>{"kind", "flag", "amount", "memo"}
                                              : std::vector<std::string>{});
-    if (auto* problem = std::get_if<std::string>(&parsed)) return *problem;
-    const Arguments& a = std::get<Arguments>(parsed);
+    if (!parsed) return fail(std::move(parsed).error());
+    const Arguments& a = *parsed;
 
     if (topic == "snapshot" || topic == "events" || topic == "agent-config") {
         command.kind = topic == "snapshot" ? Kind::snapshot
                        : topic == "events" ? Kind::events
                                            : Kind::agentConfig;
-        if (auto problem = expectCount(a, 0, topic); !problem.empty()) return problem;
+        if (auto counted = expectCount(a, 0, topic); !counted) return fail(std::move(counted).error());
     } else if (topic == "entry add") {
         command.kind = Kind::addEntry;
-        if (auto problem = expectCount(a, 3, "entry add ACCOUNT KIND AMOUNT [--flag FLAG] [--memo TEXT]");
-            !problem.empty())
-            return problem;
+        if (auto counted = expectCount(a, 3, "entry add ACCOUNT KIND AMOUNT [--flag FLAG] [--memo TEXT]");
+            !counted)
+            return fail(std::move(counted).error());
         command.newEntry.accountId = a.positional[0];
         auto kind = enumValue<TransactionKind>(a.positional[1], "KIND");
-        if (auto* problem = std::get_if<std::string>(&kind)) return *problem;
-        command.newEntry.kind = std::get<TransactionKind>(kind);
+        if (!kind) return fail(std::move(kind).error());
+        command.newEntry.kind = *kind;
         auto amount = wholeNumber(a.positional[2]);
-        if (!amount) return "AMOUNT must be a whole number, not '" + a.positional[2] + "'";
+        if (!amount) return fail("AMOUNT must be a whole number, not '" + a.positional[2] + "'");
         command.newEntry.amount = *amount;
         if (a.options.contains("flag")) {
             auto flag = enumValue<LedgerFlag>(a.options.at("flag"), "FLAG");
-            if (auto* problem = std::get_if<std::string>(&flag)) return *problem;
-            command.newEntry.flag = std::get<LedgerFlag>(flag);
+            if (!flag) return fail(std::move(flag).error());
+            command.newEntry.flag = *flag;
         }
         if (a.options.contains("memo")) command.newEntry.memo = a.options.at("memo");
     } else if (topic == "entry edit") {
         command.kind = Kind::editEntry;
-        if (auto problem =
+        if (auto counted =
                 expectCount(a, 1, "entry edit ENTRY [--kind KIND] [--flag FLAG] [--amount N] [--memo TEXT]");
-            !problem.empty())
-            return problem;
+            !counted)
+            return fail(std::move(counted).error());
         if (a.options.empty())
-            return std::string("entry edit needs at least one of --kind, --flag, --amount, --memo");
+            return fail(std::string("entry edit needs at least one of --kind, --flag, --amount, --memo"));
         command.id = a.positional[0];
         if (a.options.contains("kind")) {
             auto kind = enumValue<TransactionKind>(a.options.at("kind"), "KIND");
-            if (auto* problem = std::get_if<std::string>(&kind)) return *problem;
-            command.edit.kind = std::get<TransactionKind>(kind);
+            if (!kind) return fail(std::move(kind).error());
+            command.edit.kind = *kind;
         }
         if (a.options.contains("flag")) {
             auto flag = enumValue<LedgerFlag>(a.options.at("flag"), "FLAG");
-            if (auto* problem = std::get_if<std::string>(&flag)) return *problem;
-            command.edit.flag = std::get<LedgerFlag>(flag);
+            if (!flag) return fail(std::move(flag).error());
+            command.edit.flag = *flag;
         }
         if (a.options.contains("amount")) {
             command.edit.amount = wholeNumber(a.options.at("amount"));
             if (!command.edit.amount)
-                return "--amount must be a whole number, not '" + a.options.at("amount") + "'";
+                return fail("--amount must be a whole number, not '" + a.options.at("amount") + "'");
         }
         if (a.options.contains("memo")) command.edit.memo = a.options.at("memo");
     } else if (topic == "entry delete" || topic == "account delete") {
         command.kind = topic == "entry delete" ? Kind::deleteEntry : Kind::deleteAccount;
-        if (auto problem = expectCount(a, 1, topic + (topic == "entry delete" ? " ENTRY" : " ACCOUNT"));
-            !problem.empty())
-            return problem;
+        if (auto counted = expectCount(a, 1, topic + (topic == "entry delete" ? " ENTRY" : " ACCOUNT"));
+            !counted)
+            return fail(std::move(counted).error());
         command.id = a.positional[0];
     } else if (topic == "account rename") {
         command.kind = Kind::renameAccount;
-        if (auto problem = expectCount(a, 2, "account rename ACCOUNT NAME"); !problem.empty()) return problem;
+        if (auto counted = expectCount(a, 2, "account rename ACCOUNT NAME"); !counted)
+            return fail(std::move(counted).error());
         command.id = a.positional[0];
         command.displayName = a.positional[1];
     } else if (topic == "settings allow-unauthenticated") {
         command.kind = Kind::setAllowUnauthenticated;
-        if (auto problem = expectCount(a, 1, "settings allow-unauthenticated on|off"); !problem.empty())
-            return problem;
+        if (auto counted = expectCount(a, 1, "settings allow-unauthenticated on|off"); !counted)
+            return fail(std::move(counted).error());
         const std::string& value = a.positional[0];
         if (value == "on" || value == "true" || value == "yes")
             command.allow = true;
         else if (value == "off" || value == "false" || value == "no")
             command.allow = false;
         else
-            return "expected on or off, not '" + value + "'";
+            return fail("expected on or off, not '" + value + "'");
     } else if (topic == "settings starting-points") {
         command.kind = Kind::setStartingPoints;
-        if (auto problem = expectCount(a, 1, "settings starting-points N"); !problem.empty()) return problem;
+        if (auto counted = expectCount(a, 1, "settings starting-points N"); !counted)
+            return fail(std::move(counted).error());
         auto points = wholeNumber(a.positional[0]);
-        if (!points) return "N must be a whole number, not '" + a.positional[0] + "'";
+        if (!points) return fail("N must be a whole number, not '" + a.positional[0] + "'");
         command.points = *points;
     } else {
-        return "unknown command '" + topic + "' (see tallywickctl --help)";
+        return fail("unknown command '" + topic + "' (see tallywickctl --help)");
     }
     // Text the host stores must be UTF-8; the shell can hand us anything.
     const std::pair<const char*, std::string_view> texts[] = {
@@ -187,7 +189,8 @@ std::variant<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::s
     };
     for (const auto& [what, text] : texts) {
         if (!isValidUtf8(text))
-            return std::string(what) + " must be UTF-8 text (check the terminal's or script's encoding)";
+            return fail(std::string(what) +
+                        " must be UTF-8 text (check the terminal's or script's encoding)");
     }
     return command;
 }

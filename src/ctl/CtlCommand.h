@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include <tallywick/core.h>
+#include <tallywick/model/Result.h>
 
 namespace tallywick {
 
@@ -49,7 +49,7 @@ struct CtlCommand {
     std::string helpTopic;  // the subcommand whose help was asked for; empty for the overview
 
     // A usage error as text, or the command.
-    static std::variant<CtlCommand, std::string> parse(const std::vector<std::string>& arguments);
+    static Result<CtlCommand, std::string> parse(const std::vector<std::string>& arguments);
     // The overview, or one subcommand's help.
     static std::string helpText(const std::string& topic);
 };

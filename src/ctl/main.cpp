@@ -105,29 +105,29 @@ int followEvents(Session& session, const StopSignals& stop) {
 }
 
 // A host on demand, as the desktop manager would start it; says why not.
-std::optional<std::string> hostProblem(const std::string& runtimeDirectory, bool startHost) {
+Result<void, std::string> hostReady(const std::string& runtimeDirectory, bool startHost) {
     const auto runtime = checkRuntimeDirectory(runtimeDirectory);
     // A missing folder is made by the host we start; a wrong one is never used.
     if (runtimeDirectory.empty() || runtimeDirectory.front() != '/')
-        return runtime.problem + "; name an absolute one with --runtime-dir or $TALLYWICK_RUNTIME_DIR";
+        return fail(runtime.problem + "; name an absolute one with --runtime-dir or $TALLYWICK_RUNTIME_DIR");
     if (!runtime.usable() && ::access(runtimeDirectory.c_str(), F_OK) == 0)
-        return "the runtime folder " + runtimeDirectory + " is unsafe (" + runtime.problem +
-               "); fix or remove it, or name another with --runtime-dir";
+        return fail("the runtime folder " + runtimeDirectory + " is unsafe (" + runtime.problem +
+                    "); fix or remove it, or name another with --runtime-dir");
     const HostLauncher launcher = HostLauncher::forClient(runtimeDirectory);
     if (!startHost) {
-        if (launcher.running()) return std::nullopt;
-        return "no Tallywick host is running in " + runtimeDirectory +
-               " (and --no-start says not to start one)";
+        if (launcher.running()) return {};
+        return fail("no Tallywick host is running in " + runtimeDirectory +
+                    " (and --no-start says not to start one)");
     }
-    if (auto problem = launcher.ensureRunning())
-        return "no Tallywick host is running and none could be started: " + *problem;
-    return std::nullopt;
+    if (auto started = launcher.ensureRunning(); !started)
+        return fail("no Tallywick host is running and none could be started: " + started.error());
+    return {};
 }
 
 int run(const CtlCommand& command, const StopSignals& stop) {
     const std::string runtimeDirectory = command.runtimeDirectory.value_or(runtimeDirectoryPath());
-    if (auto problem = hostProblem(runtimeDirectory, command.startHost)) {
-        std::cerr << "tallywickctl: " << *problem << "\n";
+    if (auto ready = hostReady(runtimeDirectory, command.startHost); !ready) {
+        std::cerr << "tallywickctl: " << ready.error() << "\n";
         return unreachable;
     }
     ControlEndpoint endpoint = ControlEndpoint::standard();
@@ -202,11 +202,11 @@ namespace {
 int run(int argc, char** argv) {
     const StopSignals stop;  // before any thread starts, so only `events` sees them
     auto parsed = CtlCommand::parse({argv + 1, argv + argc});
-    if (auto* problem = std::get_if<std::string>(&parsed)) {
-        std::cerr << "tallywickctl: " << *problem << "\n";
+    if (!parsed) {
+        std::cerr << "tallywickctl: " << parsed.error() << "\n";
         return usageError;
     }
-    const auto& command = std::get<CtlCommand>(parsed);
+    const auto& command = *parsed;
     if (command.kind == CtlCommand::Kind::version) {
         std::cout << "tallywickctl " << TallywickVersion::displayString << "\n";
         return done;

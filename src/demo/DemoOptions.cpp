@@ -49,12 +49,12 @@ const char* DemoOptions::usage() {
            "Exit status: 0 done, 1 the bridge or the host is missing, 2 usage error.\n";
 }
 
-std::variant<DemoOptions, std::string> DemoOptions::parse(const std::vector<std::string>& arguments) {
+Result<DemoOptions, std::string> DemoOptions::parse(const std::vector<std::string>& arguments) {
     auto read =
         OptionParser({.flags = {"verbose"}, .valued = {"agents", "duration", "runtime-dir", "bridge"}})
             .parse(arguments);
-    if (auto* problem = std::get_if<std::string>(&read)) return *problem;
-    const auto& parsed = std::get<OptionParser::Parsed>(read);
+    if (!read) return fail(std::move(read).error());
+    const auto& parsed = *read;
     DemoOptions options;
     if (parsed.help || parsed.version) {
         options.action = parsed.help ? Action::help : Action::version;
@@ -68,7 +68,7 @@ std::variant<DemoOptions, std::string> DemoOptions::parse(const std::vector<std:
     if (const auto* agents = value("agents")) {
         const auto count = readCount(*agents);
         if (!count || *count < 1 || *count > maximumAgents) {
-            return "--agents must be a whole number from 1 to " + std::to_string(maximumAgents);
+            return fail("--agents must be a whole number from 1 to " + std::to_string(maximumAgents));
         }
         options.agents = *count;
     }
@@ -76,7 +76,7 @@ std::variant<DemoOptions, std::string> DemoOptions::parse(const std::vector<std:
         const auto seconds = readSeconds(*duration);
         // A year is far beyond any demo and keeps the deadline arithmetic in range.
         if (!seconds || *seconds <= 0 || *seconds > 366.0 * 24 * 3600) {
-            return std::string("--duration must be a number of seconds above 0");
+            return fail(std::string("--duration must be a number of seconds above 0"));
         }
         options.durationSeconds = *seconds;
     }

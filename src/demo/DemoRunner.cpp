@@ -47,13 +47,13 @@ void DemoRunner::log(const Slot& slot, const std::string& note) {
     if (!note.empty()) std::cout << slot.agent.persona().label << ": " << note << "\n";
 }
 
-void DemoRunner::fail(Result result, std::string problem) {
+void DemoRunner::fail(Ending result, std::string problem) {
     if (failure_) return;
     failure_ = result;
     problem_ = std::move(problem);
 }
 
-DemoRunner::Result DemoRunner::run() {
+DemoRunner::Ending DemoRunner::run() {
     const auto start = Clock::now();
     const auto deadline = duration_ ? start + *duration_ : Clock::time_point::max();
     // The first agent goes ahead alone, so that a missing host is told by one bridge, not by all.
@@ -110,7 +110,7 @@ DemoRunner::Result DemoRunner::run() {
     }
     closeAll();
     if (failure_) return *failure_;
-    return stopped ? Result::stopped : Result::finished;
+    return stopped ? Ending::stopped : Ending::finished;
 }
 
 void DemoRunner::tick(Slot& slot, Clock::time_point now) {
@@ -140,7 +140,7 @@ void DemoRunner::connect(Slot& slot, Clock::time_point now) {
     std::string problem;
     slot.bridge = BridgeChild::launch(bridgePath_, bridgeArguments_, verbose_, problem);
     if (!slot.bridge) {
-        fail(Result::bridgeFailed, "cannot start " + bridgePath_ + ": " + problem);
+        fail(Ending::bridgeFailed, "cannot start " + bridgePath_ + ": " + problem);
         return;
     }
     slot.phase = Phase::active;
@@ -162,13 +162,13 @@ void DemoRunner::readFrom(Slot& slot, Clock::time_point now) {
         auto heard = slot.agent.hear(line);
         log(slot, heard.note);
         if (heard.hostMissing) {
-            fail(Result::hostMissing,
+            fail(Ending::hostMissing,
                  hostConfirmed_ ? "the Tallywick host went away" : "the Tallywick host is not running");
             return;
         }
         if (heard.handshakeFailed) {
             // No agent of ours could do anything with such a host; better to say so than to idle.
-            fail(Result::handshakeRefused, "the Tallywick host refused the handshake: " + heard.note);
+            fail(Ending::handshakeRefused, "the Tallywick host refused the handshake: " + heard.note);
             return;
         }
         if (heard.handshakeDone && slot.phase == Phase::active) {
@@ -194,14 +194,14 @@ void DemoRunner::bridgeEnded(Slot& slot, Clock::time_point now) {
     slot.leaveAt = Clock::time_point::max();
     slot.nextAt = now + between(2.0, 5.0);
     if (WIFEXITED(status) && WEXITSTATUS(status) == 127) {
-        fail(Result::bridgeFailed, "could not run " + bridgePath_);
+        fail(Ending::bridgeFailed, "could not run " + bridgePath_);
         return;
     }
     if (meant) {
         log(slot, "left (bridge " + describeStatus(status) + ")");
     } else if (!hostConfirmed_) {
         // Nothing has worked yet, so trying again would only repeat this.
-        fail(Result::bridgeFailed, bridgePath_ + " ended before answering (" + describeStatus(status) + ")");
+        fail(Ending::bridgeFailed, bridgePath_ + " ended before answering (" + describeStatus(status) + ")");
     } else {
         log(slot, "bridge ended unexpectedly (" + describeStatus(status) + "), coming back soon");
     }

@@ -23,11 +23,11 @@ namespace {
 
 int run(int argc, char** argv) {
     auto parsed = DemoOptions::parse({argv + 1, argv + argc});
-    if (auto* problem = std::get_if<std::string>(&parsed)) {
-        std::cerr << "tallywick-demo: " << *problem << "\n" << DemoOptions::usage();
+    if (!parsed) {
+        std::cerr << "tallywick-demo: " << parsed.error() << "\n" << DemoOptions::usage();
         return 2;
     }
-    const auto& options = std::get<DemoOptions>(parsed);
+    const auto& options = *parsed;
     switch (options.action) {
         case DemoOptions::Action::help:
             std::cout << DemoOptions::usage() << "\n"
@@ -64,15 +64,15 @@ int run(int argc, char** argv) {
 
     DemoRunner runner(options, bridge, stopFd);
     switch (runner.run()) {
-        case DemoRunner::Result::finished:
-        case DemoRunner::Result::stopped: return 0;
-        case DemoRunner::Result::hostMissing:
+        case DemoRunner::Ending::finished:
+        case DemoRunner::Ending::stopped: return 0;
+        case DemoRunner::Ending::hostMissing:
             std::cerr << "tallywick-demo: " << runner.problem()
                       << " (runtime folder: " << options.runtimeDirectory.value_or(runtimeDirectoryPath())
                       << "); start tallywick-host first\n";
             return 1;
-        case DemoRunner::Result::handshakeRefused:
-        case DemoRunner::Result::bridgeFailed:
+        case DemoRunner::Ending::handshakeRefused:
+        case DemoRunner::Ending::bridgeFailed:
             std::cerr << "tallywick-demo: " << runner.problem() << "\n";
             return 1;
     }

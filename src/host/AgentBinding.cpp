@@ -10,13 +10,13 @@ namespace tallywick {
 Outcome<std::optional<Account>> AgentBinding::readableAccount(AgentSession& session, Date now,
                                                               AgentService::Effects& effects) {
     const auto settings = store_.settings();
-    if (auto* failure = std::get_if<Failure>(&settings)) return *failure;
-    const bool allowUnauthenticated = std::get<Settings>(settings).allowUnauthenticated;
+    if (!settings) return fail(settings.error());
+    const bool allowUnauthenticated = settings->allowUnauthenticated;
     if (session.accountId) {
         // Turning unauthenticated access off also ends the bindings it made.
         if (session.authenticated || allowUnauthenticated) {
             auto account = store_.account(*session.accountId);
-            if (!succeeded(account) || std::get<std::optional<Account>>(account)) return account;
+            if (!account || *account) return account;
         }
         unbind(session, effects);
         return std::optional<Account>();
@@ -30,11 +30,11 @@ Outcome<std::optional<Account>> AgentBinding::bindByClientInfo(AgentSession& ses
     if (!session.clientInfo) return std::optional<Account>();
     // Seen before the call, to tell a new account (a new ledger) from a known one.
     const auto listed = store_.accounts(LedgerStore::Balances::omitted);
-    if (auto* failure = std::get_if<Failure>(&listed)) return *failure;
-    const auto& before = std::get<std::vector<Account>>(listed);
+    if (!listed) return fail(listed.error());
+    const auto& before = *listed;
     auto outcome = store_.clientInfoAccount(*session.clientInfo, session.clientInfoFields, now);
-    if (auto* failure = std::get_if<Failure>(&outcome)) return *failure;
-    auto* account = std::get_if<Account>(&outcome);
+    if (!outcome) return fail(std::move(outcome).error());
+    auto* account = &*outcome;
     auto known =
         std::find_if(before.begin(), before.end(), [&](const Account& a) { return a.id == account->id; });
     if (known == before.end()) {
@@ -53,7 +53,7 @@ void AgentBinding::recordClientInfo(const AgentSession& session, const Account& 
     if (!session.clientInfo) return;
     if (account.clientInfo == session.clientInfo && account.clientInfoFields == session.clientInfoFields)
         return;
-    if (succeeded(store_.recordClientInfo(account.id, *session.clientInfo, session.clientInfoFields))) {
+    if (store_.recordClientInfo(account.id, *session.clientInfo, session.clientInfoFields)) {
         effects.dataChanged = true;
     }
 }

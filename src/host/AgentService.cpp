@@ -17,7 +17,7 @@ namespace tallywick {
 
 namespace {
 
-using Answer = std::variant<std::string, McpError>;  // the result's JSON, or the error
+using Answer = Result<std::string, McpError>;  // the result's JSON, or the error
 
 constexpr std::string_view emptyResult = "{}";
 // What one agent may make the host keep of its client information; a
@@ -54,8 +54,8 @@ std::optional<std::string> detailText(simdjson::dom::element value) {
 // What the client says about itself beyond name, version and title, plus the
 // negotiated revision, ordered by key so that the same handshake stores the
 // same list; the reason when it says too much.
-std::variant<std::vector<ClientInfoField>, McpError> clientDetails(simdjson::dom::object info,
-                                                                   std::string_view revision) {
+Result<std::vector<ClientInfoField>, McpError> clientDetails(simdjson::dom::object info,
+                                                             std::string_view revision) {
     std::map<std::string, std::string, std::less<>> details;
     std::size_t bytes = 0;
     for (auto [key, value] : info) {
@@ -63,14 +63,15 @@ std::variant<std::vector<ClientInfoField>, McpError> clientDetails(simdjson::dom
         auto text = detailText(value);
         if (!text) continue;  // nested values are not details a person reads
         if (details.size() == maximumFieldCount)
-            return McpError::params("clientInfo has more than 32 further fields");
+            return fail(McpError::params("clientInfo has more than 32 further fields"));
         if (codePointCount(key) > maximumFieldKeyLength)
-            return McpError::params("clientInfo field names must be at most 64 characters");
+            return fail(McpError::params("clientInfo field names must be at most 64 characters"));
         if (codePointCount(*text) > maximumFieldLength)
-            return McpError::params("clientInfo." + std::string(key) + " must be at most 1024 characters");
+            return fail(
+                McpError::params("clientInfo." + std::string(key) + " must be at most 1024 characters"));
         bytes += key.size() + text->size();
         if (bytes > maximumFieldsBytes)
-            return McpError::params("clientInfo's further fields must be at most 8 KiB in all");
+            return fail(McpError::params("clientInfo's further fields must be at most 8 KiB in all"));
         details.emplace(key, std::move(*text));
     }
     details["protocolVersion"] = std::string(revision);
@@ -87,31 +88,33 @@ McpError unreadable(const Failure& failure) {
 Answer initialize(Turn& turn, McpFields& params) {
     // Once per connection: a client that handshakes in a loop changes nothing.
     if (turn.session.initialized)
-        return McpError{McpError::invalidRequest, "Invalid Request: this connection is already initialized"};
+        return fail(
+            McpError{McpError::invalidRequest, "Invalid Request: this connection is already initialized"});
     const auto requested = params.string("protocolVersion", true);
     const auto infoObject = params.object("clientInfo", true);
-    if (!params.ok()) return McpError::params(*params.problem());
+    if (!params.ok()) return fail(McpError::params(*params.problem()));
     McpFields info(*infoObject);
     const auto name = info.string("name", true);
     const auto version = info.string("version");
     const auto title = info.string("title");
-    if (!info.ok()) return McpError::params("clientInfo." + *info.problem());
-    if (name->empty()) return McpError::params("clientInfo.name must not be empty");
+    if (!info.ok()) return fail(McpError::params("clientInfo." + *info.problem()));
+    if (name->empty()) return fail(McpError::params("clientInfo.name must not be empty"));
     for (const auto& [field, text] : {std::pair{"name", name}, {"version", version}, {"title", title}}) {
         if (text && codePointCount(*text) > maximumInfoLength) {
-            return McpError::params("clientInfo." + std::string(field) + " must be at most 256 characters");
+            return fail(
+                McpError::params("clientInfo." + std::string(field) + " must be at most 256 characters"));
         }
     }
     const auto revision = McpCatalog::negotiate(*requested);
     auto details = clientDetails(*infoObject, revision);
-    if (auto* refused = std::get_if<McpError>(&details)) return *refused;
+    if (!details) return fail(std::move(details).error());
 
     AgentSession& session = turn.session;
     const AgentSession before = session;
     session.clientInfo = ClientInfo{.name = std::string(*name),
                                     .version = version ? std::optional<std::string>(*version) : std::nullopt,
                                     .title = title ? std::optional<std::string>(*title) : std::nullopt};
-    session.clientInfoFields = std::move(std::get<std::vector<ClientInfoField>>(details));
+    session.clientInfoFields = std::move(details).value();
     session.protocolVersion = std::string(revision);
     session.initialized = true;
     turn.effects.connectionsChanged = true;
@@ -119,48 +122,47 @@ Answer initialize(Turn& turn, McpFields& params) {
     // The connection speaks for its client's account when the host allows
     // that; a ledger that cannot be read leaves the handshake untaken.
     const auto settings = turn.store.settings();
-    auto bound =
-        std::holds_alternative<Settings>(settings) && !std::get<Settings>(settings).allowUnauthenticated
-            ? Outcome<std::optional<Account>>()
-            : AgentBinding(turn.store).bindByClientInfo(session, turn.now, turn.effects);
-    if (const auto* failure = std::get_if<Failure>(&settings)) bound = *failure;
-    if (const auto* failure = std::get_if<Failure>(&bound)) {
+    auto bound = settings && !settings->allowUnauthenticated
+                     ? Outcome<std::optional<Account>>()
+                     : AgentBinding(turn.store).bindByClientInfo(session, turn.now, turn.effects);
+    if (!settings) bound = fail(settings.error());
+    if (!bound) {
         session = before;
         turn.effects.connectionsChanged = false;
-        return unreadable(*failure);
+        return fail(unreadable(bound.error()));
     }
     return McpCatalog::initializeResult(revision);
 }
 
 Answer setLogLevel(Turn& turn, McpFields& params) {
     const auto level = params.string("level", true);
-    if (!params.ok()) return McpError::params(*params.problem());
+    if (!params.ok()) return fail(McpError::params(*params.problem()));
     if (std::find(logLevels.begin(), logLevels.end(), *level) == logLevels.end()) {
-        return McpError::params(
-            "level must be one of debug, info, notice, warning, error, critical, alert, "
-            "emergency");
+        return fail(
+            McpError::params("level must be one of debug, info, notice, warning, error, critical, alert, "
+                             "emergency"));
     }
     turn.session.logLevel = std::string(*level);
     return std::string(emptyResult);
 }
 
 // Every list fits on one page, so no cursor of ours exists to be passed back.
-std::optional<McpError> refuseCursor(McpFields& params) {
+Result<void, McpError> refuseCursor(McpFields& params) {
     const auto cursor = params.string("cursor");
-    if (!params.ok()) return McpError::params(*params.problem());
-    if (cursor) return McpError::params("cursor is not one this host gave");
-    return std::nullopt;
+    if (!params.ok()) return fail(McpError::params(*params.problem()));
+    if (cursor) return fail(McpError::params("cursor is not one this host gave"));
+    return {};
 }
 
 Answer callTool(Turn& turn, McpFields& params) {
     const auto name = params.string("name", true);
     const auto arguments = params.object("arguments");
-    if (!params.ok()) return McpError::params(*params.problem());
+    if (!params.ok()) return fail(McpError::params(*params.problem()));
     McpFields argumentFields = arguments ? McpFields(*arguments) : McpFields();
     AgentTools tools(turn.store, turn.hasher);
     auto called = tools.call(*name, argumentFields, turn.session, turn.now, turn.effects);
-    if (!called) return McpError{McpError::invalidParams, "Unknown tool: " + std::string(*name)};
-    if (auto* result = std::get_if<AgentTools::Result>(&*called)) return AgentTools::callResult(*result);
+    if (!called) return fail(McpError{McpError::invalidParams, "Unknown tool: " + std::string(*name)});
+    if (auto* result = std::get_if<AgentTools::ToolAnswer>(&*called)) return AgentTools::callResult(*result);
 
     // The reply waits for the key work; handle() sees keyWork and gives none yet.
     auto& pending = std::get<AgentTools::Pending>(*called);
@@ -191,23 +193,23 @@ McpError resourceNotFound(std::string_view uri) {
 // The one resource a connection may use is its own account's history. An
 // unbound connection has none (its resource list is empty), so it is told
 // "not found" like a connection asking for someone else's.
-std::variant<Account, McpError> ownResource(Turn& turn, McpFields& params, std::string_view& uri) {
+Result<Account, McpError> ownResource(Turn& turn, McpFields& params, std::string_view& uri) {
     const auto requested = params.string("uri", true);
-    if (!params.ok()) return McpError::params(*params.problem());
+    if (!params.ok()) return fail(McpError::params(*params.problem()));
     uri = *requested;
     auto readable = AgentBinding(turn.store).readableAccount(turn.session, turn.now, turn.effects);
-    if (auto* failure = std::get_if<Failure>(&readable)) return unreadable(*failure);
-    auto& account = std::get<std::optional<Account>>(readable);
-    if (!account || uri != AgentService::historyUri(account->id)) return resourceNotFound(uri);
+    if (!readable) return fail(unreadable(readable.error()));
+    auto& account = *readable;
+    if (!account || uri != AgentService::historyUri(account->id)) return fail(resourceNotFound(uri));
     return std::move(*account);
 }
 
 Answer readResource(Turn& turn, McpFields& params) {
     std::string_view uri;
     auto resource = ownResource(turn, params, uri);
-    if (auto* error = std::get_if<McpError>(&resource)) return std::move(*error);
-    auto text = AgentTools(turn.store, turn.hasher).history(std::get<Account>(resource), 100, std::nullopt);
-    if (auto* failed = std::get_if<Failure>(&text)) return McpError{McpError::internalError, failed->reason};
+    if (!resource) return fail(std::move(resource).error());
+    auto text = AgentTools(turn.store, turn.hasher).history(*resource, 100, std::nullopt);
+    if (!text) return fail(McpError{McpError::internalError, text.error().reason});
     JsonWriter writer;
     writer.beginObject();
     writer.key("contents");
@@ -218,7 +220,7 @@ Answer readResource(Turn& turn, McpFields& params) {
     writer.key("mimeType");
     writer.string("application/json");
     writer.key("text");
-    writer.string(std::get<std::string>(text));
+    writer.string(*text);
     writer.endObject();
     writer.endArray();
     writer.endObject();
@@ -228,7 +230,7 @@ Answer readResource(Turn& turn, McpFields& params) {
 Answer subscribe(Turn& turn, McpFields& params, bool on) {
     std::string_view uri;
     auto resource = ownResource(turn, params, uri);
-    if (auto* error = std::get_if<McpError>(&resource)) return std::move(*error);
+    if (!resource) return fail(std::move(resource).error());
     if (on)
         turn.session.subscriptions.insert(std::string(uri));
     else
@@ -244,25 +246,25 @@ Answer respond(Turn& turn, std::string_view method, McpFields& params) {
     if (method == "ping") return std::string(emptyResult);
     if (method == "logging/setLevel") return setLogLevel(turn, params);
     if (method == "tools/list") {
-        if (auto error = refuseCursor(params)) return std::move(*error);
+        if (auto cursor = refuseCursor(params); !cursor) return fail(std::move(cursor).error());
         return McpCatalog::toolsListResult();
     }
     if (method == "tools/call") return callTool(turn, params);
     if (method == "resources/list") {
-        if (auto error = refuseCursor(params)) return std::move(*error);
+        if (auto cursor = refuseCursor(params); !cursor) return fail(std::move(cursor).error());
         auto readable = AgentBinding(turn.store).readableAccount(turn.session, turn.now, turn.effects);
-        if (auto* failure = std::get_if<Failure>(&readable)) return unreadable(*failure);
-        const auto& account = std::get<std::optional<Account>>(readable);
+        if (!readable) return fail(unreadable(readable.error()));
+        const auto& account = *readable;
         return McpCatalog::resourcesListResult(account ? std::optional(account->id) : std::nullopt);
     }
     if (method == "resources/templates/list") {
-        if (auto error = refuseCursor(params)) return std::move(*error);
+        if (auto cursor = refuseCursor(params); !cursor) return fail(std::move(cursor).error());
         return McpCatalog::resourceTemplatesResult();
     }
     if (method == "resources/read") return readResource(turn, params);
     if (method == "resources/subscribe") return subscribe(turn, params, true);
     if (method == "resources/unsubscribe") return subscribe(turn, params, false);
-    return McpError{McpError::methodNotFound, "Method not found"};
+    return fail(McpError{McpError::methodNotFound, "Method not found"});
 }
 
 }  // namespace
@@ -292,10 +294,8 @@ AgentService::Effects AgentService::handle(AgentSession& session, std::string_vi
         McpFields params(message.params);
         auto answer = respond(turn, *message.method, params);
         if (effects.keyWork) return effects;
-        if (auto* result = std::get_if<std::string>(&answer))
-            effects.reply = mcpResultLine(message.id, *result);
-        else
-            effects.reply = mcpErrorLine(message.id, std::get<McpError>(answer));
+        effects.reply =
+            answer ? mcpResultLine(message.id, *answer) : mcpErrorLine(message.id, answer.error());
     } catch (const std::exception&) {
         // Only running out of memory gets here; a request is still answered.
         if (effects.direction == Direction::request) {

@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view notSignedInMessage =
     "This connection is not signed in to an account: call signUp or login first";
 
-AgentTools::Result accountResult(const Account& account) {
+AgentTools::ToolAnswer accountResult(const Account& account) {
     JsonWriter writer;
     writer.beginObject();
     writer.key("accountId");
@@ -28,7 +28,7 @@ AgentTools::Result accountResult(const Account& account) {
     return AgentTools::failure(ToolErrorCode::internalError, "The account could not be written");
 }
 
-AgentTools::Result invalidArguments(const McpFields& arguments) {
+AgentTools::ToolAnswer invalidArguments(const McpFields& arguments) {
     return AgentTools::failure(ToolErrorCode::invalidArguments, *arguments.problem());
 }
 
@@ -50,7 +50,7 @@ std::string defaultDisplayName() {
 
 }  // namespace
 
-std::optional<std::variant<AgentTools::Result, AgentTools::Pending>> AgentTools::call(
+std::optional<std::variant<AgentTools::ToolAnswer, AgentTools::Pending>> AgentTools::call(
     std::string_view name, McpFields& arguments, AgentSession& session, Date now,
     AgentService::Effects& effects) {
     if (name == "signUp") return signUp(arguments);
@@ -60,7 +60,7 @@ std::optional<std::variant<AgentTools::Result, AgentTools::Pending>> AgentTools:
     return std::nullopt;
 }
 
-std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::signUp(McpFields& arguments) {
+std::variant<AgentTools::ToolAnswer, AgentTools::Pending> AgentTools::signUp(McpFields& arguments) {
     arguments.allowOnly({"key", "displayName"});
     const auto key = arguments.string("key", true);
     const auto requestedName = arguments.string("displayName");
@@ -78,13 +78,12 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::signUp(McpFiel
     return Pending{
         .run = [&hasher = hasher_, key = std::string(*key)] { return KeyOutcome{.hash = hasher.hash(key)}; },
         .finish = [&store = store_, displayName](AgentSession& session, const KeyOutcome& outcome, Date now,
-                                                 AgentService::Effects& effects) -> Result {
+                                                 AgentService::Effects& effects) -> ToolAnswer {
             if (!outcome.hash)
                 return failure(ToolErrorCode::internalError, "The key could not be hashed; try again");
             auto created = store.createCredentialAccount(displayName, *outcome.hash, now);
-            if (auto* failed = std::get_if<Failure>(&created))
-                return failure(ToolErrorCode::internalError, failed->reason);
-            const auto& account = std::get<Account>(created);
+            if (!created) return failure(ToolErrorCode::internalError, created.error().reason);
+            const auto& account = *created;
             effects.dataChanged = true;
             effects.changedAccounts.push_back(account.id);
             AgentBinding::bind(session, account.id, true, effects);
@@ -94,20 +93,18 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::signUp(McpFiel
     };
 }
 
-std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::login(McpFields& arguments) {
+std::variant<AgentTools::ToolAnswer, AgentTools::Pending> AgentTools::login(McpFields& arguments) {
     arguments.allowOnly({"accountId", "key"});
     const auto accountId = arguments.string("accountId", true);
     const auto key = arguments.string("key", true);
     if (!arguments.ok()) return invalidArguments(arguments);
 
     const auto found = store_.account(std::string(*accountId));
-    if (auto* failed = std::get_if<Failure>(&found))
-        return failure(ToolErrorCode::internalError, failed->reason);
-    const auto& account = std::get<std::optional<Account>>(found);
+    if (!found) return failure(ToolErrorCode::internalError, found.error().reason);
+    const auto& account = *found;
     auto stored = account ? store_.keyHash(account->id) : Outcome<std::optional<std::string>>();
-    if (auto* failed = std::get_if<Failure>(&stored))
-        return failure(ToolErrorCode::internalError, failed->reason);
-    auto hash = std::move(std::get<std::optional<std::string>>(stored));
+    if (!stored) return failure(ToolErrorCode::internalError, stored.error().reason);
+    auto hash = std::move(stored).value();
     return Pending{
         .run =
             [&hasher = hasher_, hash = std::move(hash), key = std::string(*key)] {
@@ -118,16 +115,15 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::login(McpField
                 hasher.verify(decoy, key);
                 return KeyOutcome{};
             },
-        .finish = [&store = store_, id = std::string(*accountId)](AgentSession& session,
-                                                                  const KeyOutcome& outcome, Date,
-                                                                  AgentService::Effects& effects) -> Result {
+        .finish = [&store = store_, id = std::string(*accountId)](
+                      AgentSession& session, const KeyOutcome& outcome, Date,
+                      AgentService::Effects& effects) -> ToolAnswer {
             // Read again: the account may have gone while the key was checked.
             if (!outcome.matched)
                 return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
             const auto found = store.account(id);
-            if (auto* failed = std::get_if<Failure>(&found))
-                return failure(ToolErrorCode::internalError, failed->reason);
-            const auto& account = std::get<std::optional<Account>>(found);
+            if (!found) return failure(ToolErrorCode::internalError, found.error().reason);
+            const auto& account = *found;
             if (!account) return failure(ToolErrorCode::invalidCredentials, "Unknown accountId or wrong key");
             AgentBinding::bind(session, account->id, true, effects);
             AgentBinding(store).recordClientInfo(session, *account, effects);
@@ -138,20 +134,19 @@ std::variant<AgentTools::Result, AgentTools::Pending> AgentTools::login(McpField
     };
 }
 
-AgentTools::Result AgentTools::getBalance(McpFields& arguments, AgentSession& session, Date now,
-                                          AgentService::Effects& effects) {
+AgentTools::ToolAnswer AgentTools::getBalance(McpFields& arguments, AgentSession& session, Date now,
+                                              AgentService::Effects& effects) {
     arguments.allowOnly({});
     if (!arguments.ok()) return invalidArguments(arguments);
     const auto readable = AgentBinding(store_).readableAccount(session, now, effects);
-    if (auto* failed = std::get_if<Failure>(&readable))
-        return failure(ToolErrorCode::internalError, failed->reason);
-    const auto& account = std::get<std::optional<Account>>(readable);
+    if (!readable) return failure(ToolErrorCode::internalError, readable.error().reason);
+    const auto& account = *readable;
     if (!account) return failure(ToolErrorCode::notSignedIn, notSignedInMessage);
     return accountResult(*account);
 }
 
-AgentTools::Result AgentTools::getHistory(McpFields& arguments, AgentSession& session, Date now,
-                                          AgentService::Effects& effects) {
+AgentTools::ToolAnswer AgentTools::getHistory(McpFields& arguments, AgentSession& session, Date now,
+                                              AgentService::Effects& effects) {
     arguments.allowOnly({"limit", "before"});
     const auto limit = arguments.integer("limit").value_or(20);
     const auto before = arguments.string("before");
@@ -159,26 +154,25 @@ AgentTools::Result AgentTools::getHistory(McpFields& arguments, AgentSession& se
     if (limit < 1 || limit > 100)
         return failure(ToolErrorCode::invalidArguments, "limit must be from 1 to 100");
     const auto readable = AgentBinding(store_).readableAccount(session, now, effects);
-    if (auto* failed = std::get_if<Failure>(&readable))
-        return failure(ToolErrorCode::internalError, failed->reason);
-    const auto& account = std::get<std::optional<Account>>(readable);
+    if (!readable) return failure(ToolErrorCode::internalError, readable.error().reason);
+    const auto& account = *readable;
     if (!account) return failure(ToolErrorCode::notSignedIn, notSignedInMessage);
     auto page = history(*account, static_cast<int>(limit),
                         before ? std::optional<std::string>(*before) : std::nullopt);
-    if (auto* failed = std::get_if<Failure>(&page)) {
+    if (!page) {
         // A page that names no entry of this account is the agent's to fix; anything else is ours.
-        const bool theirs = failed->reason == "No such entry";
+        const bool theirs = page.error().reason == "No such entry";
         return failure(theirs ? ToolErrorCode::invalidArguments : ToolErrorCode::internalError,
-                       failed->reason);
+                       page.error().reason);
     }
-    return {std::move(std::get<std::string>(page)), false};
+    return {std::move(page).value(), false};
 }
 
 Outcome<std::string> AgentTools::history(const Account& account, int limit,
                                          const std::optional<std::string>& before) const {
     auto outcome = store_.history(account.id, limit, before);
-    if (auto* failed = std::get_if<Failure>(&outcome)) return *failed;
-    const auto& page = std::get<LedgerStore::HistoryPage>(outcome);
+    if (!outcome) return fail(std::move(outcome).error());
+    const auto& page = *outcome;
     JsonWriter writer(256 + page.entries.size() * 256);
     writer.beginObject();
     writer.key("accountId");
@@ -216,10 +210,10 @@ Outcome<std::string> AgentTools::history(const Account& account, int limit,
     }
     writer.endObject();
     if (auto text = std::move(writer).finish()) return std::move(*text);
-    return Failure{"The history could not be written"};
+    return fail(Failure{"The history could not be written"});
 }
 
-std::string AgentTools::callResult(const Result& result) {
+std::string AgentTools::callResult(const ToolAnswer& result) {
     JsonWriter writer(result.structured.size() * 2 + 96);
     writer.beginObject();
     writer.key("content");
@@ -239,7 +233,7 @@ std::string AgentTools::callResult(const Result& result) {
     return writer.text();
 }
 
-AgentTools::Result AgentTools::failure(ToolErrorCode code, std::string_view message) {
+AgentTools::ToolAnswer AgentTools::failure(ToolErrorCode code, std::string_view message) {
     JsonWriter writer;
     writer.beginObject();
     writer.key("error");

@@ -15,9 +15,8 @@ std::string encodeResponse(const ControlResponse& response) {
 }
 
 template <class T>
-ControlService::Result answer(const Outcome<T>& outcome) {
-    if (const auto* failure = std::get_if<Failure>(&outcome))
-        return {.reply = encodeResponse(ControlResponse::failure(failure->reason))};
+ControlService::Handled answer(const Outcome<T>& outcome) {
+    if (!outcome) return {.reply = encodeResponse(ControlResponse::failure(outcome.error().reason))};
     return {.reply = encodeResponse(ControlResponse::ok()), .dataChanged = true};
 }
 
@@ -25,40 +24,40 @@ ControlService::Result answer(const Outcome<T>& outcome) {
 
 ControlService::ControlService(LedgerStore& store) : store_(store) {}
 
-ControlService::Result ControlService::handle(std::string_view requestText, Date now) {
+ControlService::Handled ControlService::handle(std::string_view requestText, Date now) {
     auto request = TallywickCoding::decode<ControlRequest>(requestText);
     if (!request) return {.reply = encodeResponse(ControlResponse::failure("Malformed request"))};
     return execute(*request, now);
 }
 
-ControlService::Result ControlService::execute(const ControlRequest& request, Date now) {
+ControlService::Handled ControlService::execute(const ControlRequest& request, Date now) {
     using R = ControlRequest;
     return std::visit(
-        [&](const auto& c) -> Result {
+        [&](const auto& c) -> Handled {
             using Case = std::decay_t<decltype(c)>;
             if constexpr (std::is_same_v<Case, R::Snapshot>) {
                 return {.snapshotWanted = true};
             } else if constexpr (std::is_same_v<Case, R::CreateEntry>) {
                 const auto outcome = store_.createEntry(c.entry, now);
                 auto result = answer(outcome);
-                if (const auto* entry = std::get_if<LedgerEntry>(&outcome)) {
-                    result.changedLedgers.push_back(entry->accountId);
-                    result.writtenEntry = *entry;
+                if (outcome) {
+                    result.changedLedgers.push_back(outcome->accountId);
+                    result.writtenEntry = *outcome;
                 }
                 return result;
             } else if constexpr (std::is_same_v<Case, R::UpdateEntry>) {
                 const auto outcome = store_.updateEntry(c.entry, now);
                 auto result = answer(outcome);
-                if (const auto* entry = std::get_if<LedgerEntry>(&outcome)) {
-                    result.changedLedgers.push_back(entry->accountId);
-                    result.writtenEntry = *entry;
+                if (outcome) {
+                    result.changedLedgers.push_back(outcome->accountId);
+                    result.writtenEntry = *outcome;
                 }
                 return result;
             } else if constexpr (std::is_same_v<Case, R::DeleteEntry>) {
                 const auto outcome = store_.deleteEntry(c.id);
                 auto result = answer(outcome);
-                if (const auto* account = std::get_if<std::string>(&outcome)) {
-                    result.changedLedgers.push_back(*account);
+                if (outcome) {
+                    result.changedLedgers.push_back(*outcome);
                     result.removedEntry = c.id;
                 }
                 return result;

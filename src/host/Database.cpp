@@ -55,13 +55,13 @@ Statement& Statement::bind(int index, std::nullopt_t) {
     return *this;
 }
 
-std::variant<bool, DatabaseError> Statement::step() {
+Result<bool, DatabaseError> Statement::step() {
     if (!statement_) return false;
-    if (bindResult_ != SQLITE_OK) return DatabaseError{sqlite3_errstr(bindResult_)};
+    if (bindResult_ != SQLITE_OK) return fail(DatabaseError{sqlite3_errstr(bindResult_)});
     switch (sqlite3_step(statement_)) {
         case SQLITE_ROW: return true;
         case SQLITE_DONE: return false;
-        default: return lastError(database_);
+        default: return fail(lastError(database_));
     }
 }
 
@@ -87,13 +87,13 @@ std::optional<std::string> Statement::optionalText(int column) const {
 
 // Database
 
-std::variant<std::unique_ptr<Database>, DatabaseError> Database::openReadOnly(const std::string& path) {
+Result<std::unique_ptr<Database>, DatabaseError> Database::openReadOnly(const std::string& path) {
     sqlite3* handle = nullptr;
     const int result = sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READONLY, nullptr);
     if (result != SQLITE_OK) {
         DatabaseError error = handle ? lastError(handle) : DatabaseError{sqlite3_errstr(result)};
         sqlite3_close(handle);
-        return error;
+        return fail(std::move(error));
     }
     return std::unique_ptr<Database>(new Database(handle));
 }
@@ -102,14 +102,14 @@ void Database::setCheckpointOnClose(bool allowed) {
     sqlite3_db_config(handle_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, allowed ? 0 : 1, nullptr);
 }
 
-std::variant<std::unique_ptr<Database>, DatabaseError> Database::open(const std::string& path) {
+Result<std::unique_ptr<Database>, DatabaseError> Database::open(const std::string& path) {
     sqlite3* handle = nullptr;
     const int result =
         sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
     if (result != SQLITE_OK) {
         DatabaseError error = handle ? lastError(handle) : DatabaseError{sqlite3_errstr(result)};
         sqlite3_close(handle);
-        return error;
+        return fail(std::move(error));
     }
     return std::unique_ptr<Database>(new Database(handle));
 }
@@ -118,22 +118,22 @@ Database::~Database() {
     sqlite3_close_v2(handle_);
 }
 
-std::variant<Statement, DatabaseError> Database::prepare(std::string_view sql) {
+Result<Statement, DatabaseError> Database::prepare(std::string_view sql) {
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v2(handle_, sql.data(), static_cast<int>(sql.size()), &statement, nullptr) !=
         SQLITE_OK) {
         sqlite3_finalize(statement);
-        return lastError(handle_);
+        return fail(lastError(handle_));
     }
     return Statement(handle_, statement);
 }
 
-std::optional<DatabaseError> Database::execute(const std::string& sql) {
+Result<void, DatabaseError> Database::execute(const std::string& sql) {
     char* message = nullptr;
-    if (sqlite3_exec(handle_, sql.c_str(), nullptr, nullptr, &message) == SQLITE_OK) return std::nullopt;
+    if (sqlite3_exec(handle_, sql.c_str(), nullptr, nullptr, &message) == SQLITE_OK) return {};
     DatabaseError error = message ? DatabaseError{message} : lastError(handle_);
     sqlite3_free(message);
-    return error;
+    return fail(std::move(error));
 }
 
 std::int64_t Database::lastInsertId() const {
@@ -151,46 +151,51 @@ bool Database::inTransaction() const {
 // Transaction
 
 Transaction::Transaction(Database& database, Mode mode) : database_(database) {
-    failure_ = database_.execute(mode == Mode::immediate ? "BEGIN IMMEDIATE" : "BEGIN");
+    keep(database_.execute(mode == Mode::immediate ? "BEGIN IMMEDIATE" : "BEGIN"));
     open_ = !failure_;
 }
 
 Transaction::~Transaction() {
     // SQLite rolls back by itself after some failures (a full disk, for one),
     // and a second rollback would only fail.
-    if (open_ && database_.inTransaction()) database_.execute("ROLLBACK");
+    if (open_ && database_.inTransaction()) (void)database_.execute("ROLLBACK");
 }
 
 Statement Transaction::prepare(std::string_view sql) {
     if (failure_) return {};
     auto prepared = database_.prepare(sql);
-    if (auto* error = std::get_if<DatabaseError>(&prepared)) {
-        failure_ = std::move(*error);
+    if (!prepared) {
+        failure_ = std::move(prepared).error();
         return {};
     }
-    return std::move(std::get<Statement>(prepared));
+    return std::move(prepared).value();
 }
 
 bool Transaction::next(Statement& statement) {
     if (failure_) return false;
     auto stepped = statement.step();
-    if (auto* error = std::get_if<DatabaseError>(&stepped)) {
-        failure_ = std::move(*error);
+    if (!stepped) {
+        failure_ = std::move(stepped).error();
         return false;
     }
-    return std::get<bool>(stepped);
+    return *stepped;
 }
 
 bool Transaction::script(const std::string& sql) {
-    if (!failure_) failure_ = database_.execute(sql);
+    if (!failure_) keep(database_.execute(sql));
     return !failure_;
 }
 
-std::optional<DatabaseError> Transaction::commit() {
-    if (failure_) return failure_;
-    failure_ = database_.execute("COMMIT");
-    if (!failure_) open_ = false;
-    return failure_;
+Result<void, DatabaseError> Transaction::commit() {
+    if (failure_) return fail(*failure_);
+    keep(database_.execute("COMMIT"));
+    if (failure_) return fail(*failure_);
+    open_ = false;
+    return {};
+}
+
+void Transaction::keep(Result<void, DatabaseError> executed) {
+    if (!executed) failure_ = std::move(executed).error();
 }
 
 }  // namespace tallywick

@@ -24,19 +24,19 @@ std::int64_t entryNumber(const std::string& id) {
 EntryCache::EntryCache(const LedgerStore& store, std::int64_t chunkSize)
     : store_(store), chunkSize_(std::max<std::int64_t>(chunkSize, 1)) {}
 
-Outcome<std::monostate> EntryCache::reloadAll() {
+Outcome<void> EntryCache::reloadAll() {
     auto entries = store_.entries();
-    if (auto* failure = std::get_if<Failure>(&entries)) return *failure;
+    if (!entries) return fail(std::move(entries).error());
     chunks_.clear();
     count_ = bytes_ = 0;
-    putOldestFirst(std::get<std::vector<LedgerEntry>>(entries));
-    return std::monostate{};
+    putOldestFirst(*entries);
+    return {};
 }
 
-Outcome<std::monostate> EntryCache::reloadAccount(const std::string& accountId) {
+Outcome<void> EntryCache::reloadAccount(const std::string& accountId) {
     // Read first: what cannot be read leaves what is held as it was.
     auto entries = store_.accountEntries(accountId);
-    if (auto* failure = std::get_if<Failure>(&entries)) return *failure;
+    if (!entries) return fail(std::move(entries).error());
     // Whole accounts change rarely (one is made or deleted): a walk is fine.
     for (auto chunk = chunks_.begin(); chunk != chunks_.end();) {
         auto& held = chunk->second.entries;
@@ -52,8 +52,8 @@ Outcome<std::monostate> EntryCache::reloadAccount(const std::string& accountId) 
         }
         chunk = held.empty() ? chunks_.erase(chunk) : std::next(chunk);
     }
-    putOldestFirst(std::get<std::vector<LedgerEntry>>(entries));
-    return std::monostate{};
+    putOldestFirst(*entries);
+    return {};
 }
 
 // The store lists newest first; oldest first, each entry lands at its chunk's end.

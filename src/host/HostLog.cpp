@@ -61,10 +61,10 @@ void rotate(State& s) {
 
 }  // namespace
 
-std::optional<std::string> toFile(const std::string& path, std::size_t rotateAt, int kept) {
+Result<void, std::string> toFile(const std::string& path, std::size_t rotateAt, int kept) {
     const auto folder = std::filesystem::path(path).parent_path();
     if (!folder.empty()) {
-        if (auto problem = createPrivateFolders(folder)) return *problem;
+        if (auto created = createPrivateFolders(folder); !created) return created;
     }
     State& s = state();
     const std::lock_guard lock(s.mutex);
@@ -75,10 +75,10 @@ std::optional<std::string> toFile(const std::string& path, std::size_t rotateAt,
     if (!attach(s)) {
         const std::string reason = std::strerror(errno);
         s.path = previous;
-        return "cannot write the log " + path + ": " + reason;
+        return fail("cannot write the log " + path + ": " + reason);
     }
     if (s.written >= s.rotateAt) rotate(s);
-    return std::nullopt;
+    return {};
 }
 
 void write(Level level, std::string_view message) {

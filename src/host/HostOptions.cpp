@@ -57,12 +57,12 @@ const char* HostOptions::usage() {
            "  --help             print this text and exit\n";
 }
 
-std::variant<HostOptions, std::string> HostOptions::parse(const std::vector<std::string>& arguments) {
+Result<HostOptions, std::string> HostOptions::parse(const std::vector<std::string>& arguments) {
     auto read =
         OptionParser({.flags = {"restore-latest-backup"}, .valued = {"database", "runtime-dir", "log-file"}})
             .parse(arguments);
-    if (auto* problem = std::get_if<std::string>(&read)) return *problem;
-    const auto& parsed = std::get<OptionParser::Parsed>(read);
+    if (!read) return fail(std::move(read).error());
+    const auto& parsed = *read;
     const auto value = [&parsed](const char* name) {
         const auto found = parsed.values.find(name);
         return found == parsed.values.end() ? std::optional<std::string>() : found->second;

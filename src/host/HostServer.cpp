@@ -56,39 +56,43 @@ std::size_t raiseDescriptorLimit() {
 
 }  // namespace
 
-std::variant<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::start(const Config& config) {
+Result<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::start(const Config& config) {
     const std::size_t maxConnections = raiseDescriptorLimit();
     const auto runtime = prepareRuntimeDirectory(config.runtimeDirectory);
-    if (!runtime.usable()) return StartFailure{.message = runtime.path + ": " + runtime.problem};
+    if (!runtime.usable()) return fail(StartFailure{.message = runtime.path + ": " + runtime.problem});
 
     auto userLock = FileLock::acquire(runtime.path + "/host.lock", std::to_string(::getpid()));
-    if (auto* refused = std::get_if<FileLock::Refused>(&userLock)) {
-        if (!refused->heldByOther) return StartFailure{.message = refused->reason};
-        return StartFailure{.alreadyRunning = true,
-                            .message = "another host is already running for this user in " + runtime.path};
+    if (!userLock) {
+        if (!userLock.error().heldByOther) return fail(StartFailure{.message = userLock.error().reason});
+        return fail(
+            StartFailure{.alreadyRunning = true,
+                         .message = "another host is already running for this user in " + runtime.path});
     }
 
     // Two hosts on one file would each keep balances of their own.
-    if (auto problem = createPrivateFolders(std::filesystem::path(config.databasePath).parent_path()))
-        return StartFailure{.message = *problem};
+    if (auto folders = createPrivateFolders(std::filesystem::path(config.databasePath).parent_path());
+        !folders)
+        return fail(StartFailure{.message = std::move(folders).error()});
     auto databaseLock = FileLock::acquire(config.databasePath + ".lock", runtime.path);
-    if (auto* refused = std::get_if<FileLock::Refused>(&databaseLock)) {
-        if (!refused->heldByOther) return StartFailure{.message = refused->reason};
-        return StartFailure{
+    if (!databaseLock) {
+        const auto& refused = databaseLock.error();
+        if (!refused.heldByOther) return fail(StartFailure{.message = refused.reason});
+        return fail(StartFailure{
             .message =
                 "another host already serves " + config.databasePath +
-                (refused->note.empty() ? std::string() : " (its runtime folder: " + refused->note + ")") +
-                "; stop it first, or give this one another --database"};
+                (refused.note.empty() ? std::string() : " (its runtime folder: " + refused.note + ")") +
+                "; stop it first, or give this one another --database"});
     }
 
     auto opened = LedgerStore::open(config.databasePath);
-    if (auto* problem = std::get_if<std::string>(&opened)) return StartFailure{.message = *problem};
-    std::unique_ptr<HostServer> server(new HostServer(
-        Locks{std::move(std::get<FileLock>(userLock)), std::move(std::get<FileLock>(databaseLock))},
-        std::move(std::get<std::unique_ptr<LedgerStore>>(opened)), endpointPath(runtime.path)));
+    if (!opened) return fail(StartFailure{.message = std::move(opened).error()});
+    std::unique_ptr<HostServer> server(
+        new HostServer(Locks{std::move(userLock).value(), std::move(databaseLock).value()},
+                       std::move(opened).value(), endpointPath(runtime.path)));
     server->maxConnections_ = maxConnections;
     server->databasePath_ = config.databasePath;
-    if (auto problem = server->listen(config.callerRequirement)) return StartFailure{.message = *problem};
+    if (auto listening = server->listen(config.callerRequirement); !listening)
+        return fail(StartFailure{.message = std::move(listening).error()});
     // Listening comes first, so clients connect at once; their requests wait
     // on the serial path behind the ledger's load, which is queued there
     // before any thread runs, so nothing can come before it.
@@ -111,7 +115,7 @@ HostServer::HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::str
       strand_(asio::make_strand(context_)),
       work_(asio::make_work_guard(context_)) {}
 
-std::optional<std::string> HostServer::listen(const std::string& callerRequirement) {
+Result<void, std::string> HostServer::listen(const std::string& callerRequirement) {
     auto listening = LinkListener::listen(
         context_, endpoint_, callerRequirement,
         [this](const std::shared_ptr<LinkConnection>& link) {
@@ -120,9 +124,9 @@ std::optional<std::string> HostServer::listen(const std::string& callerRequireme
         [](const std::string& peer, const std::string& reason) {
             HostLog::warning("refused a connection from " + peer + ": " + reason);
         });
-    if (auto* problem = std::get_if<std::string>(&listening)) return *problem;
-    listener_ = std::get<std::shared_ptr<LinkListener>>(listening);
-    return std::nullopt;
+    if (!listening) return fail(std::move(listening).error());
+    listener_ = std::move(listening).value();
+    return {};
 }
 
 void HostServer::run(int threads) {
@@ -163,8 +167,8 @@ HostServer::~HostServer() {
 
 void HostServer::loadLedger() {
     stateChanged();
-    if (auto loaded = entries_.reloadAll(); !succeeded(loaded)) {
-        HostLog::error(databasePath_ + " could not be read: " + std::get<Failure>(loaded).reason);
+    if (auto loaded = entries_.reloadAll(); !loaded) {
+        HostLog::error(databasePath_ + " could not be read: " + loaded.error().reason);
         // Serving a ledger it cannot read would show a wrong one: the host
         // stops as if told to, and exits with the failure.
         failed_ = true;
@@ -181,10 +185,10 @@ void HostServer::backUpWhenDue() {
         backingUp_ = true;
         asio::post(keyWorkers_, [this] {
             auto made = LedgerBackups::make(databasePath_, now());
-            if (auto* problem = std::get_if<std::string>(&made))
-                HostLog::error("the daily backup failed: " + *problem);
+            if (!made)
+                HostLog::error("the daily backup failed: " + made.error());
             else
-                HostLog::info("backed up the ledger to " + std::get<std::filesystem::path>(made).string());
+                HostLog::info("backed up the ledger to " + made->string());
             asio::post(strand_, [this] { backingUp_ = false; });
         });
     }
@@ -418,9 +422,8 @@ void HostServer::ledgersChanged(const std::vector<std::string>& accountIds) {
 void HostServer::reloadLedger(const std::string& accountId) {
     stateChanged();
     // The change is committed; only the copy we serve from is behind, and says so.
-    if (auto loaded = entries_.reloadAccount(accountId); !succeeded(loaded))
-        HostLog::error("the ledger of " + accountId +
-                       " could not be read again: " + std::get<Failure>(loaded).reason);
+    if (auto loaded = entries_.reloadAccount(accountId); !loaded)
+        HostLog::error("the ledger of " + accountId + " could not be read again: " + loaded.error().reason);
 }
 
 std::vector<EntryCache::Text> HostServer::snapshotParts() {
@@ -431,14 +434,13 @@ std::vector<EntryCache::Text> HostServer::snapshotParts() {
     };
     auto accounts = store_->accounts(LedgerStore::Balances::omitted);
     auto settings = store_->settings();
-    for (const Failure* failure : {std::get_if<Failure>(&accounts), std::get_if<Failure>(&settings)}) {
-        if (failure) return failed(failure->reason);
-    }
+    if (!accounts) return failed(accounts.error().reason);
+    if (!settings) return failed(settings.error().reason);
     Snapshot state{
-        .accounts = std::move(std::get<std::vector<Account>>(accounts)),
+        .accounts = std::move(accounts).value(),
         .entries = {},      // sent as the cache's encoded parts
         .connections = {},  // filled below
-        .settings = std::get<Settings>(settings),
+        .settings = *settings,
         .recentApiLog = log_.recent(kSnapshotApiLogSize),
         .hostVersion = std::string(TallywickVersion::displayString),
     };

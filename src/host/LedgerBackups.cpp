@@ -64,9 +64,9 @@ bool due(const std::string& databasePath, Date now) {
     return last->filename().string() < prefixFor(databasePath) + stamp(now - std::chrono::hours(24));
 }
 
-std::variant<fs::path, std::string> make(const std::string& databasePath, Date now) {
+Result<fs::path, std::string> make(const std::string& databasePath, Date now) {
     const fs::path folder = folderFor(databasePath);
-    if (auto problem = createPrivateFolders(folder)) return *problem;
+    if (auto created = createPrivateFolders(folder); !created) return fail(std::move(created).error());
     const fs::path target = folder / (prefixFor(databasePath) + stamp(now) + ".sqlite3");
     const fs::path partial = target.string() + ".partial";
     std::error_code ignored;
@@ -75,30 +75,29 @@ std::variant<fs::path, std::string> make(const std::string& databasePath, Date n
         if (item.path().filename().string().find(".partial") != std::string::npos)
             fs::remove(item.path(), ignored);
     auto opened = Database::openReadOnly(databasePath);
-    if (auto* error = std::get_if<DatabaseError>(&opened))
-        return "cannot read " + databasePath + ": " + error->message;
-    auto& db = *std::get<std::unique_ptr<Database>>(opened);
-    db.execute("PRAGMA busy_timeout = 5000");
+    if (!opened) return fail("cannot read " + databasePath + ": " + opened.error().message);
+    auto& db = **opened;
+    // Without the wait a busy file fails the copy, which says so.
+    (void)db.execute("PRAGMA busy_timeout = 5000");
     {
         // The copy holds key hashes: private from its first byte.
         const mode_t previous = ::umask(077);
         auto statement = db.prepare("VACUUM INTO ?");
         std::optional<DatabaseError> failed;
-        if (auto* error = std::get_if<DatabaseError>(&statement))
-            failed = *error;
-        else if (auto stepped = std::get<Statement>(statement).bind(1, partial.string()).step();
-                 auto* error = std::get_if<DatabaseError>(&stepped))
-            failed = *error;
+        if (!statement)
+            failed = statement.error();
+        else if (auto stepped = statement->bind(1, partial.string()).step(); !stepped)
+            failed = stepped.error();
         ::umask(previous);
         if (failed) {
             fs::remove(partial, ignored);
-            return "cannot back up " + databasePath + ": " + failed->message;
+            return fail("cannot back up " + databasePath + ": " + failed->message);
         }
     }
     // Only a whole copy gets a backup's name.
     std::error_code renamed;
     fs::rename(partial, target, renamed);
-    if (renamed) return "cannot back up " + databasePath + ": " + renamed.message();
+    if (renamed) return fail("cannot back up " + databasePath + ": " + renamed.message());
     auto all = copies(databasePath);
     for (std::size_t i = 0; i + kKept < all.size(); ++i) fs::remove(all[i], ignored);
     return target;
@@ -109,12 +108,12 @@ Outcome<std::string> restoreNewest(const std::string& databasePath, Date now) {
     std::optional<fs::path> chosen;
     std::string skipped;
     for (auto copy = all.rbegin(); copy != all.rend() && !chosen; ++copy) {
-        if (auto damage = LedgerStore::checkFile(copy->string()))
-            skipped += "; " + copy->string() + " is damaged too (" + *damage + ")";
+        if (auto checked = LedgerStore::checkFile(copy->string()); !checked)
+            skipped += "; " + copy->string() + " is damaged too (" + checked.error() + ")";
         else
             chosen = *copy;
     }
-    if (!chosen) return Failure{"no usable backup in " + folderFor(databasePath).string() + skipped};
+    if (!chosen) return fail(Failure{"no usable backup in " + folderFor(databasePath).string() + skipped});
 
     // The file it replaces goes aside with its log, for whoever wants to look.
     const std::string aside = databasePath + ".damaged-" + stamp(now);
@@ -123,14 +122,15 @@ Outcome<std::string> restoreNewest(const std::string& databasePath, Date now) {
         const fs::path from = databasePath + suffix;
         if (!fs::exists(from, error)) continue;
         fs::rename(from, aside + suffix, error);
-        if (error) return Failure{"cannot move " + from.string() + " aside: " + error.message()};
+        if (error) return fail(Failure{"cannot move " + from.string() + " aside: " + error.message()});
     }
     const fs::path partial = databasePath + ".restoring";
     fs::copy_file(*chosen, partial, fs::copy_options::overwrite_existing, error);
     if (!error) ::chmod(partial.c_str(), 0600);
     if (!error) fs::rename(partial, databasePath, error);
     if (error)
-        return Failure{"cannot copy " + chosen->string() + " to " + databasePath + ": " + error.message()};
+        return fail(
+            Failure{"cannot copy " + chosen->string() + " to " + databasePath + ": " + error.message()});
     return "Restored " + databasePath + " from " + chosen->string() +
            (fs::exists(aside, error) ? "; the file it replaced is kept as " + aside : std::string()) +
            skipped;

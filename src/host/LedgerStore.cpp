@@ -96,11 +96,11 @@ using Wide = Balance::Wide;
 const std::string selectEntries =
     "SELECT id, account_id, kind, flag, amount, memo, created_at, updated_at, sequence FROM entries ";
 
-Failure noSuchAccount() {
-    return {"No such account"};
+Failed<Failure> noSuchAccount() {
+    return fail(Failure{"No such account"});
 }
-Failure noSuchEntry() {
-    return {"No such entry"};
+Failed<Failure> noSuchEntry() {
+    return fail(Failure{"No such entry"});
 }
 
 std::string accountId(std::int64_t number) {
@@ -171,47 +171,48 @@ std::optional<FileState> inspect(Transaction& tx) {
     return FileState{row.integer(0), row.integer(1), row.integer(2)};
 }
 
-std::optional<std::string> refusal(const FileState& state, const std::string& path) {
+// Whether the file may be used as a ledger, or why not.
+Result<void, std::string> acceptable(const FileState& state, const std::string& path) {
     const bool ours = state.application == applicationId;
-    if (!ours && state.application != 0) return path + " is not a Tallywick database";
-    if (state.version > schemaVersion) return path + " was written by a newer version of Tallywick";
-    if (!ours && state.objects != 0) return path + " is not a Tallywick database";
-    return std::nullopt;
+    if (!ours && state.application != 0) return fail(path + " is not a Tallywick database");
+    if (state.version > schemaVersion) return fail(path + " was written by a newer version of Tallywick");
+    if (!ours && state.objects != 0) return fail(path + " is not a Tallywick database");
+    return {};
 }
 
 // The first column of a one-row statement run outside any transaction.
-std::variant<std::string, DatabaseError> single(Database& db, std::string_view sql) {
+Result<std::string, DatabaseError> single(Database& db, std::string_view sql) {
     auto prepared = db.prepare(sql);
-    if (auto* error = std::get_if<DatabaseError>(&prepared)) return *error;
-    auto& statement = std::get<Statement>(prepared);
+    if (!prepared) return fail(prepared.error());
+    auto& statement = *prepared;
     auto stepped = statement.step();
-    if (auto* error = std::get_if<DatabaseError>(&stepped)) return *error;
-    return std::get<bool>(stepped) ? statement.text(0) : std::string();
+    if (!stepped) return fail(stepped.error());
+    return *stepped ? statement.text(0) : std::string();
 }
 
 // Every table and index a schema version has, as "type name" lines, read from
 // a database (the file, or a scratch one built by the same migrations).
-std::variant<std::string, DatabaseError> objectsOf(Database& db) {
+Result<std::string, DatabaseError> objectsOf(Database& db) {
     auto prepared = db.prepare("SELECT type || ' ' || name FROM sqlite_schema ORDER BY 1");
-    if (auto* error = std::get_if<DatabaseError>(&prepared)) return *error;
-    auto& rows = std::get<Statement>(prepared);
+    if (!prepared) return fail(prepared.error());
+    auto& rows = *prepared;
     std::string list;
     for (;;) {
         auto stepped = rows.step();
-        if (auto* error = std::get_if<DatabaseError>(&stepped)) return *error;
-        if (!std::get<bool>(stepped)) return list;
+        if (!stepped) return fail(stepped.error());
+        if (!*stepped) return list;
         list += rows.text(0) + "\n";
     }
 }
 
 std::string expectedObjects(std::int64_t version) {
     auto scratch = Database::open(":memory:");
-    if (!std::holds_alternative<std::unique_ptr<Database>>(scratch)) return {};
-    auto& db = *std::get<std::unique_ptr<Database>>(scratch);
+    if (!scratch) return {};
+    auto& db = **scratch;
+    // A failed step shows as a difference from the file, which is reported.
     for (std::int64_t step = 0; step < version && step < schemaVersion; ++step)
-        db.execute(std::string(migrations[step]));
-    auto objects = objectsOf(db);
-    return std::holds_alternative<std::string>(objects) ? std::get<std::string>(objects) : std::string();
+        (void)db.execute(std::string(migrations[step]));
+    return objectsOf(db).value_or(std::string());
 }
 
 // The first line that differs between two lists, said as what is missing or extra.
@@ -227,25 +228,25 @@ std::string schemaDifference(const std::string& expected, const std::string& fou
     return {};
 }
 
-// What is wrong with a file that holds data at `version`; none when whole.
-std::optional<std::string> damageOf(Database& db, std::int64_t version) {
+// Whether a file that holds data at `version` is whole, or what is wrong with it.
+Result<void, std::string> wholeness(Database& db, std::int64_t version) {
     const auto checked = single(db, "PRAGMA quick_check(1)");
-    if (auto* error = std::get_if<DatabaseError>(&checked)) return error->message;
-    if (std::get<std::string>(checked) != "ok") {
+    if (!checked) return fail(checked.error().message);
+    if (*checked != "ok") {
         // SQLite's report spans lines and names the schema; one line is kept.
-        std::string report = std::get<std::string>(checked);
+        std::string report = *checked;
         if (report.starts_with("*** in database main ***")) report.erase(0, 24);
         std::replace(report.begin(), report.end(), '\n', ' ');
         const auto begin = report.find_first_not_of(' ');
-        return begin == std::string::npos ? std::string("the structural check failed") : report.substr(begin);
+        return fail(begin == std::string::npos ? std::string("the structural check failed")
+                                               : report.substr(begin));
     }
-    if (version == 0) return std::nullopt;
+    if (version == 0) return {};
     const auto found = objectsOf(db);
-    if (auto* error = std::get_if<DatabaseError>(&found)) return error->message;
-    if (auto difference = schemaDifference(expectedObjects(version), std::get<std::string>(found));
-        !difference.empty())
-        return difference;
-    return std::nullopt;
+    if (!found) return fail(found.error().message);
+    if (auto difference = schemaDifference(expectedObjects(version), *found); !difference.empty())
+        return fail(std::move(difference));
+    return {};
 }
 
 std::string damagedMessage(const std::string& path, const std::string& damage) {
@@ -258,11 +259,11 @@ std::string damagedMessage(const std::string& path, const std::string& damage) {
 }
 
 // Brings the schema up to date and counts this run, all in one transaction.
-std::variant<std::uint64_t, std::string> upgrade(Database& db, const std::string& path) {
+Result<std::uint64_t, std::string> upgrade(Database& db, const std::string& path) {
     Transaction tx(db, Transaction::Mode::immediate);
     const auto state = inspect(tx);
     if (state) {
-        if (auto refused = refusal(*state, path)) return *refused;
+        if (auto accepted = acceptable(*state, path); !accepted) return fail(std::move(accepted).error());
         for (auto step = state->version; step < schemaVersion; ++step)
             tx.script(std::string(migrations[step]));
         if (state->version < schemaVersion) {
@@ -276,7 +277,8 @@ std::variant<std::uint64_t, std::string> upgrade(Database& db, const std::string
         auto row = tx.query("SELECT run_count FROM meta");
         if (tx.next(row)) run = static_cast<std::uint64_t>(row.integer(0));
     }
-    if (auto error = tx.commit()) return "Could not prepare " + path + ": " + error->message;
+    if (auto committed = tx.commit(); !committed)
+        return fail("Could not prepare " + path + ": " + committed.error().message);
     return run;
 }
 
@@ -449,13 +451,13 @@ template <class Body>
 auto change(Database& db, Body body) {
     Transaction tx(db, Transaction::Mode::immediate);
     auto result = body(tx);
-    using Result = decltype(result);
+    using Changed = decltype(result);
     const auto saveFailure = [](const DatabaseError& error) {
-        return Result{Failure{"Could not save: " + error.message}};
+        return Changed{fail(Failure{"Could not save: " + error.message})};
     };
     if (tx.failed()) return saveFailure(*tx.failure());
-    if (!succeeded(result)) return result;
-    if (auto error = tx.commit()) return saveFailure(*error);
+    if (!result) return result;
+    if (auto committed = tx.commit(); !committed) return saveFailure(committed.error());
     return result;
 }
 
@@ -466,7 +468,8 @@ template <class Body>
 auto read(Database& db, Body body) -> Outcome<decltype(body(std::declval<Transaction&>()))> {
     Transaction tx(db, Transaction::Mode::deferred);
     auto result = body(tx);
-    if (auto error = tx.commit()) return Failure{"The ledger could not be read: " + error->message};
+    if (auto committed = tx.commit(); !committed)
+        return fail(Failure{"The ledger could not be read: " + committed.error().message});
     return result;
 }
 
@@ -476,54 +479,53 @@ LedgerStore::LedgerStore(std::unique_ptr<Database> database) : db_(std::move(dat
 
 LedgerStore::~LedgerStore() = default;
 
-std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const std::string& path) {
-    if (auto problem = createPrivateFolders(std::filesystem::path(path).parent_path())) return *problem;
+Result<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const std::string& path) {
+    if (auto folders = createPrivateFolders(std::filesystem::path(path).parent_path()); !folders)
+        return fail(std::move(folders).error());
     createPrivately(path);
     auto opened = Database::open(path);
-    if (auto* error = std::get_if<DatabaseError>(&opened))
-        return "Could not open " + path + ": " + error->message;
-    auto db = std::move(std::get<std::unique_ptr<Database>>(opened));
+    if (!opened) return fail("Could not open " + path + ": " + opened.error().message);
+    auto db = std::move(opened).value();
 
-    if (auto error = db->execute("PRAGMA busy_timeout = 5000"))
-        return "Could not open " + path + ": " + error->message;
+    if (auto busy = db->execute("PRAGMA busy_timeout = 5000"); !busy)
+        return fail("Could not open " + path + ": " + busy.error().message);
     // Until the file is known to be whole, closing must not fold a log into it.
     db->setCheckpointOnClose(false);
     FileState state;
     {
         Transaction tx(*db, Transaction::Mode::deferred);
         const auto inspected = inspect(tx);
-        if (auto error = tx.commit()) return damagedMessage(path, error->message);
-        if (!inspected) return "Could not open " + path;
-        if (auto refused = refusal(*inspected, path)) return *refused;
+        if (auto committed = tx.commit(); !committed)
+            return fail(damagedMessage(path, committed.error().message));
+        if (!inspected) return fail("Could not open " + path);
+        if (auto accepted = acceptable(*inspected, path); !accepted) return fail(std::move(accepted).error());
         state = *inspected;
     }
     if (state.objects != 0) {
-        if (auto damage = damageOf(*db, state.version)) return damagedMessage(path, *damage);
+        if (auto whole = wholeness(*db, state.version); !whole)
+            return fail(damagedMessage(path, whole.error()));
     }
     db->setCheckpointOnClose(true);
     // A migration changes the file for good: a copy of it as it was comes first.
     if (state.objects != 0 && state.version < schemaVersion) {
         auto copied = LedgerBackups::make(
             path, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
-        if (auto* problem = std::get_if<std::string>(&copied))
-            return "Not upgrading " + path + " without a backup: " + *problem;
+        if (!copied) return fail("Not upgrading " + path + " without a backup: " + copied.error());
         HostLog::notice("upgrading " + path + " from schema version " + std::to_string(state.version) +
                         " to " + std::to_string(schemaVersion) + "; the file as it was is kept in " +
-                        std::get<std::filesystem::path>(copied).string());
+                        copied->string());
     }
     // Only now may anything be written: journal_mode=WAL changes the file's header.
     const auto mode = single(*db, "PRAGMA journal_mode = WAL");
-    if (auto* error = std::get_if<DatabaseError>(&mode))
-        return "Could not open " + path + ": " + error->message;
-    if (std::get<std::string>(mode) != "wal") return "Could not use write-ahead logging for " + path;
-    if (auto error = db->execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON")) {
-        return "Could not open " + path + ": " + error->message;
-    }
+    if (!mode) return fail("Could not open " + path + ": " + mode.error().message);
+    if (*mode != "wal") return fail("Could not use write-ahead logging for " + path);
+    if (auto set = db->execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON"); !set)
+        return fail("Could not open " + path + ": " + set.error().message);
 
     auto upgraded = upgrade(*db, path);
-    if (auto* problem = std::get_if<std::string>(&upgraded)) return *problem;
+    if (!upgraded) return fail(std::move(upgraded).error());
     std::unique_ptr<LedgerStore> store(new LedgerStore(std::move(db)));
-    store->runNumber_ = std::get<std::uint64_t>(upgraded);
+    store->runNumber_ = *upgraded;
     // Every balance summed once, here; each change then moves its account's
     // sum. SQLite sums each kind per account from the amounts index; a sum
     // past 64 bits makes it give up, and then the rows are added one by one.
@@ -537,27 +539,27 @@ std::variant<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const 
         });
     };
     auto summed = sumBy("SELECT account_id, kind, sum(amount) FROM entries GROUP BY account_id, kind");
-    if (!succeeded(summed)) summed = sumBy("SELECT account_id, kind, amount FROM entries");
-    if (auto* failure = std::get_if<Failure>(&summed)) return path + " could not be read: " + failure->reason;
-    store->balances_ = std::move(std::get<BalanceMap>(summed));
+    if (!summed) summed = sumBy("SELECT account_id, kind, amount FROM entries");
+    if (!summed) return fail(path + " could not be read: " + summed.error().reason);
+    store->balances_ = std::move(summed).value();
     return store;
 }
 
-std::optional<std::string> LedgerStore::checkFile(const std::string& path) {
+Result<void, std::string> LedgerStore::checkFile(const std::string& path) {
     auto opened = Database::openReadOnly(path);
-    if (auto* error = std::get_if<DatabaseError>(&opened)) return error->message;
-    auto& db = *std::get<std::unique_ptr<Database>>(opened);
+    if (!opened) return fail(opened.error().message);
+    auto& db = **opened;
     db.setCheckpointOnClose(false);
     FileState state;
     {
         Transaction tx(db, Transaction::Mode::deferred);
         const auto inspected = inspect(tx);
-        if (auto error = tx.commit()) return error->message;
-        if (!inspected) return std::string("it cannot be read");
-        if (auto refused = refusal(*inspected, path)) return *refused;
+        if (auto committed = tx.commit(); !committed) return fail(committed.error().message);
+        if (!inspected) return fail(std::string("it cannot be read"));
+        if (auto accepted = acceptable(*inspected, path); !accepted) return accepted;
         state = *inspected;
     }
-    return damageOf(db, state.version);
+    return wholeness(db, state.version);
 }
 
 std::int64_t LedgerStore::balance(const std::string& accountId) const {
@@ -578,7 +580,7 @@ Outcome<Settings> LedgerStore::setAllowUnauthenticated(bool allow) {
 }
 
 Outcome<Settings> LedgerStore::setStartingPoints(std::int64_t points) {
-    if (points < 0) return Failure{"Starting points must not be negative"};
+    if (points < 0) return fail(Failure{"Starting points must not be negative"});
     return change(*db_, [&](Transaction& tx) -> Outcome<Settings> {
         tx.run("UPDATE settings SET starting_points = ? WHERE id = 1", points);
         return readSettings(tx);
@@ -624,23 +626,23 @@ Outcome<std::optional<LedgerEntry>> LedgerStore::entry(const std::string& id) co
 }
 
 Outcome<LedgerEntry> LedgerStore::createEntry(const NewLedgerEntry& entry, Date now) {
-    if (entry.amount < 0) return Failure{"Amount must not be negative"};
+    if (entry.amount < 0) return fail(Failure{"Amount must not be negative"});
     const auto account = parseId(entry.accountId, 'A');
     if (!account) return noSuchAccount();
     const Wide change = effect(entry.kind, entry.amount);
     auto written = tallywick::change(*db_, [&](Transaction& tx) -> Outcome<LedgerEntry> {
         const auto sequence = nextSequence(tx, *account);
         if (!sequence) return noSuchAccount();
-        if (!balances_[*account].allows(change)) return Failure{"Balance would overflow"};
+        if (!balances_[*account].allows(change)) return fail(Failure{"Balance would overflow"});
         return appendEntry(tx, *account, *sequence, entry, now);
     });
     // The kept sums follow only what was committed.
-    if (succeeded(written)) balances_[*account].apply(change);
+    if (written) balances_[*account].apply(change);
     return written;
 }
 
 Outcome<LedgerEntry> LedgerStore::updateEntry(const LedgerEntry& entry, Date now) {
-    if (entry.amount < 0) return Failure{"Amount must not be negative"};
+    if (entry.amount < 0) return fail(Failure{"Amount must not be negative"});
     const auto id = parseId(entry.id, 'E');
     if (!id) return noSuchEntry();
     std::optional<EntryOwner> owner;
@@ -649,14 +651,14 @@ Outcome<LedgerEntry> LedgerStore::updateEntry(const LedgerEntry& entry, Date now
         owner = entryOwner(tx, *id);
         if (!owner) return noSuchEntry();
         if (!balances_[owner->account].allows(after - owner->effect))
-            return Failure{"Balance would overflow"};
+            return fail(Failure{"Balance would overflow"});
         tx.run("UPDATE entries SET kind = ?, flag = ?, amount = ?, memo = ?, updated_at = ? WHERE id = ?",
                rawValue(entry.kind), rawValue(entry.flag), entry.amount, entry.memo, seconds(now), *id);
         auto stored = loadEntry(tx, *id);
         if (!stored) return noSuchEntry();
         return std::move(*stored);
     });
-    if (succeeded(updated)) balances_[owner->account].apply(after - owner->effect);
+    if (updated) balances_[owner->account].apply(after - owner->effect);
     return updated;
 }
 
@@ -670,12 +672,12 @@ Outcome<std::string> LedgerStore::deleteEntry(const std::string& id) {
         tx.run("DELETE FROM entries WHERE id = ?", *number);
         return accountId(owner->account);
     });
-    if (succeeded(deleted)) balances_[owner->account].apply(-owner->effect);
+    if (deleted) balances_[owner->account].apply(-owner->effect);
     return deleted;
 }
 
 Outcome<Account> LedgerStore::renameAccount(const std::string& id, const std::string& displayName) {
-    if (isBlank(displayName)) return Failure{"Display name must not be empty"};
+    if (isBlank(displayName)) return fail(Failure{"Display name must not be empty"});
     const auto number = parseId(id, 'A');
     if (!number) return noSuchAccount();
     return change(*db_, [&](Transaction& tx) -> Outcome<Account> {
@@ -685,21 +687,21 @@ Outcome<Account> LedgerStore::renameAccount(const std::string& id, const std::st
     });
 }
 
-Outcome<std::monostate> LedgerStore::deleteAccount(const std::string& id) {
+Outcome<void> LedgerStore::deleteAccount(const std::string& id) {
     const auto number = parseId(id, 'A');
     if (!number) return noSuchAccount();
-    auto deleted = change(*db_, [&](Transaction& tx) -> Outcome<std::monostate> {
+    auto deleted = change(*db_, [&](Transaction& tx) -> Outcome<void> {
         tx.run("DELETE FROM accounts WHERE id = ?", *number);
         if (tx.changes() == 0) return noSuchAccount();
-        return std::monostate{};
+        return {};
     });
-    if (succeeded(deleted)) balances_.erase(*number);
+    if (deleted) balances_.erase(*number);
     return deleted;
 }
 
 Outcome<Account> LedgerStore::createCredentialAccount(const std::string& displayName,
                                                       const std::string& keyHash, Date now) {
-    if (isBlank(displayName)) return Failure{"Display name must not be empty"};
+    if (isBlank(displayName)) return fail(Failure{"Display name must not be empty"});
     std::int64_t id = 0;
     Balance opened;
     auto created = change(*db_, [&](Transaction& tx) -> Outcome<Account> {
@@ -709,7 +711,8 @@ Outcome<Account> LedgerStore::createCredentialAccount(const std::string& display
         opened = openingCredit(tx, id, now);
         return loadAccount(tx, id, balances_);
     });
-    if (auto* account = std::get_if<Account>(&created)) {
+    if (created) {
+        Account* account = &*created;
         balances_[id] = opened;
         account->balance = opened.reported();
         HostLog::info("an agent signed up: account " + account->id + ", \"" + account->displayName + "\"");
@@ -747,7 +750,8 @@ Outcome<Account> LedgerStore::clientInfoAccount(const ClientInfo& info,
         storeClientInfo(tx, *id, info, fields);
         return loadAccount(tx, *id, balances_);
     });
-    if (auto* account = std::get_if<Account>(&found); account && opened) {
+    if (found && opened) {
+        Account* account = &*found;
         balances_[*id] = *opened;
         account->balance = opened->reported();
         HostLog::info("account " + account->id + " made for the client \"" + info.name + "\"");
@@ -755,14 +759,14 @@ Outcome<Account> LedgerStore::clientInfoAccount(const ClientInfo& info,
     return found;
 }
 
-Outcome<std::monostate> LedgerStore::recordClientInfo(const std::string& accountId, const ClientInfo& info,
-                                                      const std::vector<ClientInfoField>& fields) {
+Outcome<void> LedgerStore::recordClientInfo(const std::string& accountId, const ClientInfo& info,
+                                            const std::vector<ClientInfoField>& fields) {
     const auto number = parseId(accountId, 'A');
     if (!number) return noSuchAccount();
-    return change(*db_, [&](Transaction& tx) -> Outcome<std::monostate> {
+    return change(*db_, [&](Transaction& tx) -> Outcome<void> {
         if (!nextSequence(tx, *number)) return noSuchAccount();
         storeClientInfo(tx, *number, info, fields);
-        return std::monostate{};
+        return {};
     });
 }
 
@@ -806,7 +810,8 @@ Outcome<LedgerStore::HistoryPage> LedgerStore::history(const std::string& accoun
         }
         return result;
     }();
-    if (auto error = tx.commit()) return Failure{"The ledger could not be read: " + error->message};
+    if (auto committed = tx.commit(); !committed)
+        return fail(Failure{"The ledger could not be read: " + committed.error().message});
     return page;
 }
 

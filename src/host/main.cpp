@@ -23,26 +23,26 @@ namespace {
 
 // Never while a host serves the file: its lock says whether one does.
 int restoreLatestBackup(const std::string& databasePath) {
-    if (auto problem = createPrivateFolders(std::filesystem::path(databasePath).parent_path())) {
-        std::cerr << "tallywick-host: " << *problem << "\n";
+    if (auto created = createPrivateFolders(std::filesystem::path(databasePath).parent_path()); !created) {
+        std::cerr << "tallywick-host: " << created.error() << "\n";
         return 1;
     }
     auto lock = FileLock::acquire(databasePath + ".lock", "");
-    if (auto* refused = std::get_if<FileLock::Refused>(&lock)) {
+    if (!lock) {
         std::cerr << "tallywick-host: "
-                  << (refused->heldByOther ? "a host is serving " + databasePath +
-                                                 "; stop it first (quit it, or systemctl --user stop it)"
-                                           : refused->reason)
+                  << (lock.error().heldByOther ? "a host is serving " + databasePath +
+                                                     "; stop it first (quit it, or systemctl --user stop it)"
+                                               : lock.error().reason)
                   << "\n";
         return 1;
     }
     const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
     auto restored = LedgerBackups::restoreNewest(databasePath, now);
-    if (auto* failure = std::get_if<Failure>(&restored)) {
-        std::cerr << "tallywick-host: " << failure->reason << "\n";
+    if (!restored) {
+        std::cerr << "tallywick-host: " << restored.error().reason << "\n";
         return 1;
     }
-    std::cout << "tallywick-host: " << std::get<std::string>(restored) << "\n";
+    std::cout << "tallywick-host: " << *restored << "\n";
     return 0;
 }
 
@@ -50,11 +50,11 @@ int run(int argc, char** argv) {
     const StopSignals stop;  // before any thread starts
 
     auto parsed = HostOptions::parse({argv + 1, argv + argc});
-    if (auto* problem = std::get_if<std::string>(&parsed)) {
-        std::cerr << "tallywick-host: " << *problem << "\n" << HostOptions::usage();
+    if (!parsed) {
+        std::cerr << "tallywick-host: " << parsed.error() << "\n" << HostOptions::usage();
         return 2;
     }
-    const auto& options = std::get<HostOptions>(parsed);
+    const auto& options = *parsed;
     switch (options.action) {
         case HostOptions::Action::help:
             std::cout << HostOptions::usage() << "\nDatabase: " << options.databasePath << "\n"
@@ -68,7 +68,7 @@ int run(int argc, char** argv) {
     }
     if (!options.logFile.empty()) {
         // Without its file the log still goes somewhere: where stderr went.
-        if (auto problem = HostLog::toFile(options.logFile)) HostLog::warning(*problem);
+        if (auto logging = HostLog::toFile(options.logFile); !logging) HostLog::warning(logging.error());
     }
 
     auto started = HostServer::start({
@@ -76,15 +76,16 @@ int run(int argc, char** argv) {
         .runtimeDirectory = options.runtimeDirectory,
         .callerRequirement = tallywickCallerRequirement(),
     });
-    if (auto* failure = std::get_if<HostServer::StartFailure>(&started)) {
-        if (failure->alreadyRunning)
-            HostLog::info(failure->message);
+    if (!started) {
+        const auto& failure = started.error();
+        if (failure.alreadyRunning)
+            HostLog::info(failure.message);
         else
-            HostLog::error(failure->message);
+            HostLog::error(failure.message);
         // A second host is not an error: the first one serves.
-        return failure->alreadyRunning ? 0 : 1;
+        return failure.alreadyRunning ? 0 : 1;
     }
-    auto& server = std::get<std::unique_ptr<HostServer>>(started);
+    auto& server = *started;
     HostLog::notice("serving " + options.databasePath + " on " + server->endpoint() + " (version " +
                     std::string(TallywickVersion::displayString) + ", runtime folder " +
                     options.runtimeDirectory + ")");

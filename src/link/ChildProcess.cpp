@@ -36,7 +36,7 @@ std::vector<char*> argumentVector(const std::vector<std::string>& arguments) {
 }
 
 // Reads both pipes until each is closed, so neither side can block the other.
-void drain(int out, int err, Result& result) {
+void drain(int out, int err, Finished& result) {
     pollfd fds[2] = {{out, POLLIN, 0}, {err, POLLIN, 0}};
     std::string* sinks[2] = {&result.output, &result.errors};
     int open = 2;
@@ -62,8 +62,8 @@ void drain(int out, int err, Result& result) {
 
 }  // namespace
 
-Result run(const std::vector<std::string>& arguments) {
-    Result result;
+Finished run(const std::vector<std::string>& arguments) {
+    Finished result;
     if (arguments.empty()) return result;
     int out[2] = {-1, -1};
     int err[2] = {-1, -1};
@@ -127,21 +127,22 @@ std::optional<std::string> findOnPath(const std::string& name) {
     return std::nullopt;
 }
 
-std::optional<std::string> spawnDetached(const std::vector<std::string>& arguments) {
-    if (arguments.empty()) return std::string("nothing to start");
+Result<void, std::string> spawnDetached(const std::vector<std::string>& arguments) {
+    if (arguments.empty()) return fail(std::string("nothing to start"));
     const std::string& path = arguments.front();
     // Everything the children need is prepared here: between fork and exec
     // only async-signal-safe calls are allowed, since other threads may hold locks.
     auto argv = argumentVector(arguments);
     int report[2] = {-1, -1};  // the grandchild writes errno here if exec fails
-    if (::pipe2(report, O_CLOEXEC) != 0) return std::string("cannot create a pipe: ") + std::strerror(errno);
+    if (::pipe2(report, O_CLOEXEC) != 0)
+        return fail(std::string("cannot create a pipe: ") + std::strerror(errno));
 
     const pid_t child = ::fork();
     if (child < 0) {
         const int error = errno;
         closeQuietly(report[0]);
         closeQuietly(report[1]);
-        return std::string("cannot fork: ") + std::strerror(error);
+        return fail(std::string("cannot fork: ") + std::strerror(error));
     }
     if (child == 0) {
         ::setsid();
@@ -173,10 +174,11 @@ std::optional<std::string> spawnDetached(const std::vector<std::string>& argumen
         count = ::read(report[0], &error, sizeof error);
     } while (count < 0 && errno == EINTR);
     closeQuietly(report[0]);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::string("cannot fork the host's session");
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        return fail(std::string("cannot fork the host's session"));
     if (count == static_cast<ssize_t>(sizeof error))
-        return "cannot run " + path + ": " + std::strerror(error);
-    return std::nullopt;
+        return fail("cannot run " + path + ": " + std::strerror(error));
+    return {};
 }
 
 std::string siblingExecutable(const std::string& name) {

@@ -27,16 +27,15 @@ std::string readNote(int fd) {
 
 }  // namespace
 
-std::variant<FileLock, FileLock::Refused> FileLock::acquire(const std::string& path,
-                                                            const std::string& note) {
+Result<FileLock, FileLock::Refused> FileLock::acquire(const std::string& path, const std::string& note) {
     const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (fd < 0) return Refused{.reason = "cannot open " + path + ": " + std::strerror(errno)};
+    if (fd < 0) return fail(Refused{.reason = "cannot open " + path + ": " + std::strerror(errno)});
     if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
         const int error = errno;
         Refused refused{.heldByOther = error == EWOULDBLOCK, .note = readNote(fd)};
         if (!refused.heldByOther) refused.reason = "cannot lock " + path + ": " + std::strerror(error);
         ::close(fd);
-        return refused;
+        return fail(std::move(refused));
     }
     // Only the holder writes, so a reader sees a whole note or an older one.
     const std::string line = note + "\n";
@@ -50,7 +49,7 @@ FileLock::~FileLock() {
     if (fd_ >= 0) ::close(fd_);
 }
 
-std::optional<std::string> createPrivateFolders(const std::filesystem::path& folder) {
+Result<void, std::string> createPrivateFolders(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> missing;
     std::error_code ignored;
     for (auto path = folder; !path.empty() && !std::filesystem::exists(path, ignored);
@@ -60,11 +59,11 @@ std::optional<std::string> createPrivateFolders(const std::filesystem::path& fol
     }
     for (auto path = missing.rbegin(); path != missing.rend(); ++path) {
         if (::mkdir(path->c_str(), 0700) != 0 && errno != EEXIST) {
-            return "Could not create the folder " + path->string() + ": " +
-                   std::error_code(errno, std::generic_category()).message();
+            return fail("Could not create the folder " + path->string() + ": " +
+                        std::error_code(errno, std::generic_category()).message());
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 }  // namespace tallywick

@@ -55,22 +55,23 @@ bool HostLauncher::running() const {
     return acceptsConnections(endpoint_);
 }
 
-std::optional<std::string> HostLauncher::launch(std::chrono::milliseconds patience) const {
-    if (::access(hostPath_.c_str(), X_OK) != 0) return "the host executable is missing: " + hostPath_;
+Result<void, std::string> HostLauncher::launch(std::chrono::milliseconds patience) const {
+    if (::access(hostPath_.c_str(), X_OK) != 0) return fail("the host executable is missing: " + hostPath_);
     // The folder is named, so a host started from a small environment serves
     // the folder its client looked in.
-    if (auto failure = ChildProcess::spawnDetached(
-            {hostPath_, "--runtime-dir", folderOf(endpoint_), "--log-file", logPath()}))
-        return failure;
+    if (auto spawned = ChildProcess::spawnDetached(
+            {hostPath_, "--runtime-dir", folderOf(endpoint_), "--log-file", logPath()});
+        !spawned)
+        return spawned;
     if (!waitUntilRunning(patience))
-        return "the host was started but does not accept connections at " + endpoint_;
-    return std::nullopt;
+        return fail("the host was started but does not accept connections at " + endpoint_);
+    return {};
 }
 
-std::optional<std::string> HostLauncher::ensureRunning(std::chrono::milliseconds patience) const {
-    if (running()) return std::nullopt;
+Result<void, std::string> HostLauncher::ensureRunning(std::chrono::milliseconds patience) const {
+    if (running()) return {};
     const auto deadline = std::chrono::steady_clock::now() + patience;
-    if (startUnit(deadline)) return std::nullopt;
+    if (startUnit(deadline)) return {};
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     return launch(std::max(left, std::chrono::milliseconds(0)));

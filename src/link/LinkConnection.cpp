@@ -104,10 +104,9 @@ void LinkConnection::beginConnect() {
     if (const auto checked = checkRuntimeDirectory(folder); !checked.usable())
         return end(LinkFailure::Kind::invalidated, checked.problem);
     auto resolved = SocketAddress::of(endpointPath_);
-    if (auto* problem = std::get_if<std::string>(&resolved))
-        return end(LinkFailure::Kind::invalidated, *problem);
+    if (!resolved) return end(LinkFailure::Kind::invalidated, resolved.error());
     // A long path's folder stays open until the connect is done.
-    auto address = std::make_shared<SocketAddress>(std::move(std::get<SocketAddress>(resolved)));
+    auto address = std::make_shared<SocketAddress>(std::move(resolved).value());
     socket_.async_connect(
         asio::local::stream_protocol::endpoint(address->usablePath()),
         asio::bind_executor(strand_, [self = shared_from_this(), address](const std::error_code& error) {

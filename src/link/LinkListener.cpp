@@ -14,22 +14,20 @@
 
 namespace tallywick {
 
-std::variant<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(asio::io_context& context,
-                                                                              const std::string& path,
-                                                                              std::string requirementText,
-                                                                              OnConnection onConnection,
-                                                                              OnRefused onRefused) {
+Result<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(asio::io_context& context,
+                                                                        const std::string& path,
+                                                                        std::string requirementText,
+                                                                        OnConnection onConnection,
+                                                                        OnRefused onRefused) {
     using asio::local::stream_protocol;
     auto resolved = SocketAddress::of(path);
-    if (auto* problem = std::get_if<std::string>(&resolved))
-        return "cannot listen on " + path + ": " + *problem;
-    auto& address = std::get<SocketAddress>(resolved);
+    if (!resolved) return fail("cannot listen on " + path + ": " + resolved.error());
+    auto& address = *resolved;
     // Bound under a name of its own and renamed into place once listening:
     // whoever watches the folder for the socket finds it ready to accept.
     auto staging = SocketAddress::of(path + ".new");
-    if (auto* problem = std::get_if<std::string>(&staging))
-        return "cannot listen on " + path + ": " + *problem;
-    const auto& staged = std::get<SocketAddress>(staging);
+    if (!staging) return fail("cannot listen on " + path + ": " + staging.error());
+    const auto& staged = *staging;
     staged.unlink();
     // On a strand of its own: accepts, retries and the close never overlap.
     stream_protocol::acceptor acceptor(asio::make_strand(context));
@@ -44,7 +42,7 @@ std::variant<std::shared_ptr<LinkListener>, std::string> LinkListener::listen(as
         error = std::error_code(errno, std::generic_category());
     if (error) {
         staged.unlink();
-        return "cannot listen on " + path + ": " + error.message();
+        return fail("cannot listen on " + path + ": " + error.message());
     }
     auto listener = std::shared_ptr<LinkListener>(
         new LinkListener(std::move(acceptor), std::move(address), std::move(requirementText),

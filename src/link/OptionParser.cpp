@@ -5,7 +5,7 @@
 
 namespace tallywick {
 
-std::variant<OptionParser::Parsed, std::string> OptionParser::parse(
+Result<OptionParser::Parsed, std::string> OptionParser::parse(
     const std::vector<std::string>& arguments) const {
     const auto known = [](const std::vector<std::string>& names, const std::string& name) {
         return std::find(names.begin(), names.end(), name) != names.end();
@@ -17,7 +17,7 @@ std::variant<OptionParser::Parsed, std::string> OptionParser::parse(
             if (spec_.passUnknown) parsed.positional.push_back(word);
             for (++i; i < arguments.size(); ++i) {
                 if (!spec_.positional && !spec_.passUnknown)
-                    return "unexpected argument '" + arguments[i] + "'";
+                    return fail("unexpected argument '" + arguments[i] + "'");
                 parsed.positional.push_back(arguments[i]);
             }
             break;
@@ -31,7 +31,7 @@ std::variant<OptionParser::Parsed, std::string> OptionParser::parse(
             continue;
         }
         if (word.size() < 3 || word.rfind("--", 0) != 0) {
-            if (!spec_.positional && !spec_.passUnknown) return "unexpected argument '" + word + "'";
+            if (!spec_.positional && !spec_.passUnknown) return fail("unexpected argument '" + word + "'");
             parsed.positional.push_back(word);
             continue;
         }
@@ -46,7 +46,7 @@ std::variant<OptionParser::Parsed, std::string> OptionParser::parse(
                 parsed.positional.push_back(word);
                 continue;
             }
-            return "unknown option '" + word + "'";
+            return fail("unknown option '" + word + "'");
         }
         std::string value;
         if (equals != std::string::npos) {
@@ -54,7 +54,7 @@ std::variant<OptionParser::Parsed, std::string> OptionParser::parse(
         } else if (i + 1 < arguments.size()) {
             value = arguments[++i];
         }
-        if (value.empty()) return "option '--" + name + "' needs a value";
+        if (value.empty()) return fail("option '--" + name + "' needs a value");
         parsed.values[name] = std::move(value);
     }
     return parsed;

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <optional>
 
+#include <tallywick/model/Result.h>
+
 #include <tallywick/link/ServiceIdentity.h>
 
 namespace tallywick {
@@ -26,17 +28,17 @@ namespace {
 
 // One rule for every program: a relative folder would mean another place
 // for each working directory, so host and clients could miss each other.
-std::optional<std::string> notAbsolute(const std::string& path) {
-    if (!path.empty() && path.front() == '/') return std::nullopt;
-    return "the runtime folder must be an absolute path, not '" + path + "'";
+Result<void, std::string> absolute(const std::string& path) {
+    if (!path.empty() && path.front() == '/') return {};
+    return fail("the runtime folder must be an absolute path, not '" + path + "'");
 }
 
 }  // namespace
 
 RuntimeDirectory prepareRuntimeDirectory(const std::string& path) {
     RuntimeDirectory result{path, {}};
-    if (auto problem = notAbsolute(path)) {
-        result.problem = *problem;
+    if (auto checked = absolute(path); !checked) {
+        result.problem = std::move(checked).error();
         return result;
     }
     if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
@@ -49,8 +51,8 @@ RuntimeDirectory prepareRuntimeDirectory(const std::string& path) {
 RuntimeDirectory checkRuntimeDirectory(const std::string& path) {
     RuntimeDirectory result{path, {}};
     struct stat info {};
-    if (auto problem = notAbsolute(path)) {
-        result.problem = *problem;
+    if (auto checked = absolute(path); !checked) {
+        result.problem = std::move(checked).error();
     } else if (::lstat(path.c_str(), &info) != 0) {
         result.problem = std::string("cannot inspect the runtime folder: ") + std::strerror(errno);
     } else if (S_ISLNK(info.st_mode)) {

@@ -132,11 +132,11 @@ protected:
                    ::testing::UnitTest::GetInstance()->current_test_info()->name());
         std::filesystem::remove_all(folder_);
         auto opened = LedgerStore::open((folder_ / "ledger.sqlite3").string());
-        ASSERT_TRUE(std::holds_alternative<std::unique_ptr<LedgerStore>>(opened));
-        store_ = std::move(std::get<std::unique_ptr<LedgerStore>>(opened));
+        ASSERT_TRUE(opened.has_value());
+        store_ = std::move(opened.value());
         service_ = std::make_unique<AgentService>(*store_, hasher_);
         // Tests that want agents known by client name say so.
-        ASSERT_TRUE(succeeded(store_->setAllowUnauthenticated(false)));
+        ASSERT_TRUE(store_->setAllowUnauthenticated(false));
     }
     void TearDown() override {
         service_.reset();

@@ -11,7 +11,7 @@ class AgentToolsTest : public tallywick::testing::AgentFixture {
 protected:
     void SetUp() override {
         AgentFixture::SetUp();
-        ASSERT_TRUE(succeeded(store_->setStartingPoints(50)));
+        ASSERT_TRUE(store_->setStartingPoints(50));
     }
     std::string signUp(AgentSession& session, std::string_view key = "correct horse") {
         Json result =
@@ -89,7 +89,7 @@ TEST_F(AgentToolsTest, ReadsBeforeBindingDependOnTheIdentityMode) {
     EXPECT_EQ(errorCode(closed, "getHistory"), "notSignedIn");
     EXPECT_TRUE(ok(store_->accounts()).empty());
 
-    ASSERT_TRUE(succeeded(store_->setAllowUnauthenticated(true)));
+    ASSERT_TRUE(store_->setAllowUnauthenticated(true));
     AgentSession open;
     auto effects = send(open, R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":)"
                               R"("2025-06-18","clientInfo":{"name":"scout","title":"Scout"}}})");
@@ -102,7 +102,7 @@ TEST_F(AgentToolsTest, ReadsBeforeBindingDependOnTheIdentityMode) {
     EXPECT_EQ(tool(closed, "getBalance").text("/accountId"), *open.accountId);
     EXPECT_EQ(ok(store_->accounts()).size(), 1u);
 
-    ASSERT_TRUE(succeeded(store_->setAllowUnauthenticated(false)));
+    ASSERT_TRUE(store_->setAllowUnauthenticated(false));
     EXPECT_EQ(errorCode(open, "getBalance"), "notSignedIn");
     EXPECT_FALSE(open.accountId);
 }
@@ -115,7 +115,7 @@ TEST_F(AgentToolsTest, HistoryPagesNewestFirstAndRefusesBadArguments) {
                              .kind = i % 2 ? TransactionKind::debit : TransactionKind::credit,
                              .amount = i,
                              .memo = "entry " + std::to_string(i)};
-        ASSERT_TRUE(succeeded(store_->createEntry(entry, at(1'700'000'000 + i))));
+        ASSERT_TRUE(store_->createEntry(entry, at(1'700'000'000 + i)));
     }
     Json first = tool(session, "getHistory");
     EXPECT_EQ(arrayOf(first["/entries"]).size(), 20u);
@@ -141,7 +141,7 @@ TEST_F(AgentToolsTest, ADeletedAccountUnbindsItsConnections) {
     AgentSession session;
     const std::string id = signUp(session);
     session.subscriptions.insert(AgentService::historyUri(id));
-    ASSERT_TRUE(succeeded(store_->deleteAccount(id)));
+    ASSERT_TRUE(store_->deleteAccount(id));
     auto effects =
         send(session, R"({"jsonrpc":"2.0","id":1,"method":"tools/call","params":{"name":"getBalance"}})");
     EXPECT_NE(effects.reply->find("notSignedIn"), std::string::npos);

@@ -58,7 +58,7 @@ TEST_F(HostLogTest, FileIsRotatedAtItsSizeKeepingThreeCopies) {
     const auto log = folder_ / "state" / "tallywick" / "host.log";
     const auto other = folder_ / "other.err";
     inChild(other, [&log] {
-        if (HostLog::toFile(log.string(), 200, 3)) ::_exit(3);
+        if (!HostLog::toFile(log.string(), 200, 3)) ::_exit(3);
         for (int i = 0; i < 40; ++i)
             HostLog::info("line " + std::to_string(i) + " of forty, to fill the file");
     });
@@ -75,7 +75,7 @@ TEST_F(HostLogTest, FileIsRotatedAtItsSizeKeepingThreeCopies) {
 
     // A file that cannot be written is said, and the log stays where it was.
     std::filesystem::create_directories(folder_ / "blocked" / "host.log");
-    EXPECT_TRUE(HostLog::toFile((folder_ / "blocked" / "host.log").string()).has_value());
+    EXPECT_FALSE(HostLog::toFile((folder_ / "blocked" / "host.log").string()));
 }
 
 // A host started with a log file tells what happened, and never a key.

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <type_traits>
 
 #include <tallywick/host/Outcome.h>
 
@@ -13,17 +14,13 @@ namespace tallywick {
 // test and gives an empty value, so the test goes on safely.
 template <class T>
 T ok(Outcome<T> outcome) {
-    if (auto* failure = std::get_if<Failure>(&outcome)) {
-        ADD_FAILURE() << failure->reason;
-        return T{};
-    }
-    return std::get<T>(std::move(outcome));
+    if (!outcome) ADD_FAILURE() << outcome.error().reason;
+    if constexpr (!std::is_void_v<T>) return outcome ? std::move(outcome).value() : T{};
 }
 
 template <class T>
 std::string reason(const Outcome<T>& outcome) {
-    auto* failure = std::get_if<Failure>(&outcome);
-    return failure ? failure->reason : "(succeeded)";
+    return outcome ? "(succeeded)" : outcome.error().reason;
 }
 
 }  // namespace tallywick

@@ -23,8 +23,8 @@ using namespace std::chrono_literals;
 // A raw socket to the host; -1 when it could not connect.
 int rawConnection(const std::string& path) {
     auto resolved = SocketAddress::of(path);
-    if (!std::holds_alternative<SocketAddress>(resolved)) return -1;
-    const auto& address = std::get<SocketAddress>(resolved);
+    if (!resolved.has_value()) return -1;
+    const auto& address = resolved.value();
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (::connect(fd, address.data(), address.size()) != 0) {
         ::close(fd);

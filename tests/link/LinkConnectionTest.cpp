@@ -67,7 +67,7 @@ struct EchoServer {
                 std::lock_guard lock(mutex);
                 connections.push_back(connection);
             });
-        listener = std::get<std::shared_ptr<LinkListener>>(result);
+        listener = result.value();
     }
     ~EchoServer() {
         listener->close();

@@ -38,8 +38,8 @@ TEST(SocketAddressTest, PathsOfAnyLengthAreBoundReachedAndRemoved) {
         const auto folder = deepFolder(length);
         const std::string path = (folder / "service.sock").string();
         auto resolved = SocketAddress::of(path);
-        ASSERT_TRUE(std::holds_alternative<SocketAddress>(resolved)) << std::get<std::string>(resolved);
-        const auto& address = std::get<SocketAddress>(resolved);
+        ASSERT_TRUE(resolved.has_value()) << resolved.error();
+        const auto& address = resolved.value();
         EXPECT_LT(address.usablePath().size(), 108u);
         EXPECT_EQ(address.usablePath() == path, path.size() < 108) << "short paths are used as they are";
 
@@ -56,11 +56,11 @@ TEST(SocketAddressTest, PathsOfAnyLengthAreBoundReachedAndRemoved) {
 }
 
 TEST(SocketAddressTest, WhatCannotBeAddressedIsSaidNotThrown) {
-    EXPECT_TRUE(std::holds_alternative<std::string>(SocketAddress::of("")));
+    EXPECT_FALSE(SocketAddress::of("").has_value());
     const auto missing = SocketAddress::of(deepFolder(150).string() + "/missing/service.sock");
-    ASSERT_TRUE(std::holds_alternative<std::string>(missing));
-    EXPECT_NE(std::get<std::string>(missing).find("cannot open the socket's folder"), std::string::npos);
+    ASSERT_FALSE(missing.has_value());
+    EXPECT_NE(missing.error().find("cannot open the socket's folder"), std::string::npos);
     const auto longName = SocketAddress::of(deepFolder(150).string() + "/" + std::string(120, 'n'));
-    ASSERT_TRUE(std::holds_alternative<std::string>(longName));
-    EXPECT_NE(std::get<std::string>(longName).find("file name is too long"), std::string::npos);
+    ASSERT_FALSE(longName.has_value());
+    EXPECT_NE(longName.error().find("file name is too long"), std::string::npos);
 }

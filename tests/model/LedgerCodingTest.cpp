@@ -33,8 +33,8 @@ std::string entryWith(std::string_view key, std::string_view value) {
 
 DecodeError errorOf(std::string_view text) {
     auto result = decodeResult<LedgerEntry>(text);
-    EXPECT_TRUE(std::holds_alternative<DecodeError>(result)) << text;
-    return std::holds_alternative<DecodeError>(result) ? std::get<DecodeError>(result) : DecodeError{};
+    EXPECT_FALSE(result.has_value()) << text;
+    return result ? DecodeError{} : result.error();
 }
 
 }  // namespace

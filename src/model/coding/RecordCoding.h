@@ -251,11 +251,11 @@ template <class T>
 DecodeResult<T> decodeText(std::string_view text, bool padded) {
     Reader reader;
     Element root;
-    if (!parseDocument(reader, text, padded, root)) return reader.takeError();
+    if (!parseDocument(reader, text, padded, root)) return fail(reader.takeError());
     T value{};
     const bool ok = readValue(reader, root, value);
     releaseParserAfter(text.size());
-    if (!ok) return reader.takeError();
+    if (!ok) return fail(reader.takeError());
     return value;
 }
 

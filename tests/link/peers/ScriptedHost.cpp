@@ -92,8 +92,8 @@ int main(int argc, char** argv) {
         std::lock_guard lock(mutex);
         connections.push_back(c);
     });
-    if (auto* error = std::get_if<std::string>(&listening)) {
-        std::cerr << *error << "\n";
+    if (!listening) {
+        std::cerr << listening.error() << "\n";
         return 1;
     }
     // Runs until killed; the tests kill it to play a host that goes away.

@@ -12,6 +12,7 @@
 #include <tallywick/model/LedgerEntry.h>
 #include <tallywick/model/LedgerFlag.h>
 #include <tallywick/model/NewLedgerEntry.h>
+#include <tallywick/model/Result.h>
 #include <tallywick/model/TallywickCoding.h>
 #include <tallywick/model/TallywickVersion.h>
 #include <tallywick/model/TransactionKind.h>

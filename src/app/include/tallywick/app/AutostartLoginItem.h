@@ -13,8 +13,8 @@ class AutostartLoginItem final : public LoginItem {
 public:
     explicit AutostartLoginItem(LoginItemSetup setup);
 
-    std::optional<std::string> registerItem() override;
-    std::optional<std::string> unregisterItem() override;
+    Result<void, std::string> registerItem() override;
+    Result<void, std::string> unregisterItem() override;
     LoginItemStatus status() const override;
 
     std::filesystem::path entryPath() const;

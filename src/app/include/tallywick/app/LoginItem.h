@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include <tallywick/model/Result.h>
+
 namespace tallywick {
 
 // Where a login item stands, with the values the desktop manager's exit
@@ -30,13 +32,13 @@ struct LoginItemSetup {
     // This build's host identifier and the environment's folders.
     static LoginItemSetup fromEnvironment(std::string hostPath);
 
-    // Why the host program cannot be registered (a copy of the application
-    // without the host beside it); none when it is an executable file.
-    std::optional<std::string> missingHost() const;
+    // Whether the host program is an executable file, or why it cannot be
+    // registered (a copy of the application without the host beside it).
+    Result<void, std::string> hostInstalled() const;
 
     // Stops the host serving the endpoint when it is this setup's host
     // program, and waits until it is gone; the reason when it would not stop.
-    std::optional<std::string> stopHost() const;
+    Result<void, std::string> stopHost() const;
 };
 
 // A program to run: a path naming an executable file, or a name found on PATH.
@@ -50,10 +52,10 @@ public:
 
     // Installs and enables the item and makes sure the host runs; the reason
     // when that could not be done.
-    virtual std::optional<std::string> registerItem() = 0;
+    virtual Result<void, std::string> registerItem() = 0;
     // Takes back what registerItem did: stops the host it started and
     // removes the item it wrote; the reason when that could not be done.
-    virtual std::optional<std::string> unregisterItem() = 0;
+    virtual Result<void, std::string> unregisterItem() = 0;
     virtual LoginItemStatus status() const = 0;
 
     // The systemd user service when systemctl is on PATH, else an XDG autostart entry.

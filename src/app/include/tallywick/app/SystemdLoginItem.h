@@ -12,8 +12,8 @@ class SystemdLoginItem final : public LoginItem {
 public:
     explicit SystemdLoginItem(LoginItemSetup setup);
 
-    std::optional<std::string> registerItem() override;
-    std::optional<std::string> unregisterItem() override;
+    Result<void, std::string> registerItem() override;
+    Result<void, std::string> unregisterItem() override;
     LoginItemStatus status() const override;
 
     std::string unitName() const { return setup_.hostIdentifier + ".service"; }

@@ -2,8 +2,9 @@
 #pragma once
 
 #include <string>
-#include <variant>
 #include <vector>
+
+#include <tallywick/model/Result.h>
 
 namespace tallywick {
 
@@ -16,7 +17,7 @@ struct BridgeOptions {
     friend bool operator==(const BridgeOptions&, const BridgeOptions&) = default;
 
     // Reads the arguments after the program name; gives a usage error as text.
-    static std::variant<BridgeOptions, std::string> parse(const std::vector<std::string>& arguments);
+    static Result<BridgeOptions, std::string> parse(const std::vector<std::string>& arguments);
     static const char* usage();
 };
 

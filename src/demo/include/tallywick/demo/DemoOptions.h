@@ -3,8 +3,9 @@
 
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
+
+#include <tallywick/model/Result.h>
 
 namespace tallywick {
 
@@ -23,7 +24,7 @@ struct DemoOptions {
     static constexpr int maximumAgents = 64;
 
     // Reads the arguments after the program name; gives a usage error as text.
-    static std::variant<DemoOptions, std::string> parse(const std::vector<std::string>& arguments);
+    static Result<DemoOptions, std::string> parse(const std::vector<std::string>& arguments);
     static const char* usage();
 };
 

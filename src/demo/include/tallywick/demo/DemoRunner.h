@@ -20,10 +20,10 @@ namespace tallywick {
 // up or `stopFd` (a signal descriptor) becomes readable.
 class DemoRunner {
 public:
-    enum class Result { finished, stopped, hostMissing, handshakeRefused, bridgeFailed };
+    enum class Ending { finished, stopped, hostMissing, handshakeRefused, bridgeFailed };
 
     DemoRunner(const DemoOptions& options, std::string bridgePath, int stopFd);
-    Result run();
+    Ending run();
     // Why run() failed, for the one line on stderr.
     const std::string& problem() const { return problem_; }
 
@@ -45,7 +45,7 @@ private:
     void send(Slot& slot, const std::string& line);
     void readFrom(Slot& slot, Clock::time_point now);
     void bridgeEnded(Slot& slot, Clock::time_point now);
-    void fail(Result result, std::string problem);
+    void fail(Ending result, std::string problem);
     void closeAll();
 
     std::string bridgePath_;
@@ -56,7 +56,7 @@ private:
     std::vector<Slot> slots_;
     std::mt19937 random_;
     bool hostConfirmed_ = false;
-    std::optional<Result> failure_;
+    std::optional<Ending> failure_;
     std::string problem_;
 };
 

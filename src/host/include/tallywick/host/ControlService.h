@@ -18,7 +18,7 @@ class ControlService {
 public:
     explicit ControlService(LedgerStore& store);
 
-    struct Result {
+    struct Handled {
         std::string reply{};
         // The request was for the snapshot, which the host answers itself
         // from the parts it keeps encoded; `reply` is then empty.
@@ -31,8 +31,8 @@ public:
         bool clientInfoBindingsEnd = false;           // unauthenticated agents were just switched off
     };
 
-    Result handle(std::string_view requestText, Date now);
-    Result execute(const ControlRequest& request, Date now);
+    Handled handle(std::string_view requestText, Date now);
+    Handled execute(const ControlRequest& request, Date now);
 
 private:
     LedgerStore& store_;

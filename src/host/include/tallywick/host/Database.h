@@ -5,7 +5,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <variant>
+
+#include <tallywick/model/Result.h>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -46,7 +47,7 @@ public:
     }
 
     // True when a row is ready to read, false when there are no more.
-    std::variant<bool, DatabaseError> step();
+    Result<bool, DatabaseError> step();
 
     // Columns count from 0 and are read from the current row.
     bool isNull(int column) const;
@@ -70,16 +71,16 @@ class Database {
 public:
     // Opens the file, creating it when missing. SQLite reads nothing yet, so a
     // file that is not a database shows only at the first statement.
-    static std::variant<std::unique_ptr<Database>, DatabaseError> open(const std::string& path);
+    static Result<std::unique_ptr<Database>, DatabaseError> open(const std::string& path);
     // Opens an existing file for reading only (":memory:" for a scratch database).
-    static std::variant<std::unique_ptr<Database>, DatabaseError> openReadOnly(const std::string& path);
+    static Result<std::unique_ptr<Database>, DatabaseError> openReadOnly(const std::string& path);
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
     ~Database();
 
-    std::variant<Statement, DatabaseError> prepare(std::string_view sql);
+    Result<Statement, DatabaseError> prepare(std::string_view sql);
     // Runs statements that give no rows; several may be given at once.
-    std::optional<DatabaseError> execute(const std::string& sql);
+    Result<void, DatabaseError> execute(const std::string& sql);
 
     std::int64_t lastInsertId() const;
     // Rows changed by the most recent insert, update or delete.
@@ -139,10 +140,12 @@ public:
     const std::optional<DatabaseError>& failure() const { return failure_; }
 
     // Commits unless something failed; gives the first failure otherwise.
-    std::optional<DatabaseError> commit();
+    Result<void, DatabaseError> commit();
 
 private:
     Statement prepare(std::string_view sql);
+    // Keeps the failure of a statement run directly, as the first one.
+    void keep(Result<void, DatabaseError> executed);
 
     Database& database_;
     std::optional<DatabaseError> failure_;

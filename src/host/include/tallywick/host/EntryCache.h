@@ -4,7 +4,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include <tallywick/model/LedgerEntry.h>
@@ -27,10 +26,10 @@ public:
     explicit EntryCache(const LedgerStore& store, std::int64_t chunkSize = 2048);
 
     // A Failure when the ledger could not be read.
-    Outcome<std::monostate> reloadAll();
+    Outcome<void> reloadAll();
     // After any change to this account's ledger, its deletion included. What
     // cannot be read leaves what is held as it was.
-    Outcome<std::monostate> reloadAccount(const std::string& accountId);
+    Outcome<void> reloadAccount(const std::string& accountId);
     // The cheap forms for the commonest changes: one entry written or removed.
     void put(const LedgerEntry& entry);
     void remove(const std::string& entryId);

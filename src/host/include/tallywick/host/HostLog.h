@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include <tallywick/model/Result.h>
+
 // The host's log: one line per event on its standard error. Under systemd,
 // where $JOURNAL_STREAM names that very stream, each line starts with its
 // syslog priority ("<4>"), so that `journalctl -p warning` can pick it out;
@@ -17,7 +19,7 @@ enum class Level { error = 3, warning = 4, notice = 5, info = 6 };
 // private when missing), which is rotated once it reaches `rotateAt` bytes,
 // the last `kept` copies staying as path.1 (newest) to path.N. Why not, when
 // the file cannot be opened; standard error is then left as it was.
-std::optional<std::string> toFile(const std::string& path, std::size_t rotateAt = 1 << 20, int kept = 3);
+Result<void, std::string> toFile(const std::string& path, std::size_t rotateAt = 1 << 20, int kept = 3);
 
 // One line, whole; safe from any thread.
 void write(Level level, std::string_view message);

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 #include <string>
-#include <variant>
 #include <vector>
+
+#include <tallywick/model/Result.h>
 
 namespace tallywick {
 
@@ -17,7 +18,7 @@ struct HostOptions {
     friend bool operator==(const HostOptions&, const HostOptions&) = default;
 
     // Reads the arguments after the program name; gives a usage error as text.
-    static std::variant<HostOptions, std::string> parse(const std::vector<std::string>& arguments);
+    static Result<HostOptions, std::string> parse(const std::vector<std::string>& arguments);
 
     // $TALLYWICK_DATA_DIR/ledger.sqlite3, else $XDG_DATA_HOME/tallywick/...,
     // else ~/.local/share/tallywick/...

@@ -49,7 +49,7 @@ public:
 
     // Raises the open-file limit to the hard limit, takes the locks, opens
     // the store and listens.
-    static std::variant<std::unique_ptr<HostServer>, StartFailure> start(const Config& config);
+    static Result<std::unique_ptr<HostServer>, StartFailure> start(const Config& config);
 
     // Connections served at once, at most (fewer when descriptors are scarce).
     static constexpr std::size_t kMaxConnections = 1024;
@@ -79,7 +79,7 @@ private:
     };
 
     HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::string endpoint);
-    std::optional<std::string> listen(const std::string& callerRequirement);
+    Result<void, std::string> listen(const std::string& callerRequirement);
     void run(int threads);
 
     // All below run on the host's strand.

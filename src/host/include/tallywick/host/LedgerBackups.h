@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <variant>
 
 #include <tallywick/model/Date.h>
 
@@ -25,7 +24,7 @@ bool due(const std::string& databasePath, Date now);
 // A consistent copy of the database as it stands, made through a connection
 // of its own (safe beside the host's), then the oldest beyond seven removed.
 // Gives the copy's path, or why there is none.
-std::variant<std::filesystem::path, std::string> make(const std::string& databasePath, Date now);
+Result<std::filesystem::path, std::string> make(const std::string& databasePath, Date now);
 
 // Puts the newest copy that passes the integrity check in the database's
 // place, the file it replaces (and its log) kept aside, never deleted. The

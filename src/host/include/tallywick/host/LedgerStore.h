@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
-#include <variant>
 #include <vector>
 
 #include <tallywick/core.h>
@@ -31,11 +30,11 @@ public:
     // the tables and indexes its version must have); a damaged one is refused
     // with what is wrong and the newest backup, and nothing is written to it.
     // A file about to be migrated is backed up first.
-    static std::variant<std::unique_ptr<LedgerStore>, std::string> open(const std::string& path);
+    static Result<std::unique_ptr<LedgerStore>, std::string> open(const std::string& path);
 
     // What is wrong with a database file, read without changing it; none
     // when it is whole.
-    static std::optional<std::string> checkFile(const std::string& path);
+    static Result<void, std::string> checkFile(const std::string& path);
     ~LedgerStore();
 
     // How many times a host has opened this database, this time included;
@@ -72,7 +71,7 @@ public:
     Outcome<std::string> deleteEntry(const std::string& id);
     Outcome<Account> renameAccount(const std::string& id, const std::string& displayName);
     // The account and all of its entries.
-    Outcome<std::monostate> deleteAccount(const std::string& id);
+    Outcome<void> deleteAccount(const std::string& id);
 
     // A new account for an agent that signed up; opening credit included.
     Outcome<Account> createCredentialAccount(const std::string& displayName, const std::string& keyHash,
@@ -85,8 +84,8 @@ public:
     Outcome<Account> clientInfoAccount(const ClientInfo& info, const std::vector<ClientInfoField>& fields,
                                        Date now);
     // Keeps what the agent last said about itself with its account ("No such account").
-    Outcome<std::monostate> recordClientInfo(const std::string& accountId, const ClientInfo& info,
-                                             const std::vector<ClientInfoField>& fields);
+    Outcome<void> recordClientInfo(const std::string& accountId, const ClientInfo& info,
+                                   const std::vector<ClientInfoField>& fields);
 
     // One account's entries, newest first, at most `limit`, starting below the
     // entry `before` when given, even when it has been deleted since ("No

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 #include <string>
-#include <variant>
+
+#include <tallywick/model/Result.h>
 
 namespace tallywick {
 
@@ -14,11 +15,6 @@ struct Failure {
 
 // A value, or the reason there is none.
 template <class T>
-using Outcome = std::variant<T, Failure>;
-
-template <class T>
-bool succeeded(const Outcome<T>& outcome) {
-    return std::holds_alternative<T>(outcome);
-}
+using Outcome = Result<T, Failure>;
 
 }  // namespace tallywick

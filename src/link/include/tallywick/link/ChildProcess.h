@@ -5,21 +5,23 @@
 #include <string>
 #include <vector>
 
+#include <tallywick/model/Result.h>
+
 namespace tallywick::ChildProcess {
 
 // How a program run to its end went. exitStatus is -1 when it could not be
 // started or did not exit normally.
-struct Result {
+struct Finished {
     int exitStatus = -1;
     std::string output;  // standard output
     std::string errors;  // standard error
 
-    friend bool operator==(const Result&, const Result&) = default;
+    friend bool operator==(const Finished&, const Finished&) = default;
 };
 
 // Runs the program (looked up on PATH) with standard input from /dev/null and
 // both outputs captured, and waits for it. Safe to call on any thread.
-Result run(const std::vector<std::string>& arguments);
+Finished run(const std::vector<std::string>& arguments);
 
 // The full path of an executable named `name` on PATH, if there is one.
 std::optional<std::string> findOnPath(const std::string& name);
@@ -27,7 +29,7 @@ std::optional<std::string> findOnPath(const std::string& name);
 // Starts the program (arguments[0], a path) in a session of its own,
 // detached from this process: not our child, standard streams on /dev/null,
 // no descriptors of ours. Gives the reason when it could not be started.
-std::optional<std::string> spawnDetached(const std::vector<std::string>& arguments);
+Result<void, std::string> spawnDetached(const std::vector<std::string>& arguments);
 
 // The programs of one build or installation sit side by side: the path of
 // `name` in the folder of this process's own executable.

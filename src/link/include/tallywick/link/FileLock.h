@@ -2,9 +2,9 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
 #include <string>
-#include <variant>
+
+#include <tallywick/model/Result.h>
 
 namespace tallywick {
 
@@ -21,7 +21,7 @@ public:
         std::string reason{};      // when the file could not be used
     };
 
-    static std::variant<FileLock, Refused> acquire(const std::string& path, const std::string& note);
+    static Result<FileLock, Refused> acquire(const std::string& path, const std::string& note);
 
     FileLock(FileLock&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
     FileLock& operator=(FileLock&&) = delete;
@@ -36,6 +36,6 @@ private:
 
 // Creates the missing folders of the path, private to the user; the reason
 // when one could not be made.
-std::optional<std::string> createPrivateFolders(const std::filesystem::path& folder);
+Result<void, std::string> createPrivateFolders(const std::filesystem::path& folder);
 
 }  // namespace tallywick

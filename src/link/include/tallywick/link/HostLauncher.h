@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include <tallywick/model/Result.h>
+
 namespace tallywick {
 
 // Starts the host for a runtime folder when nobody serves it. Several may be
@@ -27,13 +29,13 @@ public:
 
     // Starts the host detached, serving the endpoint's folder and writing its
     // log to logPath(), and waits until it accepts; the reason when it does not.
-    std::optional<std::string> launch(std::chrono::milliseconds patience = std::chrono::seconds(3)) const;
+    Result<void, std::string> launch(std::chrono::milliseconds patience = std::chrono::seconds(3)) const;
 
     // A host on demand, as the desktop manager's login item starts it: the
     // systemd user unit when it is installed, not masked and would serve
     // this folder, else the host executable directly. Waits up to the
     // patience in all; nothing when a host serves.
-    std::optional<std::string> ensureRunning(
+    Result<void, std::string> ensureRunning(
         std::chrono::milliseconds patience = std::chrono::seconds(5)) const;
 
     // Waits until the host accepts; false when the time is up.

@@ -9,7 +9,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <variant>
 
 #include <tallywick/link/LinkConnection.h>
 #include <tallywick/link/SocketAddress.h>
@@ -30,11 +29,11 @@ public:
     // left there. The file appears only once it accepts connections, so a
     // watcher of the folder may connect as soon as it sees it.
     // The caller must own the path (the host holds its single-instance lock).
-    static std::variant<std::shared_ptr<LinkListener>, std::string> listen(asio::io_context& context,
-                                                                           const std::string& path,
-                                                                           std::string requirementText,
-                                                                           OnConnection onConnection,
-                                                                           OnRefused onRefused = {});
+    static Result<std::shared_ptr<LinkListener>, std::string> listen(asio::io_context& context,
+                                                                     const std::string& path,
+                                                                     std::string requirementText,
+                                                                     OnConnection onConnection,
+                                                                     OnRefused onRefused = {});
     // Removes the socket file and stops accepting.
     void close();
 

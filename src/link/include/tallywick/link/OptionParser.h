@@ -4,8 +4,9 @@
 #include <map>
 #include <set>
 #include <string>
-#include <variant>
 #include <vector>
+
+#include <tallywick/model/Result.h>
 
 namespace tallywick {
 
@@ -38,7 +39,7 @@ public:
     explicit OptionParser(Spec spec) : spec_(std::move(spec)) {}
 
     // The parsed words, or the usage error as text.
-    std::variant<Parsed, std::string> parse(const std::vector<std::string>& arguments) const;
+    Result<Parsed, std::string> parse(const std::vector<std::string>& arguments) const;
 
 private:
     Spec spec_;

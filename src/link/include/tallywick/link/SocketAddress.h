@@ -5,7 +5,8 @@
 #include <sys/un.h>
 
 #include <string>
-#include <variant>
+
+#include <tallywick/model/Result.h>
 
 namespace tallywick {
 
@@ -17,7 +18,7 @@ class SocketAddress {
 public:
     // Fails, with the reason, when the folder cannot be opened or even the
     // short form does not fit (a file name near 90 bytes).
-    static std::variant<SocketAddress, std::string> of(const std::string& path);
+    static Result<SocketAddress, std::string> of(const std::string& path);
 
     SocketAddress(SocketAddress&& other) noexcept;
     SocketAddress& operator=(SocketAddress&& other) noexcept;

@@ -2,7 +2,8 @@
 #pragma once
 
 #include <string>
-#include <variant>
+
+#include <tallywick/model/Result.h>
 
 namespace tallywick {
 
@@ -25,6 +26,6 @@ struct DecodeError {
 };
 
 template <class T>
-using DecodeResult = std::variant<T, DecodeError>;
+using DecodeResult = Result<T, DecodeError>;
 
 }  // namespace tallywick

@@ -45,8 +45,8 @@ DecodeResult<T> decodeResult(std::string_view text);
 template <WireCodable T>
 std::optional<T> decode(std::string_view text) {
     auto result = decodeResult<T>(text);
-    if (auto* value = std::get_if<T>(&result)) return std::move(*value);
-    return std::nullopt;
+    if (!result) return std::nullopt;
+    return std::move(result).value();
 }
 
 // Spare bytes after a text that let the reader read it where it lies: the
@@ -62,8 +62,8 @@ DecodeResult<T> decodeResultInPlace(const std::string& text);
 template <WireCodable T>
 std::optional<T> decodeInPlace(const std::string& text) {
     auto result = decodeResultInPlace<T>(text);
-    if (auto* value = std::get_if<T>(&result)) return std::move(*value);
-    return std::nullopt;
+    if (!result) return std::nullopt;
+    return std::move(result).value();
 }
 
 // Compact JSON text, or none when a value cannot be written.
