@@ -247,7 +247,7 @@ std::vector<ApiLogEntry> apiLog(Rng& rng, std::size_t count, const std::vector<L
 
 Snapshot generateSnapshot(const SnapshotShape& shape) {
     Rng rng(shape.seed);
-    Snapshot state;
+    Snapshot state{};
     state.accounts = accounts(rng, shape.accounts);
     state.entries = entries(rng, shape.entries, state.accounts);
     state.connections = connections(rng, shape.connections, state.accounts);

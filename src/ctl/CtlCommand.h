@@ -41,7 +41,7 @@ struct CtlCommand {
     bool startHost = true;  // false: --no-start
     std::optional<std::string> runtimeDirectory;
     std::string id;  // of the entry or account
-    NewLedgerEntry newEntry;
+    NewLedgerEntry newEntry{};
     EntryEdit edit;
     std::string displayName;
     bool allow = false;

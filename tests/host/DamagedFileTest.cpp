@@ -74,7 +74,7 @@ protected:
         return run.err;
     }
 
-    Snapshot before_;
+    Snapshot before_{};
 };
 
 TEST_F(DamagedFile, GarbagePagesDroppedTablesAndTruncationAreRefused) {

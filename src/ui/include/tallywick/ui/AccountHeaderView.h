@@ -58,7 +58,7 @@ private:
     void beginDelete();
 
     AppModel& model_;
-    Account account_;
+    Account account_{};
     StyledLabel* name_;
     StyledLabel* id_;
     AccountBalanceView* balance_;
