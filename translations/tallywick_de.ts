@@ -304,6 +304,17 @@
     </message>
 </context>
 <context>
+    <name>tallywick::RecordsView</name>
+    <message>
+        <source>Filter by name or ID</source>
+        <translation>Nach Name oder ID filtern</translation>
+    </message>
+    <message>
+        <source>Filter accounts</source>
+        <translation>Konten filtern</translation>
+    </message>
+</context>
+<context>
     <name>tallywick::RenameSheet</name>
     <message>
         <source>Rename Account</source>

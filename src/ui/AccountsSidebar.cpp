@@ -75,6 +75,14 @@ void AccountsSidebar::drawRow(QPainter* painter, const QStyleOptionViewItem& opt
     itemDelegate()->paint(painter, row, index);
 }
 
+void AccountsSidebar::setFilter(const QString& text) {
+    following_ = true;
+    items_->setFilter(text);
+    following_ = false;
+    // A selected account filtered out stays selected in the model, shown again with it.
+    showSelectionOfModel();
+}
+
 void AccountsSidebar::showSelectionOfModel() {
     following_ = true;
     const auto& selected = model_.selectedAccountID();

@@ -44,8 +44,29 @@ RowChangeSignals AccountsSidebarModel::signalsFor(const QModelIndex& section) {
 }
 
 void AccountsSidebarModel::setAccounts(const std::vector<Account>& accounts) {
+    allAccounts_ = accounts;
+    showAccounts();
+}
+
+void AccountsSidebarModel::setFilter(const QString& text) {
+    if (text.trimmed() == filter_) return;
+    filter_ = text.trimmed();
+    showAccounts();
+}
+
+void AccountsSidebarModel::showAccounts() {
+    std::vector<Account> shown;
+    if (filter_.isEmpty()) {
+        shown = allAccounts_;
+    } else {
+        for (const Account& account : allAccounts_) {
+            if (QString::fromStdString(account.displayName).contains(filter_, Qt::CaseInsensitive) ||
+                QString::fromStdString(account.id).contains(filter_, Qt::CaseInsensitive))
+                shown.push_back(account);
+        }
+    }
     const QModelIndex section = sectionIndex(accountsSection);
-    follow(accounts_, accounts, signalsFor(section), [this, section](int first, int last) {
+    follow(accounts_, shown, signalsFor(section), [this, section](int first, int last) {
         emit dataChanged(index(first, 0, section), index(last, 0, section));
     });
 }

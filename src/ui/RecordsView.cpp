@@ -1,21 +1,46 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/ui/RecordsView.h>
 
+#include <QAction>
+#include <QVBoxLayout>
+
 #include <tallywick/ui/AccountsSidebar.h>
 #include <tallywick/ui/ConnectionStatusView.h>
 #include <tallywick/ui/DetailContainerView.h>
+#include <tallywick/ui/TextField.h>
 
 namespace tallywick {
 
 RecordsView::RecordsView(AppModel& model, QWidget* parent)
     : QSplitter(Qt::Horizontal, parent),
-      sidebar_(new AccountsSidebar(model, this)),
+      sidebar_(new AccountsSidebar(model)),
+      filter_(new TextField),
       detail_(new DetailContainerView(model, this)),
       status_(new ConnectionStatusView(model)) {
     setObjectName(QStringLiteral("recordsView"));
     setChildrenCollapsible(false);
     setHandleWidth(1);
-    addWidget(sidebar_);
+    // The filter sits above the list it narrows, in the sidebar's column.
+    auto* column = new QWidget(this);
+    auto* layout = new QVBoxLayout(column);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    auto* around = new QVBoxLayout;
+    around->setContentsMargins(8, 8, 8, 8);
+    filter_->setObjectName(QStringLiteral("accountFilter"));
+    filter_->setPlaceholderText(tr("Filter by name or ID"));
+    filter_->setAccessibleName(tr("Filter accounts"));
+    filter_->setClearButtonEnabled(true);
+    auto* clear = new QAction(filter_);
+    clear->setShortcut(Qt::Key_Escape);
+    clear->setShortcutContext(Qt::WidgetShortcut);
+    filter_->addAction(clear);
+    connect(clear, &QAction::triggered, filter_, &QLineEdit::clear);
+    connect(filter_, &QLineEdit::textChanged, sidebar_, &AccountsSidebar::setFilter);
+    around->addWidget(filter_);
+    layout->addLayout(around);
+    layout->addWidget(sidebar_);
+    addWidget(column);
     addWidget(detail_);
     // Extra width goes to the detail; the sidebar keeps what the user gave it.
     setStretchFactor(0, 0);

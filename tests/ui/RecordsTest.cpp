@@ -7,6 +7,7 @@
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
@@ -225,6 +226,50 @@ private slots:
             rect.setLeft(rect.right() - 60);
             QVERIFY2(paints(*sidebar.viewport(), rect, over(colour, palette.color(QPalette::Base))), name);
         }
+    }
+
+    // The filter narrows the account rows by name or identifier, in any case,
+    // leaves the connections alone, keeps the model's selection while its row
+    // is hidden, and gives every account back on Escape.
+    void accountFilterNarrowsTheSidebarByNameOrId() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.connectAgent("beta"));
+        QVERIFY(w.waitForAccounts(2));
+        AccountsSidebar& sidebar = w.sidebar();
+        AccountsSidebarModel& items = sidebar.items();
+        const QModelIndex accounts = items.sectionIndex(AccountsSidebarModel::accountsSection);
+        const QModelIndex connections = items.sectionIndex(AccountsSidebarModel::connectionsSection);
+        QTRY_COMPARE_WITH_TIMEOUT(items.rowCount(connections), 2, kPatience);
+        auto* filter = w.find<QLineEdit>("accountFilter");
+        QVERIFY(filter);
+        QCOMPARE(filter->accessibleName(), QString("Filter accounts"));
+        const std::string beta = w.account("beta")->id;
+        w.model().setSelectedAccountID(beta);
+
+        QTest::keyClicks(filter, "ALP");
+        QCOMPARE(items.rowCount(accounts), 1);
+        QCOMPARE(items.index(0, 0, accounts).data().toString(), QString("alpha"));
+        QCOMPARE(items.rowCount(connections), 2);
+        QVERIFY(sidebar.selectionModel()->selectedIndexes().isEmpty());
+        QCOMPARE(*w.model().selectedAccountID(), beta);
+
+        filter->setText(QString::fromStdString(beta).toLower());
+        QCOMPARE(items.rowCount(accounts), 1);
+        QCOMPARE(items.index(0, 0, accounts).data().toString(), QString("beta"));
+        QVERIFY(sidebar.selectionModel()->isSelected(items.indexOfAccount(beta)));
+
+        // An account that arrives while filtered out waits for the filter to go.
+        QVERIFY(w.connectAgent("gamma"));
+        QVERIFY(w.waitForAccounts(3));
+        QCOMPARE(items.rowCount(accounts), 1);
+        QVERIFY(QTest::qWaitForWindowActive(&w.window()));
+        filter->setFocus();
+        QTest::keyClick(filter, Qt::Key_Escape);
+        QVERIFY(filter->text().isEmpty());
+        QCOMPARE(items.rowCount(accounts), 3);
+        QVERIFY(sidebar.selectionModel()->isSelected(items.indexOfAccount(beta)));
     }
 
     // In the smallest window nothing is cut: the detail column scrolls, and

@@ -21,6 +21,8 @@ public:
     explicit AccountsSidebar(AppModel& model, QWidget* parent = nullptr);
 
     AccountsSidebarModel& items() const { return *items_; }
+    // Narrows the account rows to those whose name or identifier holds `text`.
+    void setFilter(const QString& text);
 
 protected:
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,

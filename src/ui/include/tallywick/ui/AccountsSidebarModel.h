@@ -34,8 +34,11 @@ public:
     explicit AccountsSidebarModel(QObject* parent = nullptr);
 
     void setAccounts(const std::vector<Account>& accounts);
+    // Shows only the accounts whose name or identifier holds `text`, in any
+    // case; an empty text shows them all.
+    void setFilter(const QString& text);
     void setConnections(const std::vector<LiveConnection>& connections);
-    const std::vector<Account>& accounts() const { return accounts_; }
+    const std::vector<Account>& accounts() const { return accounts_; }  // as shown
     const std::vector<LiveConnection>& connections() const { return connections_; }
 
     QModelIndex sectionIndex(int section) const { return index(section, 0); }
@@ -58,6 +61,10 @@ private:
     QVariant accountData(const Account& account, int role) const;
     QVariant connectionData(const LiveConnection& connection, int role) const;
 
+    void showAccounts();
+
+    std::vector<Account> allAccounts_;
+    QString filter_;
     std::vector<Account> accounts_;
     std::vector<LiveConnection> connections_;
 };

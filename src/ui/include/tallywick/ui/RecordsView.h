@@ -4,6 +4,8 @@
 #include <QPointer>
 #include <QSplitter>
 
+class QLineEdit;
+
 namespace tallywick {
 
 class AccountsSidebar;
@@ -22,12 +24,14 @@ public:
     ~RecordsView() override;
 
     AccountsSidebar* sidebar() const { return sidebar_; }
+    QLineEdit* accountFilter() const { return filter_; }
     DetailContainerView* detailContainer() const { return detail_; }
     // Made without a parent; the toolbar that shows it takes it over.
     ConnectionStatusView* toolbarItem() const;
 
 private:
     AccountsSidebar* sidebar_;
+    QLineEdit* filter_;
     DetailContainerView* detail_;
     QPointer<ConnectionStatusView> status_;
 };
