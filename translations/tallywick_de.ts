@@ -205,6 +205,18 @@
 <context>
     <name>tallywick::LedgerListView</name>
     <message>
+        <source>Show %1 entries</source>
+        <translation>%1-Buchungen zeigen</translation>
+    </message>
+    <message>
+        <source>Search memos</source>
+        <translation>Notizen durchsuchen</translation>
+    </message>
+    <message>
+        <source>Transactions (%1 of %2)</source>
+        <translation>Buchungen (%1 von %2)</translation>
+    </message>
+    <message>
         <source>Transactions</source>
         <translation>Buchungen</translation>
     </message>

@@ -32,6 +32,17 @@ std::uint64_t digest(const std::string& text) {
     return hash ^ (hash >> 29);
 }
 
+// Lower case, without accents: "Grüße" and "GRUSSE" are searched alike.
+QString folded(QStringView text) {
+    const QString decomposed = text.toString().normalized(QString::NormalizationForm_KD);
+    QString out;
+    out.reserve(decomposed.size());
+    for (const QChar c : decomposed) {
+        if (c.category() != QChar::Mark_NonSpacing) out += c;
+    }
+    return out.toCaseFolded();
+}
+
 // Rows on their way out, or not yet placed, read as this while the structure changes.
 const LedgerEntry kBlank{};
 
@@ -40,9 +51,36 @@ const LedgerEntry kBlank{};
 LedgerItemModel::LedgerItemModel(QObject* parent) : KeyedListModel(parent) {}
 
 void LedgerItemModel::setEntries(const std::vector<LedgerEntry>& entries, Validity stillValid) {
+    source_ = &entries;
+    total_ = entries.size();
+    if (folded_.size() > 4 * entries.size() + 1024) folded_.clear();
+    showEntries(entries, std::move(stillValid));
+}
+
+void LedgerItemModel::setFilter(Filter filter) {
+    if (filter == filter_) return;
+    filter_ = std::move(filter);
+    if (source_ && valid()) showEntries(*source_, stillValid_);
+}
+
+bool LedgerItemModel::passes(const LedgerEntry& entry, const QString& needle) {
+    if (!(filter_.types & (1u << static_cast<unsigned>(entryTypeOf(entry))))) return false;
+    if (needle.isEmpty()) return true;
+    auto [at, added] = folded_.try_emplace(digest(entry.memo));
+    if (added) at->second = folded(fromStd(entry.memo));
+    return at->second.contains(needle);
+}
+
+void LedgerItemModel::showEntries(const std::vector<LedgerEntry>& entries, Validity stillValid) {
+    std::vector<const LedgerEntry*> shown;
+    shown.reserve(entries.size());
+    const QString needle = folded(filter_.text);
+    for (const LedgerEntry& entry : entries) {
+        if (filter_.showsAll() || passes(entry, needle)) shown.push_back(&entry);
+    }
     std::vector<std::uint64_t> keys;
-    keys.reserve(entries.size());
-    for (const LedgerEntry& entry : entries) keys.push_back(digest(entry.id));
+    keys.reserve(shown.size());
+    for (const LedgerEntry* entry : shown) keys.push_back(digest(entry->id));
 
     // The old list may be gone already: until the rows are in their new
     // places, each reads as blank, which stays consistent for the views.
@@ -54,7 +92,7 @@ void LedgerItemModel::setEntries(const std::vector<LedgerEntry>& entries, Validi
             return Row{key, &kBlank};
         },
         rowChangeSignals());
-    for (std::size_t i = 0; i < rows_.size(); ++i) rows_[i].entry = &entries[i];
+    for (std::size_t i = 0; i < rows_.size(); ++i) rows_[i].entry = shown[i];
     stillValid_ = std::move(stillValid);
     // Which rows changed is unknown without the old list; the views repaint only what they show.
     if (!rows_.empty()) emit dataChanged(index(0), index(static_cast<int>(rows_.size()) - 1));

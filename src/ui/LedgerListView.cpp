@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/ui/LedgerListView.h>
 
+#include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QScrollBar>
+#include <QShortcut>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include <tallywick/app/AppModel.h>
@@ -17,6 +21,7 @@
 #include <tallywick/ui/LedgerRowDelegate.h>
 #include <tallywick/ui/LedgerTableView.h>
 #include <tallywick/ui/StyledLabel.h>
+#include <tallywick/ui/TextField.h>
 
 namespace tallywick {
 LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
@@ -26,7 +31,8 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
           new StyledLabel(AppStyle::sectionTitleFont(), AppStyle::tint(AppStyle::Foreground::primary), this)),
       list_(new LedgerTableView),
       items_(new LedgerItemModel(this)),
-      rows_(new LedgerRowDelegate(this)) {
+      rows_(new LedgerRowDelegate(this)),
+      search_(new TextField(this)) {
     setObjectName(QStringLiteral("ledgerListView"));
     header_->setObjectName(QStringLiteral("transactionsHeader"));
     list_->setObjectName(QStringLiteral("ledgerList"));
@@ -68,10 +74,47 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     cardLayout->setContentsMargins(2, 6, 2, 6);
     cardLayout->addWidget(list_);
 
+    // Finding entries: the five types as toggles, then the memo search.
+    auto* tools = new QHBoxLayout;
+    tools->setSpacing(4);
+    tools->addWidget(header_);
+    tools->addStretch(1);
+    for (std::size_t i = 0; i < allEntryTypes.size(); ++i) {
+        const EntryType type = allEntryTypes[i];
+        auto* toggle = new QToolButton(this);
+        const std::string_view label = entryTypeLabel(type);
+        toggle->setText(QString::fromUtf8(label.data(), static_cast<qsizetype>(label.size())));
+        toggle->setObjectName(QStringLiteral("typeToggle-") + toggle->text().toLower());
+        toggle->setCheckable(true);
+        toggle->setChecked(true);
+        toggle->setAutoRaise(true);
+        toggle->setToolTip(tr("Show %1 entries").arg(toggle->text()));
+        connect(toggle, &QToolButton::toggled, this, &LedgerListView::applyFilter);
+        typeToggles_[i] = toggle;
+        tools->addWidget(toggle);
+    }
+    search_->setObjectName(QStringLiteral("ledgerSearch"));
+    search_->setPlaceholderText(tr("Search memos"));
+    search_->setAccessibleName(tr("Search memos"));
+    search_->setClearButtonEnabled(true);
+    search_->setMaximumWidth(240);
+    auto* clear = new QAction(search_);
+    clear->setShortcut(Qt::Key_Escape);
+    clear->setShortcutContext(Qt::WidgetShortcut);
+    search_->addAction(clear);
+    connect(clear, &QAction::triggered, search_, &QLineEdit::clear);
+    connect(search_, &QLineEdit::textChanged, this, &LedgerListView::applyFilter);
+    auto* find = new QShortcut(QKeySequence::Find, this);
+    connect(find, &QShortcut::activated, this, [this] {
+        search_->setFocus(Qt::ShortcutFocusReason);
+        search_->selectAll();
+    });
+    tools->addWidget(search_);
+
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(6);
-    column->addWidget(header_);
+    column->addLayout(tools);
     column->addWidget(card, 1);
 
     // The row's buttons, its keys and its accessibility actions all come to the same two.
@@ -98,7 +141,26 @@ void LedgerListView::setEntries(const std::vector<LedgerEntry>& entries, std::fu
         list_->doItemsLayout();
         bar->setValue(bar->value() + list_->visualRect(anchor).top() - anchorTop);
     }
-    header_->setTextFixingSize(tr("Transactions (%1)").arg(static_cast<qulonglong>(entries.size())));
+    showCount();
+}
+
+void LedgerListView::applyFilter() {
+    unsigned types = 0;
+    for (std::size_t i = 0; i < typeToggles_.size(); ++i) {
+        if (typeToggles_[i] && typeToggles_[i]->isChecked())
+            types |= 1u << static_cast<unsigned>(allEntryTypes[i]);
+    }
+    items_->setFilter({.text = search_->text().trimmed(), .types = types});
+    showCount();
+}
+
+void LedgerListView::showCount() {
+    const auto total = static_cast<qulonglong>(items_->totalCount());
+    if (items_->filter().showsAll())
+        header_->setTextFixingSize(tr("Transactions (%1)").arg(total));
+    else
+        header_->setTextFixingSize(
+            tr("Transactions (%1 of %2)").arg(static_cast<qulonglong>(items_->rowCount())).arg(total));
 }
 
 QMenu* LedgerListView::rowMenu() const {

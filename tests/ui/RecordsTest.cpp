@@ -14,6 +14,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
+#include <QToolButton>
 #include <QToolTip>
 #include <QTranslator>
 
@@ -270,6 +271,58 @@ private slots:
         QVERIFY(filter->text().isEmpty());
         QCOMPARE(items.rowCount(accounts), 3);
         QVERIFY(sidebar.selectionModel()->isSelected(items.indexOfAccount(beta)));
+    }
+
+    // Ctrl+F finds the memo search; memos match whatever their case and
+    // accents, the type toggles take kinds out, the header counts what shows,
+    // and the filter outlives refreshes and account switches until Escape.
+    void ledgerSearchNarrowsByMemoAndTypeAndStays() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("alpha"));
+        QVERIFY(w.connectAgent("beta"));
+        QVERIFY(w.waitForAccounts(2));
+        const std::string alpha = w.account("alpha")->id, beta = w.account("beta")->id;
+        w.model().setSelectedAccountID(alpha);
+        QVERIFY(w.waitForEntries(1));
+        const auto add = [&](TransactionKind kind, const char* memo) {
+            w.model().createEntry(
+                {.accountId = alpha, .kind = kind, .flag = LedgerFlag::none, .amount = 3, .memo = memo});
+        };
+        add(TransactionKind::credit, "Grüße aus Köln");
+        add(TransactionKind::debit, "KOLN trip");
+        add(TransactionKind::note, "lunch");
+        QVERIFY(w.waitForEntries(4));
+        auto* header = w.find<QLabel>("transactionsHeader");
+        LedgerListView& ledger = w.ledger();
+
+        QVERIFY(QTest::qWaitForWindowActive(&w.window()));
+        QTest::keyClick(&w.window(), Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(ledger.search()->hasFocus());
+        QTest::keyClicks(ledger.search(), "koln");
+        QCOMPARE(ledger.items()->rowCount(), 2);
+        QCOMPARE(header->text(), QString("Transactions (2 of 4)"));
+        ledger.typeToggle(2)->click();  // Debit
+        QCOMPARE(ledger.items()->rowCount(), 1);
+        QCOMPARE(ledger.items()->index(0).data(LedgerItemModel::MemoRole).toString(),
+                 QString("Grüße aus Köln"));
+
+        add(TransactionKind::credit, "köln again");
+        QVERIFY(w.waitForEntries(2));
+        QCOMPARE(header->text(), QString("Transactions (2 of 5)"));
+
+        w.model().setSelectedAccountID(beta);
+        QVERIFY(w.waitForEntries(0));
+        QCOMPARE(header->text(), QString("Transactions (0 of 1)"));
+        QCOMPARE(ledger.search()->text(), QString("koln"));
+
+        ledger.search()->setFocus();
+        QTest::keyClick(ledger.search(), Qt::Key_Escape);
+        QVERIFY(ledger.search()->text().isEmpty());
+        QVERIFY(w.waitForEntries(1));
+        QCOMPARE(header->text(), QString("Transactions (1 of 1)"));  // the debits stay out
+        ledger.typeToggle(2)->click();
+        QCOMPARE(header->text(), QString("Transactions (1)"));
     }
 
     // In the smallest window nothing is cut: the detail column scrolls, and

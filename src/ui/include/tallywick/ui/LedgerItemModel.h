@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QString>
 #include <cstdint>
 #include <functional>
+#include <unordered_map>
 #include <vector>
 
 #include <tallywick/model/LedgerEntry.h>
+#include <tallywick/ui/EntryType.h>
 #include <tallywick/ui/KeyedListModel.h>
 
 namespace tallywick {
@@ -30,12 +33,28 @@ public:
     // Says whether the list handed in is still alive and unchanged.
     using Validity = std::function<bool()>;
 
+    // Which entries show: memos holding `text` (case and accents aside) of
+    // the types whose bit (1 << EntryType) is set.
+    struct Filter {
+        QString text;
+        unsigned types;
+
+        static constexpr unsigned everyType = (1u << allEntryTypes.size()) - 1;
+        bool showsAll() const { return text.isEmpty() && types == everyType; }
+        friend bool operator==(const Filter&, const Filter&) = default;
+    };
+
     explicit LedgerItemModel(QObject* parent = nullptr);
 
     // The rows become `entries`, which must stay alive and unchanged until the
     // next call, or until `stillValid` turns false; from then until the next
     // call the rows read as empty.
     void setEntries(const std::vector<LedgerEntry>& entries, Validity stillValid = {});
+    // Shows only the entries the filter passes, of the list last handed in.
+    void setFilter(Filter filter);
+    const Filter& filter() const { return filter_; }
+    // The entries of the list last handed in, shown or not.
+    std::size_t totalCount() const { return total_; }
     // The entry of a row; none for an invalid index or a list no longer valid.
     const LedgerEntry* entryAt(const QModelIndex& index) const;
 
@@ -52,9 +71,17 @@ private:
     };
 
     bool valid() const { return !stillValid_ || stillValid_(); }
+    void showEntries(const std::vector<LedgerEntry>& entries, Validity stillValid);
+    bool passes(const LedgerEntry& entry, const QString& needle);
 
     std::vector<Row> rows_;
     Validity stillValid_;
+    const std::vector<LedgerEntry>* source_ = nullptr;
+    std::size_t total_ = 0;
+    Filter filter_{.text = {}, .types = Filter::everyType};
+    // Memos as searched, by a digest of the memo: folding is what a
+    // keystroke would otherwise pay for on every entry.
+    std::unordered_map<std::uint64_t, QString> folded_;
 };
 
 }  // namespace tallywick

@@ -3,12 +3,15 @@
 
 #include <QPointer>
 #include <QWidget>
+#include <array>
 #include <functional>
 #include <vector>
 
 #include <tallywick/model/LedgerEntry.h>
 
+class QLineEdit;
 class QMenu;
+class QToolButton;
 
 namespace tallywick {
 
@@ -42,6 +45,9 @@ public:
     QMenu* rowMenu() const;
     LedgerItemModel* items() const { return items_; }
     LedgerRowDelegate* rows() const { return rows_; }
+    // Narrows the rows by memo text and by type; kept across refreshes and accounts.
+    QLineEdit* search() const { return search_; }
+    QToolButton* typeToggle(std::size_t index) const { return typeToggles_[index]; }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -50,10 +56,14 @@ private:
     AppModel& model_;
     StyledLabel* header_;
     void openRowMenu(const QModelIndex& index, const QPoint& globalPosition);
+    void applyFilter();
+    void showCount();
 
     LedgerTableView* list_;
     LedgerItemModel* items_;
     LedgerRowDelegate* rows_;
+    QLineEdit* search_;
+    std::array<QToolButton*, 5> typeToggles_{};
     QPointer<EditEntrySheet> editing_;
     QPointer<QMenu> rowMenu_;
 };
