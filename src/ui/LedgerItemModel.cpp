@@ -53,31 +53,61 @@ LedgerItemModel::LedgerItemModel(QObject* parent) : KeyedListModel(parent) {}
 void LedgerItemModel::setEntries(const std::vector<LedgerEntry>& entries, Validity stillValid) {
     source_ = &entries;
     total_ = entries.size();
+    memoOf_.clear();
     if (folded_.size() > 4 * entries.size() + 1024) folded_.clear();
     showEntries(entries, std::move(stillValid));
 }
 
 void LedgerItemModel::setFilter(Filter filter) {
     if (filter == filter_) return;
+    // Typing on narrows what shows: only the rows shown now can still pass.
+    const bool narrowing = !filter_.text.isEmpty() && (filter.types & ~filter_.types) == 0 &&
+                           folded(filter.text).contains(folded(filter_.text));
     filter_ = std::move(filter);
-    if (source_ && valid()) showEntries(*source_, stillValid_);
+    if (!source_ || !valid()) return;
+    // Another filter is another list, not an edit of this one: the views start
+    // over at once instead of hearing of every row that went or came.
+    const std::vector<const LedgerEntry*> shown = passing(*source_, narrowing);
+    beginResetModel();
+    rows_.clear();
+    rows_.reserve(shown.size());
+    for (const LedgerEntry* entry : shown) rows_.push_back({digest(entry->id), entry});
+    endResetModel();
 }
 
-bool LedgerItemModel::passes(const LedgerEntry& entry, const QString& needle) {
+bool LedgerItemModel::passes(const LedgerEntry& entry, const QString& needle, const QString*& memo) {
     if (!(filter_.types & (1u << static_cast<unsigned>(entryTypeOf(entry))))) return false;
     if (needle.isEmpty()) return true;
-    auto [at, added] = folded_.try_emplace(digest(entry.memo));
-    if (added) at->second = folded(fromStd(entry.memo));
-    return at->second.contains(needle);
+    if (!memo) {
+        auto [at, added] = folded_.try_emplace(digest(entry.memo));
+        if (added) at->second = folded(fromStd(entry.memo));
+        memo = &at->second;  // the map's nodes stay where they are
+    }
+    return memo->contains(needle);
+}
+
+std::vector<const LedgerEntry*> LedgerItemModel::passing(const std::vector<LedgerEntry>& entries,
+                                                         bool narrowing) {
+    std::vector<const LedgerEntry*> shown;
+    const QString needle = folded(filter_.text);
+    if (narrowing) {
+        for (const Row& row : rows_) {
+            const QString* memo = nullptr;
+            if (passes(*row.entry, needle, memo)) shown.push_back(row.entry);
+        }
+    } else {
+        // Each entry's folded memo is found once per list handed in.
+        if (memoOf_.size() != entries.size()) memoOf_.assign(entries.size(), nullptr);
+        shown.reserve(entries.size());
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            if (filter_.showsAll() || passes(entries[i], needle, memoOf_[i])) shown.push_back(&entries[i]);
+        }
+    }
+    return shown;
 }
 
 void LedgerItemModel::showEntries(const std::vector<LedgerEntry>& entries, Validity stillValid) {
-    std::vector<const LedgerEntry*> shown;
-    shown.reserve(entries.size());
-    const QString needle = folded(filter_.text);
-    for (const LedgerEntry& entry : entries) {
-        if (filter_.showsAll() || passes(entry, needle)) shown.push_back(&entry);
-    }
+    const std::vector<const LedgerEntry*> shown = passing(entries, false);
     std::vector<std::uint64_t> keys;
     keys.reserve(shown.size());
     for (const LedgerEntry* entry : shown) keys.push_back(digest(entry->id));

@@ -72,7 +72,10 @@ private:
 
     bool valid() const { return !stillValid_ || stillValid_(); }
     void showEntries(const std::vector<LedgerEntry>& entries, Validity stillValid);
-    bool passes(const LedgerEntry& entry, const QString& needle);
+    // The entries the filter passes; narrowing tests only the rows shown now.
+    std::vector<const LedgerEntry*> passing(const std::vector<LedgerEntry>& entries, bool narrowing);
+    // `memo` is the entry's folded memo once found, null before.
+    bool passes(const LedgerEntry& entry, const QString& needle, const QString*& memo);
 
     std::vector<Row> rows_;
     Validity stillValid_;
@@ -82,6 +85,7 @@ private:
     // Memos as searched, by a digest of the memo: folding is what a
     // keystroke would otherwise pay for on every entry.
     std::unordered_map<std::uint64_t, QString> folded_;
+    std::vector<const QString*> memoOf_;  // by position in the list handed in
 };
 
 }  // namespace tallywick
