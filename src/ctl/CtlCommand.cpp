@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "CtlCommand.h"
 
-#include <charconv>
 #include <map>
+#include <set>
 
 #include <tallywick/link/OptionParser.h>
 #include <tallywick/model/JsonWriter.h>
+#include <tallywick/model/WholeNumber.h>
 
 namespace tallywick {
 
@@ -13,26 +14,21 @@ namespace {
 
 using Kind = CtlCommand::Kind;
 
-std::optional<std::int64_t> wholeNumber(const std::string& text) {
-    std::int64_t value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
-    return value;
-}
-
 // The options a subcommand takes, after its positional arguments.
 struct Arguments {
     std::vector<std::string> positional;
     std::map<std::string, std::string> options;
+    std::set<std::string> flags;
 };
 
 Result<Arguments, std::string> split(const std::vector<std::string>& words,
-                                     const std::vector<std::string>& allowed) {
-    auto read = OptionParser({.valued = allowed, .positional = true, .helpAndVersion = false}).parse(words);
+                                     const std::vector<std::string>& allowed,
+                                     const std::vector<std::string>& flags = {}) {
+    auto read = OptionParser({.flags = flags, .valued = allowed, .positional = true, .helpAndVersion = false})
+                    .parse(words);
     if (!read) return fail(std::move(read).error());
     auto& parsed = *read;
-    return Arguments{std::move(parsed.positional), std::move(parsed.values)};
+    return Arguments{std::move(parsed.positional), std::move(parsed.values), std::move(parsed.flags)};
 }
 
 template <class E>
@@ -93,10 +89,12 @@ Result<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>
     }
     const std::vector<std::string> words(rest.begin() + static_cast<std::ptrdiff_t>(used), rest.end());
 
-    auto parsed =
-        split(words, topic == "entry add"    ? std::vector<std::string>{"flag", "memo"}
-                     : topic == "entry edit" ? std::vector<std::string>{"kind", "flag", "amount", "memo"}
-                                             : std::vector<std::string>{});
+    auto parsed = split(words,
+                        topic == "entry add"    ? std::vector<std::string>{"flag", "memo"}
+                        : topic == "entry edit" ? std::vector<std::string>{"kind", "flag", "amount", "memo"}
+                        : topic == "export"     ? std::vector<std::string>{"output"}
+                                                : std::vector<std::string>{},
+                        topic == "import" ? std::vector<std::string>{"dry-run"} : std::vector<std::string>{});
     if (!parsed) return fail(std::move(parsed).error());
     const Arguments& a = *parsed;
 
@@ -114,7 +112,7 @@ Result<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>
         auto kind = enumValue<TransactionKind>(a.positional[1], "KIND");
         if (!kind) return fail(std::move(kind).error());
         command.newEntry.kind = *kind;
-        auto amount = wholeNumber(a.positional[2]);
+        auto amount = parseWholeNumber(a.positional[2]);
         if (!amount) return fail("AMOUNT must be a whole number, not '" + a.positional[2] + "'");
         command.newEntry.amount = *amount;
         if (a.options.contains("flag")) {
@@ -143,11 +141,24 @@ Result<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>
             command.edit.flag = *flag;
         }
         if (a.options.contains("amount")) {
-            command.edit.amount = wholeNumber(a.options.at("amount"));
+            command.edit.amount = parseWholeNumber(a.options.at("amount"));
             if (!command.edit.amount)
                 return fail("--amount must be a whole number, not '" + a.options.at("amount") + "'");
         }
         if (a.options.contains("memo")) command.edit.memo = a.options.at("memo");
+    } else if (topic == "export") {
+        command.kind = Kind::exportLedger;
+        if (auto counted = expectCount(a, 1, "export ACCOUNT [--output FILE]"); !counted)
+            return fail(std::move(counted).error());
+        command.id = a.positional[0];
+        if (a.options.contains("output")) command.path = a.options.at("output");
+    } else if (topic == "import") {
+        command.kind = Kind::importLedger;
+        if (auto counted = expectCount(a, 2, "import ACCOUNT FILE [--dry-run]"); !counted)
+            return fail(std::move(counted).error());
+        command.id = a.positional[0];
+        command.path = a.positional[1];
+        command.dryRun = a.flags.contains("dry-run");
     } else if (topic == "entry delete" || topic == "account delete") {
         command.kind = topic == "entry delete" ? Kind::deleteEntry : Kind::deleteAccount;
         if (auto counted = expectCount(a, 1, topic + (topic == "entry delete" ? " ENTRY" : " ACCOUNT"));
@@ -175,7 +186,7 @@ Result<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>
         command.kind = Kind::setStartingPoints;
         if (auto counted = expectCount(a, 1, "settings starting-points N"); !counted)
             return fail(std::move(counted).error());
-        auto points = wholeNumber(a.positional[0]);
+        auto points = parseWholeNumber(a.positional[0]);
         if (!points) return fail("N must be a whole number, not '" + a.positional[0] + "'");
         command.points = *points;
     } else {
@@ -223,6 +234,16 @@ std::string CtlCommand::helpText(const std::string& topic) {
         {"events",
          "Usage: tallywickctl events\n\n"
          "Follows the host's events, one JSON line each, until interrupted.\n"},
+        {"export",
+         "Usage: tallywickctl export ACCOUNT [--output FILE]\n\n"
+         "Writes ACCOUNT's ledger as CSV (UTF-8, a header row, newest first) to FILE\n"
+         "or to standard output.\n"},
+        {"import",
+         "Usage: tallywickctl import ACCOUNT FILE [--dry-run]\n\n"
+         "Adds one entry to ACCOUNT for each row of a CSV file as export writes it\n"
+         "(the kind, flag, amount and memo columns; oldest first by sequence). A\n"
+         "malformed row stops the import before anything is sent. --dry-run shows\n"
+         "what would be created.\n"},
         {"agent-config",
          "Usage: tallywickctl [--json] agent-config\n\n"
          "Prints what an agent's MCP client needs to launch tallywick-bridge: the\n"
@@ -249,6 +270,8 @@ std::string CtlCommand::helpText(const std::string& topic) {
            "  account delete ACCOUNT                     delete an account and its ledger\n"
            "  settings allow-unauthenticated on|off      identify agents by client information\n"
            "  settings starting-points N                 opening credit of new accounts\n"
+           "  export ACCOUNT [--output FILE]             an account's ledger as CSV\n"
+           "  import ACCOUNT FILE [--dry-run]            add entries from a CSV file\n"
            "  events                                     follow the host's events\n"
            "  agent-config                               how an agent's MCP client launches the bridge\n"
            "  help [COMMAND]                             this text, or a command's\n"

@@ -22,6 +22,8 @@ struct CtlCommand {
         setAllowUnauthenticated,
         setStartingPoints,
         events,
+        exportLedger,
+        importLedger,
         agentConfig,
         help,
         version,
@@ -46,6 +48,8 @@ struct CtlCommand {
     std::string displayName;
     bool allow = false;
     std::int64_t points = 0;
+    std::string path;       // export's --output (empty: standard output), import's FILE
+    bool dryRun = false;    // import: show, create nothing
     std::string helpTopic;  // the subcommand whose help was asked for; empty for the overview
 
     // A usage error as text, or the command.

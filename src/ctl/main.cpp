@@ -3,9 +3,13 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
 #include <iostream>
+#include <sstream>
 #include <thread>
 
 #include <tallywick/link/AgentClientConfig.h>
@@ -18,6 +22,7 @@
 #include <tallywick/link/ServiceIdentity.h>
 #include <tallywick/link/StopSignals.h>
 #include <tallywick/link/XPCControlClient.h>
+#include <tallywick/model/LedgerCsv.h>
 #include <tallywick/model/TallywickVersion.h>
 
 #include "CtlCommand.h"
@@ -78,6 +83,71 @@ int report(const std::optional<ControlResponse>& answer, bool json, const std::s
     return done;
 }
 
+// The account's ledger, newest first, as CSV to the file or standard output.
+int exportLedger(Session& session, const CtlCommand& command) {
+    auto answer = session.send(ControlRequest::snapshot());
+    if (!answer) return hostUnreachable();
+    auto* state = std::get_if<ControlResponse::Snapshot>(&answer->value);
+    if (!state) return report(answer, false, "");
+    const auto& accounts = state->snapshot.accounts;
+    if (std::none_of(accounts.begin(), accounts.end(), [&](const Account& a) { return a.id == command.id; }))
+        return report(ControlResponse::failure("No such account"), false, "");
+    std::vector<LedgerEntry> entries;
+    for (const LedgerEntry& entry : state->snapshot.entries) {
+        if (entry.accountId == command.id) entries.push_back(entry);
+    }
+    const std::string text = LedgerCsv::write(entries);
+    if (command.path.empty()) {
+        std::cout << text;
+        return done;
+    }
+    std::ofstream file(command.path, std::ios::binary | std::ios::trunc);
+    file << text;
+    file.close();
+    if (!file) {
+        std::cerr << "tallywickctl: could not write " << command.path << ": " << std::strerror(errno)
+                  << " (check the folder exists and is writable)\n";
+        return refused;
+    }
+    std::cerr << "Exported " << entries.size() << " entries to " << command.path << ".\n";
+    return done;
+}
+
+// The file's rows as entries to create, or why not (said on stderr).
+std::optional<std::vector<NewLedgerEntry>> importRows(const CtlCommand& command) {
+    std::ifstream file(command.path, std::ios::binary);
+    if (!file) {
+        std::cerr << "tallywickctl: could not read " << command.path << ": " << std::strerror(errno) << "\n";
+        return std::nullopt;
+    }
+    std::ostringstream text;
+    text << file.rdbuf();
+    auto rows = LedgerCsv::read(text.str(), command.id);
+    if (!rows) {
+        std::cerr << "tallywickctl: " << command.path << ": " << rows.error()
+                  << "; nothing was imported (correct the file and run again)\n";
+        return std::nullopt;
+    }
+    return std::move(rows).value();
+}
+
+int importLedger(Session& session, const std::vector<NewLedgerEntry>& rows) {
+    std::size_t added = 0;
+    for (const NewLedgerEntry& row : rows) {
+        auto answer = session.send(ControlRequest::createEntry(row));
+        if (!answer) return hostUnreachable();
+        if (auto* failure = std::get_if<ControlResponse::Failure>(&answer->value)) {
+            std::cerr << "tallywickctl: entry " << added + 1 << " of " << rows.size()
+                      << " was refused: " << failure->reason << "; the " << added
+                      << " before it were imported\n";
+            return refused;
+        }
+        ++added;
+    }
+    std::cout << "Imported " << added << " entries.\n";
+    return done;
+}
+
 int followEvents(Session& session, const StopSignals& stop) {
     int status = done;
     session.client().onEvent = [](const ControlEvent& event) {
@@ -125,6 +195,20 @@ Result<void, std::string> hostReady(const std::string& runtimeDirectory, bool st
 }
 
 int run(const CtlCommand& command, const StopSignals& stop) {
+    // A file to import is read whole before anything reaches the host.
+    std::vector<NewLedgerEntry> imported;
+    if (command.kind == CtlCommand::Kind::importLedger) {
+        auto rows = importRows(command);
+        if (!rows) return usageError;
+        imported = std::move(*rows);
+        if (command.dryRun) {
+            std::cout << "Would create " << imported.size() << " entries in " << command.id << ":\n";
+            for (const NewLedgerEntry& row : imported)
+                std::cout << "  " << rawValue(row.kind) << " " << rawValue(row.flag) << " " << row.amount
+                          << " " << row.memo << "\n";
+            return done;
+        }
+    }
     const std::string runtimeDirectory = command.runtimeDirectory.value_or(runtimeDirectoryPath());
     if (auto ready = hostReady(runtimeDirectory, command.startHost); !ready) {
         std::cerr << "tallywickctl: " << ready.error() << "\n";
@@ -188,6 +272,8 @@ int run(const CtlCommand& command, const StopSignals& stop) {
             return report(session.send(ControlRequest::setStartingPoints(command.points)), command.json,
                           "New accounts start with " + std::to_string(command.points) + " points.");
         case Kind::events: return followEvents(session, stop);
+        case Kind::exportLedger: return exportLedger(session, command);
+        case Kind::importLedger: return importLedger(session, imported);
         case Kind::agentConfig:
         case Kind::help:
         case Kind::version: break;

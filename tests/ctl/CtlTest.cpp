@@ -289,5 +289,61 @@ TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 3) << slurp(folder_ / "orphan.err");
 }
 
+// A ledger exported and imported into an empty account gives the same
+// entries and balance; a malformed file names its row and column, and
+// nothing of it reaches the host.
+TEST_F(Ctl, LedgerCsvRoundTripsAndRefusesMalformedRows) {
+    const std::string from = agentAccount("source");
+    ASSERT_EQ(ctl({"entry", "add", from, "credit", "250", "--flag", "bonus", "--memo",
+                   "Comma, \"quote\"\nand a line"})
+                  .status,
+              0);
+    ASSERT_EQ(ctl({"entry", "add", from, "debit", "40", "--memo", "Grüße"}).status, 0);
+    ASSERT_EQ(ctl({"entry", "add", from, "note", "0"}).status, 0);
+    const auto file = folder_ / "ledger.csv";
+    const auto exported = ctl({"export", from, "--output", file.string()});
+    ASSERT_EQ(exported.status, 0) << exported.err;
+    EXPECT_EQ(slurp(file).rfind("id,accountId,kind,flag,amount,memo,createdAt,updatedAt,sequence\r\n", 0),
+              0u);
+    EXPECT_EQ(ctl({"export", from}).out, slurp(file));
+    EXPECT_EQ(ctl({"export", "A404"}).status, 1);
+
+    ASSERT_EQ(ctl({"settings", "starting-points", "0"}).status, 0);
+    const std::string to = agentAccount("target");
+    ASSERT_NE(to, from);
+    const auto dry = ctl({"import", to, file.string(), "--dry-run"});
+    EXPECT_EQ(dry.status, 0);
+    EXPECT_NE(dry.out.find("Would create 4 entries"), std::string::npos) << dry.out;
+    const auto imported = ctl({"import", to, file.string()});
+    ASSERT_EQ(imported.status, 0) << imported.err;
+
+    const auto ledgerOf = [](const Snapshot& state, const std::string& account) {
+        std::vector<std::tuple<TransactionKind, LedgerFlag, std::int64_t, std::string>> rows;
+        for (const auto& e : state.entries) {
+            if (e.accountId == account) rows.emplace_back(e.kind, e.flag, e.amount, e.memo);
+        }
+        return rows;
+    };
+    const auto balanceOf = [](const Snapshot& state, const std::string& account) {
+        for (const auto& a : state.accounts) {
+            if (a.id == account) return a.balance;
+        }
+        return std::int64_t{-1};
+    };
+    auto state = control()->snapshot();
+    ASSERT_TRUE(state);
+    EXPECT_EQ(ledgerOf(*state, to), ledgerOf(*state, from));
+    EXPECT_EQ(balanceOf(*state, to), balanceOf(*state, from));
+
+    const auto bad = folder_ / "bad.csv";
+    std::ofstream(bad) << "kind,flag,amount,memo\r\ncredit,none,5,fine\r\ndebit,none,lots,bad\r\n";
+    const auto refused = ctl({"import", to, bad.string()});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_NE(refused.err.find("row 3, column amount"), std::string::npos) << refused.err;
+    state = control()->snapshot();
+    ASSERT_TRUE(state);
+    EXPECT_EQ(ledgerOf(*state, to).size(), 4u) << "nothing of a refused file is added";
+}
+
 }  // namespace
 }  // namespace tallywick::testing
