@@ -205,6 +205,34 @@
 <context>
     <name>tallywick::LedgerListView</name>
     <message>
+        <source>Export</source>
+        <translation>Exportieren</translation>
+    </message>
+    <message>
+        <source>Export All Entries as CSV…</source>
+        <translation>Alle Buchungen als CSV exportieren…</translation>
+    </message>
+    <message>
+        <source>Export Shown Entries as CSV…</source>
+        <translation>Angezeigte Buchungen als CSV exportieren…</translation>
+    </message>
+    <message>
+        <source>Export Ledger</source>
+        <translation>Buchungen exportieren</translation>
+    </message>
+    <message>
+        <source>ledger.csv</source>
+        <translation>buchungen.csv</translation>
+    </message>
+    <message>
+        <source>CSV files (*.csv)</source>
+        <translation>CSV-Dateien (*.csv)</translation>
+    </message>
+    <message>
+        <source>Could not write %1: %2. Choose a folder you can write to.</source>
+        <translation>%1 konnte nicht geschrieben werden: %2. Wählen Sie einen Ordner, in den Sie schreiben dürfen.</translation>
+    </message>
+    <message>
         <source>Show %1 entries</source>
         <translation>%1-Buchungen zeigen</translation>
     </message>

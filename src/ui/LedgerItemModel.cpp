@@ -128,6 +128,19 @@ void LedgerItemModel::showEntries(const std::vector<LedgerEntry>& entries, Valid
     if (!rows_.empty()) emit dataChanged(index(0), index(static_cast<int>(rows_.size()) - 1));
 }
 
+std::vector<LedgerEntry> LedgerItemModel::shownEntries() const {
+    std::vector<LedgerEntry> out;
+    if (!valid()) return out;
+    out.reserve(rows_.size());
+    for (const Row& row : rows_) out.push_back(*row.entry);
+    return out;
+}
+
+std::vector<LedgerEntry> LedgerItemModel::allEntries() const {
+    if (!source_ || !valid()) return {};
+    return *source_;
+}
+
 const LedgerEntry* LedgerItemModel::entryAt(const QModelIndex& index) const {
     if (!index.isValid() || index.model() != this || index.column() != 0 || index.row() < 0 ||
         static_cast<std::size_t>(index.row()) >= rows_.size() || !valid())

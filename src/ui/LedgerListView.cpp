@@ -4,9 +4,12 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QFile>
+#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QMenu>
+#include <QMessageBox>
 #include <QMouseEvent>
 #include <QScrollBar>
 #include <QShortcut>
@@ -14,6 +17,7 @@
 #include <QVBoxLayout>
 
 #include <tallywick/app/AppModel.h>
+#include <tallywick/model/LedgerCsv.h>
 #include <tallywick/ui/AppStyle.h>
 #include <tallywick/ui/CardFrame.h>
 #include <tallywick/ui/EditEntrySheet.h>
@@ -110,6 +114,16 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
         search_->selectAll();
     });
     tools->addWidget(search_);
+    auto* exporting = new QToolButton(this);
+    exporting->setObjectName(QStringLiteral("ledgerExport"));
+    exporting->setText(tr("Export"));
+    exporting->setAutoRaise(true);
+    exporting->setPopupMode(QToolButton::InstantPopup);
+    auto* exportMenu = new QMenu(exporting);
+    exportMenu->addAction(tr("Export All Entries as CSV…"), this, [this] { askAndExport(false); });
+    exportMenu->addAction(tr("Export Shown Entries as CSV…"), this, [this] { askAndExport(true); });
+    exporting->setMenu(exportMenu);
+    tools->addWidget(exporting);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
@@ -152,6 +166,26 @@ void LedgerListView::applyFilter() {
     }
     items_->setFilter({.text = search_->text().trimmed(), .types = types});
     showCount();
+}
+
+Result<void, std::string> LedgerListView::exportTo(const QString& path, bool shownOnly) const {
+    const std::string text = LedgerCsv::write(shownOnly ? items_->shownEntries() : items_->allEntries());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        file.write(text.data(), static_cast<qint64>(text.size())) != static_cast<qint64>(text.size()) ||
+        !file.flush())
+        return fail(file.errorString().toStdString());
+    return {};
+}
+
+void LedgerListView::askAndExport(bool shownOnly) {
+    const QString path =
+        QFileDialog::getSaveFileName(this, tr("Export Ledger"), tr("ledger.csv"), tr("CSV files (*.csv)"));
+    if (path.isEmpty()) return;
+    if (auto written = exportTo(path, shownOnly); !written)
+        QMessageBox::warning(this, tr("Export Ledger"),
+                             tr("Could not write %1: %2. Choose a folder you can write to.")
+                                 .arg(path, QString::fromStdString(written.error())));
 }
 
 void LedgerListView::showCount() {

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 // The records pane driven as a person would, against a real host: what the
 // views show, and what their clicks and keys make of the host's state.
+#include <unistd.h>
+
 #include <QAccessible>
 #include <QClipboard>
 #include <QComboBox>
 #include <QContextMenuEvent>
+#include <QDir>
+#include <QFile>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -310,6 +314,20 @@ private slots:
         add(TransactionKind::credit, "köln again");
         QVERIFY(w.waitForEntries(2));
         QCOMPARE(header->text(), QString("Transactions (2 of 5)"));
+        // Exported as CSV: what shows, or the whole ledger; a folder that is not there is named.
+        const QString folder =
+            QDir::tempPath() + QStringLiteral("/ledger-export-") + QString::number(getpid());
+        QVERIFY(QDir().mkpath(folder));
+        const auto linesOf = [](const QString& path) {
+            QFile file(path);
+            return file.open(QIODevice::ReadOnly) ? file.readAll().count("\r\n") : -1;
+        };
+        QVERIFY(ledger.exportTo(folder + "/shown.csv", true));
+        QCOMPARE(linesOf(folder + "/shown.csv"), 1 + 2);
+        QVERIFY(ledger.exportTo(folder + "/all.csv", false));
+        QCOMPARE(linesOf(folder + "/all.csv"), 1 + 5);
+        QVERIFY(!ledger.exportTo(folder + "/missing/x.csv", false));
+        QDir(folder).removeRecursively();
 
         w.model().setSelectedAccountID(beta);
         QVERIFY(w.waitForEntries(0));

@@ -55,6 +55,9 @@ public:
     const Filter& filter() const { return filter_; }
     // The entries of the list last handed in, shown or not.
     std::size_t totalCount() const { return total_; }
+    // Copies of the entries: the rows shown, or the whole list last handed in.
+    std::vector<LedgerEntry> shownEntries() const;
+    std::vector<LedgerEntry> allEntries() const;
     // The entry of a row; none for an invalid index or a list no longer valid.
     const LedgerEntry* entryAt(const QModelIndex& index) const;
 

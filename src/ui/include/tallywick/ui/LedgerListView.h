@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <tallywick/model/LedgerEntry.h>
+#include <tallywick/model/Result.h>
 
 class QLineEdit;
 class QMenu;
@@ -48,6 +49,8 @@ public:
     // Narrows the rows by memo text and by type; kept across refreshes and accounts.
     QLineEdit* search() const { return search_; }
     QToolButton* typeToggle(std::size_t index) const { return typeToggles_[index]; }
+    // Writes the ledger as CSV: every entry, or only those the filter shows.
+    Result<void, std::string> exportTo(const QString& path, bool shownOnly) const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -57,6 +60,7 @@ private:
     StyledLabel* header_;
     void openRowMenu(const QModelIndex& index, const QPoint& globalPosition);
     void applyFilter();
+    void askAndExport(bool shownOnly);
     void showCount();
 
     LedgerTableView* list_;
