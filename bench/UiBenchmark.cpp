@@ -24,7 +24,6 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QLineEdit>
 #include <QScrollBar>
 #include <QTableView>
 
@@ -38,6 +37,7 @@
 #include <tallywick/ui/LedgerListView.h>
 #include <tallywick/ui/LedgerTableView.h>
 #include <tallywick/ui/RootView.h>
+#include <tallywick/ui/TextField.h>
 
 #include <tallywick/host/LedgerStore.h>
 #include "BenchLedger.h"

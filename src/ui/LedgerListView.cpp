@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/ui/LedgerListView.h>
 
-#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QFile>
@@ -101,12 +100,8 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     search_->setPlaceholderText(tr("Search memos"));
     search_->setAccessibleName(tr("Search memos"));
     search_->setClearButtonEnabled(true);
+    search_->clearOnEscape();
     search_->setMaximumWidth(240);
-    auto* clear = new QAction(search_);
-    clear->setShortcut(Qt::Key_Escape);
-    clear->setShortcutContext(Qt::WidgetShortcut);
-    search_->addAction(clear);
-    connect(clear, &QAction::triggered, search_, &QLineEdit::clear);
     connect(search_, &QLineEdit::textChanged, this, &LedgerListView::applyFilter);
     auto* find = new QShortcut(QKeySequence::Find, this);
     connect(find, &QShortcut::activated, this, [this] {

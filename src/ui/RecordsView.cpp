@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/ui/RecordsView.h>
 
-#include <QAction>
 #include <QVBoxLayout>
 
 #include <tallywick/ui/AccountsSidebar.h>
@@ -31,11 +30,7 @@ RecordsView::RecordsView(AppModel& model, QWidget* parent)
     filter_->setPlaceholderText(tr("Filter by name or ID"));
     filter_->setAccessibleName(tr("Filter accounts"));
     filter_->setClearButtonEnabled(true);
-    auto* clear = new QAction(filter_);
-    clear->setShortcut(Qt::Key_Escape);
-    clear->setShortcutContext(Qt::WidgetShortcut);
-    filter_->addAction(clear);
-    connect(clear, &QAction::triggered, filter_, &QLineEdit::clear);
+    filter_->clearOnEscape();
     connect(filter_, &QLineEdit::textChanged, sidebar_, &AccountsSidebar::setFilter);
     around->addWidget(filter_);
     layout->addLayout(around);

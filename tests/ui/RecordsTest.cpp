@@ -33,6 +33,7 @@
 #include <tallywick/ui/RecordsView.h>
 #include <tallywick/ui/RenameSheet.h>
 #include <tallywick/ui/StatusDot.h>
+#include <tallywick/ui/TextField.h>
 
 #include "RecordsWindow.h"
 

@@ -10,7 +10,6 @@
 #include <tallywick/model/LedgerEntry.h>
 #include <tallywick/model/Result.h>
 
-class QLineEdit;
 class QMenu;
 class QToolButton;
 
@@ -22,6 +21,7 @@ class LedgerItemModel;
 class LedgerRowDelegate;
 class LedgerTableView;
 class StyledLabel;
+class TextField;
 
 // The account's ledger under the header "Transactions (n)": one row per
 // entry with edit and delete buttons, the same two on the row's keys, and a
@@ -47,7 +47,7 @@ public:
     LedgerItemModel* items() const { return items_; }
     LedgerRowDelegate* rows() const { return rows_; }
     // Narrows the rows by memo text and by type; kept across refreshes and accounts.
-    QLineEdit* search() const { return search_; }
+    TextField* search() const { return search_; }
     QToolButton* typeToggle(std::size_t index) const { return typeToggles_[index]; }
     // Writes the ledger as CSV: every entry, or only those the filter shows.
     Result<void, std::string> exportTo(const QString& path, bool shownOnly) const;
@@ -66,7 +66,7 @@ private:
     LedgerTableView* list_;
     LedgerItemModel* items_;
     LedgerRowDelegate* rows_;
-    QLineEdit* search_;
+    TextField* search_;
     std::array<QToolButton*, 5> typeToggles_{};
     QPointer<EditEntrySheet> editing_;
     QPointer<QMenu> rowMenu_;

@@ -4,14 +4,13 @@
 #include <QPointer>
 #include <QSplitter>
 
-class QLineEdit;
-
 namespace tallywick {
 
 class AccountsSidebar;
 class AppModel;
 class ConnectionStatusView;
 class DetailContainerView;
+class TextField;
 
 // The records pane: the accounts sidebar beside the selected account's
 // detail. Its toolbar item, the host connection indicator, is made here and
@@ -24,14 +23,14 @@ public:
     ~RecordsView() override;
 
     AccountsSidebar* sidebar() const { return sidebar_; }
-    QLineEdit* accountFilter() const { return filter_; }
+    TextField* accountFilter() const { return filter_; }
     DetailContainerView* detailContainer() const { return detail_; }
     // Made without a parent; the toolbar that shows it takes it over.
     ConnectionStatusView* toolbarItem() const;
 
 private:
     AccountsSidebar* sidebar_;
-    QLineEdit* filter_;
+    TextField* filter_;
     DetailContainerView* detail_;
     QPointer<ConnectionStatusView> status_;
 };

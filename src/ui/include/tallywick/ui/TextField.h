@@ -11,6 +11,9 @@ namespace tallywick {
 class TextField : public QLineEdit {
 public:
     explicit TextField(QWidget* parent = nullptr);
+
+    // A search field: Escape, while it has the focus, empties it.
+    void clearOnEscape();
 };
 
 }  // namespace tallywick
