@@ -237,6 +237,8 @@ TEST(LinkConnectionTest, ClientRefusesASocketInAnUnsafeFolder) {
     second->start(again.handlers());
     EXPECT_EQ(await(callFuture(*second, "echo", "up")), "reply up");
     second->close();
+    // Its ending reaches the recorder on the I/O thread: wait for it while the recorder lives.
+    EXPECT_EQ(await(again.ended.get_future()), "invalidated");
 }
 
 TEST(LinkConnectionTest, ListenerReplacesLeftoversAndAppearsOnlyReady) {
