@@ -23,7 +23,7 @@ build="$root/build-fuzz"
 
 cmake -S "$root" -B "$build" -G Ninja -DTALLYWICK_BUILD_FUZZ=ON -DTALLYWICK_BUILD_TESTS=OFF \
   -DTALLYWICK_CORE_ONLY=OFF -DTALLYWICK_SANITIZE=address,undefined >/dev/null
-cmake --build "$build" --target fuzz_control_request fuzz_control_response fuzz_control_event fuzz_frame_scan fuzz_ledger_csv
+cmake --build "$build" --target fuzz_control_request fuzz_control_response fuzz_control_event fuzz_frame_scan fuzz_ledger_csv fuzz_json_indent
 
 # Findings outlive the run (the build folder is ignored by git); the working
 # corpus does not, so the checked-in seeds stay small. The seeds are kept even
@@ -37,7 +37,7 @@ extra=()
   extra=(-fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1)
 
 failed=()
-for target in fuzz_control_request fuzz_control_response fuzz_control_event fuzz_frame_scan fuzz_ledger_csv; do
+for target in fuzz_control_request fuzz_control_response fuzz_control_event fuzz_frame_scan fuzz_ledger_csv fuzz_json_indent; do
   mkdir -p "$artifacts/$target" "$scratch/$target"
   cp "$here/corpus/$target"/* "$scratch/$target"/
   log="$artifacts/$target/last-run.log"

@@ -39,34 +39,47 @@ ApiLogItemModel::Row ApiLogItemModel::makeRow(const ApiLogEntry& entry) {
     return row;
 }
 
-void ApiLogItemModel::follow(const std::vector<ApiLogEntry>& log) {
-    if (followShift(log)) return;
-    if (followReplacement(log)) return;
-    reshapeRowsByKey(
-        rows_, log, [](const Row& row) { return row.entry.id; },
-        [](const ApiLogEntry& entry) { return entry.id; },
-        [](const ApiLogEntry& entry) { return makeRow(entry); }, rowChangeSignals());
+bool ApiLogItemModel::Filter::admits(const ApiLogEntry& entry) const {
+    const auto matches = [](const std::optional<QString>& wanted, const std::optional<std::string>& text) {
+        return !wanted || (text && *wanted == fromStd(*text));
+    };
+    return (!direction || entry.direction == *direction) && matches(agent, entry.clientLabel) &&
+           matches(method, entry.method);
 }
 
-bool ApiLogItemModel::followShift(const std::vector<ApiLogEntry>& log) {
+void ApiLogItemModel::follow(const std::vector<ApiLogEntry>& log, const Filter& filter) {
+    Shown shown;
+    shown.reserve(log.size());
+    for (const ApiLogEntry& entry : log) {
+        if (filter.admits(entry)) shown.push_back(&entry);
+    }
+    if (followShift(shown)) return;
+    if (followReplacement(shown)) return;
+    reshapeRowsByKey(
+        rows_, shown, [](const Row& row) { return row.entry.id; },
+        [](const ApiLogEntry* entry) { return entry->id; },
+        [](const ApiLogEntry* entry) { return makeRow(*entry); }, rowChangeSignals());
+}
+
+bool ApiLogItemModel::followShift(const Shown& log) {
     std::size_t arrived = 0;
     if (rows_.empty()) {
         arrived = log.size();
     } else {
-        while (arrived < log.size() && log[arrived].id != rows_.front().entry.id) ++arrived;
+        while (arrived < log.size() && log[arrived]->id != rows_.front().entry.id) ++arrived;
         if (arrived == log.size()) return false;
     }
     const std::size_t kept = log.size() - arrived;
     if (kept > rows_.size()) return false;
     for (std::size_t i = 0; i < kept; ++i) {
-        if (log[arrived + i].id != rows_[i].entry.id) return false;
+        if (log[arrived + i]->id != rows_[i].entry.id) return false;
     }
 
     // Oldest first, as the records came in: each goes in at the top and,
     // when that makes the list longer than the log, the bottom row goes.
     for (std::size_t i = arrived; i-- > 0;) {
         beginInsertRows({}, 0, 0);
-        rows_.insert(rows_.begin(), makeRow(log[i]));
+        rows_.insert(rows_.begin(), makeRow(*log[i]));
         endInsertRows();
         if (rows_.size() > log.size()) {
             const int last = static_cast<int>(rows_.size()) - 1;
@@ -84,9 +97,9 @@ bool ApiLogItemModel::followShift(const std::vector<ApiLogEntry>& log) {
     return true;
 }
 
-bool ApiLogItemModel::followReplacement(const std::vector<ApiLogEntry>& log) {
+bool ApiLogItemModel::followReplacement(const Shown& log) {
     std::unordered_set<std::string_view> incoming;
-    for (const ApiLogEntry& entry : log) incoming.insert(entry.id);
+    for (const ApiLogEntry* entry : log) incoming.insert(entry->id);
     for (const Row& row : rows_) {
         if (incoming.contains(row.entry.id)) return false;
     }
@@ -99,7 +112,7 @@ bool ApiLogItemModel::followReplacement(const std::vector<ApiLogEntry>& log) {
     if (!log.empty()) {
         beginInsertRows({}, 0, static_cast<int>(log.size()) - 1);
         rows_.reserve(log.size());
-        for (const ApiLogEntry& entry : log) rows_.push_back(makeRow(entry));
+        for (const ApiLogEntry* entry : log) rows_.push_back(makeRow(*entry));
         endInsertRows();
     }
     return true;

@@ -20,12 +20,14 @@ static void registerSymbolResources() {
 namespace tallywick::SymbolIcons {
 namespace {
 
-constexpr std::array<std::string_view, 11> kSymbols{
+constexpr std::array<std::string_view, 13> kSymbols{
     "arrow.down.left",
     "arrow.up.right",
+    "arrow.up.to.line",
     "bell",
     "gearshape",
     "list.bullet.rectangle.portrait",
+    "pause",
     "pencil",
     "person.crop.rectangle.stack",
     "person.fill.checkmark",

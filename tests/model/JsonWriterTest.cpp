@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <tallywick/model/JsonIndent.h>
 #include <tallywick/model/JsonWriter.h>
 
 using tallywick::JsonWriter;
@@ -62,4 +63,17 @@ TEST(JsonWriterTest, UnwritableDateFailsTheWholeText) {
     w.endArray();
     EXPECT_TRUE(w.failed());
     EXPECT_EQ(std::move(w).finish(), std::nullopt);
+}
+
+TEST(JsonIndentTest, LaysOutValidJsonAndKeepsItsTextAndOrder) {
+    using tallywick::indentJson;
+    // Keys keep their order; strings keep escapes and the characters that look like structure.
+    EXPECT_EQ(indentJson(R"( {"z":1,"a":[true,null,{}],"s":"{\"x\": [1,2]}\/","e":[ ],"n":-1.5e3})"),
+              "{\n  \"z\": 1,\n  \"a\": [\n    true,\n    null,\n    {}\n  ],\n"
+              "  \"s\": \"{\\\"x\\\": [1,2]}\\/\",\n  \"e\": [],\n  \"n\": -1.5e3\n}");
+    EXPECT_EQ(indentJson("\"just text\""), "\"just text\"");
+    EXPECT_EQ(indentJson(R"({"a":"b\\"})"), "{\n  \"a\": \"b\\\\\"\n}");
+    // What a person would otherwise be shown as JSON that is not.
+    for (std::string_view bad : {"", "{", R"({"a":})", "[1,]", "{\"a\":\"\xff\"}", "nul", "{} {}"})
+        EXPECT_FALSE(indentJson(bad)) << bad;
 }

@@ -5,10 +5,14 @@
 #include <time.h>
 
 #include <QClipboard>
+#include <QComboBox>
 #include <QElapsedTimer>
 #include <QLabel>
+#include <QPlainTextEdit>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QStyle>
+#include <QToolButton>
 #include <atomic>
 
 #include <tallywick/ui/ActivityView.h>
@@ -80,6 +84,11 @@ public:
     }
     bool waitForConnections(std::size_t count) {
         return QTest::qWaitFor([&] { return model().connections().size() == count; }, kPatience);
+    }
+    QStringList column(int role) {
+        QStringList values;
+        for (int row = 0; row < items().rowCount(); ++row) values << items().index(row).data(role).toString();
+        return values;
     }
     int rowWhere(int role, const QVariant& value) {
         for (int row = 0; row < items().rowCount(); ++row) {
@@ -281,6 +290,109 @@ private slots:
         QCOMPARE(w.title(), QString("Live API Activity (500)"));
     }
 
+    void filtersNarrowByAgentDirectionAndMethod() {
+        ActivityWindow w;
+        QVERIFY(w.openOnActivity());
+        ActivityView& pane = w.pane();
+        AgentLink alpha(w.host().socketPath()), beta(w.host().socketPath());
+        QVERIFY(alpha.send(initializeLine("alpha")));
+        QVERIFY(beta.send(initializeLine("beta")));
+        QVERIFY(alpha.send(pingLine(2)));
+        QVERIFY(beta.send(toolLine(3, "getBalance", "{}")));
+        QVERIFY(w.waitForRows(8));
+
+        // What the log holds is on offer.
+        const auto choices = [](const QComboBox& box) {
+            QStringList texts;
+            for (int i = 0; i < box.count(); ++i) texts << box.itemText(i);
+            return texts;
+        };
+        QCOMPARE(choices(pane.agentChoice()), QStringList({"All agents", "alpha", "beta"}));
+        QCOMPARE(choices(pane.methodChoice()),
+                 QStringList({"All methods", "initialize", "ping", "tools/call"}));
+
+        // beta's records once it was known: the handshake's answer and the tool call both ways.
+        pane.agentChoice().setCurrentText("beta");
+        QCOMPARE(w.column(ApiLogItemModel::ClientLabelRole), QStringList({"beta", "beta", "beta"}));
+        QCOMPARE(w.title(), QString("Live API Activity (3 of 8)"));
+        pane.directionChoice().setCurrentText("Request");
+        QCOMPARE(w.column(ApiLogItemModel::MethodRole), QStringList({"tools/call"}));
+
+        // The choice holds for what arrives: beta's request comes in, alpha's stays out.
+        QVERIFY(alpha.send(toolLine(4, "getBalance", "{}")));
+        QVERIFY(beta.send(pingLine(5)));
+        QTRY_COMPARE_WITH_TIMEOUT(w.title(), QString("Live API Activity (2 of 12)"), kPatience);
+        QCOMPARE(w.column(ApiLogItemModel::MethodRole), QStringList({"ping", "tools/call"}));
+
+        pane.agentChoice().setCurrentIndex(0);
+        pane.directionChoice().setCurrentIndex(0);
+        pane.methodChoice().setCurrentText("ping");
+        QCOMPARE(w.column(ApiLogItemModel::ClientLabelRole), QStringList({"beta", "alpha"}));
+        pane.methodChoice().setCurrentIndex(0);
+        QVERIFY(w.current());
+        QCOMPARE(w.title(), QString("Live API Activity (12)"));
+    }
+
+    void pausedListHoldsStillWhileArrivalsAreCounted() {
+        ActivityWindow w;
+        QVERIFY(w.openOnActivity());
+        ActivityView& pane = w.pane();
+        AgentLink agent(w.host().socketPath());
+        QVERIFY(agent.send(initializeLine("alpha")));
+        QVERIFY(w.waitForRows(2));
+
+        pane.pauseToggle().click();
+        QCOMPARE(pane.pausedNote().text(), QString("Paused, 0 new"));
+        QVERIFY(agent.send(pingLine(2)));
+        QVERIFY(agent.send(pingLine(3)));
+        QTRY_COMPARE_WITH_TIMEOUT(pane.pausedNote().text(), QString("Paused, 4 new"), kPatience);
+        QCOMPARE(w.items().rowCount(), 2);
+        QCOMPARE(w.title(), QString("Live API Activity (2)"));
+
+        // While paused a filter narrows the held list and the count alike.
+        pane.directionChoice().setCurrentText("Request");
+        QCOMPARE(w.column(ApiLogItemModel::MethodRole), QStringList({"initialize"}));
+        QCOMPARE(pane.pausedNote().text(), QString("Paused, 2 new"));
+        pane.directionChoice().setCurrentIndex(0);
+
+        pane.pauseToggle().click();
+        QVERIFY(!pane.pausedNote().isVisible());
+        QVERIFY(w.current());
+        QCOMPARE(w.items().rowCount(), 6);
+    }
+
+    void selectedRecordShowsWholeAndJumpReturnsToTheNewest() {
+        ActivityWindow w;
+        QVERIFY(w.openOnActivity());
+        ActivityView& pane = w.pane();
+        ApiLogListView& list = pane.list();
+        AgentLink agent(w.host().socketPath());
+        QVERIFY(agent.send(initializeLine("alpha")));
+        QVERIFY(agent.send(toolLine(2, "getHistory", R"({"limit":5})")));
+        QVERIFY(w.waitForRows(4));
+        QVERIFY(!pane.detail().isVisible());
+
+        list.setCurrentIndex(w.items().index(w.rowWhere(ApiLogItemModel::MethodRole, "tools/call")));
+        QVERIFY(pane.detail().isVisible());
+        QCOMPARE(pane.detailText().toPlainText(),
+                 QString("{\n  \"jsonrpc\": \"2.0\",\n  \"id\": 2,\n  \"method\": \"tools/call\",\n"
+                         "  \"params\": {\n    \"name\": \"getHistory\",\n    \"arguments\": {\n"
+                         "      \"limit\": 5\n    }\n  }\n}"));
+        // Two records have no one payload to show.
+        list.selectionModel()->select(w.items().index(0), QItemSelectionModel::Select);
+        QVERIFY(!pane.detail().isVisible());
+        list.clearSelection();
+
+        for (int id = 3; id < 23; ++id) QVERIFY(agent.send(pingLine(id)));
+        QVERIFY(w.waitForRows(44));
+        QVERIFY(!pane.jumpToNewest().isVisible());
+        list.verticalScrollBar()->setValue(list.verticalScrollBar()->maximum());
+        QVERIFY(pane.jumpToNewest().isVisible());
+        pane.jumpToNewest().click();
+        QCOMPARE(list.verticalScrollBar()->value(), 0);
+        QVERIFY(!pane.jumpToNewest().isVisible());
+    }
+
     void screenshotsInLightAndDark() {
         ActivityWindow w;
         QVERIFY(w.openOnActivity());
@@ -296,15 +408,25 @@ private slots:
         QVERIFY(claude.send(R"({"jsonrpc":"2.0","id":"sampling-1","result":{}})"));
         QVERIFY(w.waitForRows(14));
         w.window().resize(MainWindow::defaultSize);
-        w.pane().list().setCurrentIndex(w.items().index(2));
-
         const QPalette light = QApplication::style()->standardPalette();
-        for (const auto& [scheme, palette] :
-             {std::pair{QString("light"), light}, std::pair{QString("dark"), AppStyle::darkPalette()}}) {
-            QApplication::setPalette(palette);
-            QVERIFY(saveShot(w.window(), "activity-" + scheme));
-        }
-        QApplication::setPalette(light);
+        const auto shoot = [&](const QString& name) {
+            for (const auto& [scheme, palette] :
+                 {std::pair{QString("light"), light}, std::pair{QString("dark"), AppStyle::darkPalette()}}) {
+                QApplication::setPalette(palette);
+                if (!saveShot(w.window(), name + "-" + scheme)) return false;
+            }
+            QApplication::setPalette(light);
+            return true;
+        };
+        QVERIFY(shoot("activity"));
+        // One agent's records, held still, one of them opened.
+        w.pane().agentChoice().setCurrentText("Claude Code");
+        w.pane().pauseToggle().click();
+        QVERIFY(cursor.send(pingLine(8)));
+        QVERIFY(claude.send(pingLine(9)));
+        QTRY_COMPARE_WITH_TIMEOUT(w.pane().pausedNote().text(), QString("Paused, 2 new"), kPatience);
+        w.pane().list().setCurrentIndex(w.items().index(1));
+        QVERIFY(shoot("activity-tools"));
     }
 };
 

@@ -8,6 +8,7 @@
 #include <tallywick/model/Date.h>
 #include <tallywick/model/DecodeError.h>
 #include <tallywick/model/IdentityMode.h>
+#include <tallywick/model/JsonIndent.h>
 #include <tallywick/model/JsonWriter.h>
 #include <tallywick/model/LedgerEntry.h>
 #include <tallywick/model/LedgerFlag.h>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <optional>
 #include <vector>
 
 #include <tallywick/protocol/ApiLogEntry.h>
@@ -36,11 +37,23 @@ public:
         mutable int payloadLines = 1;
     };
 
+    // Which records are rows: all by default. Agents are told apart by the
+    // label the rows show; records without one show only while no agent is chosen.
+    struct Filter {
+        std::optional<QString> agent{};
+        std::optional<Direction> direction{};
+        std::optional<QString> method{};
+
+        bool admits(const ApiLogEntry& entry) const;
+        bool isEmpty() const { return !agent && !direction && !method; }
+        friend bool operator==(const Filter&, const Filter&) = default;
+    };
+
     explicit ApiLogItemModel(QObject* parent = nullptr);
 
-    // Brings the rows to `log`. Records are matched by identifier alone: the
-    // host never changes a record it has logged.
-    void follow(const std::vector<ApiLogEntry>& log);
+    // Brings the rows to the records of `log` the filter admits. Records are
+    // matched by identifier alone: the host never changes a record it has logged.
+    void follow(const std::vector<ApiLogEntry>& log, const Filter& filter);
 
     const Row* rowAt(const QModelIndex& index) const;
 
@@ -52,12 +65,13 @@ public:
     static constexpr qsizetype shownPayloadBytes = 4096;
 
 private:
+    using Shown = std::vector<const ApiLogEntry*>;
     static Row makeRow(const ApiLogEntry& entry);
     // The common case: records arrived at the top (all of them, into an
     // empty list), the oldest fell off the end.
-    bool followShift(const std::vector<ApiLogEntry>& log);
+    bool followShift(const Shown& log);
     // No record stays: the rows go and come as two blocks.
-    bool followReplacement(const std::vector<ApiLogEntry>& log);
+    bool followReplacement(const Shown& log);
 
     std::vector<Row> rows_;
 };
