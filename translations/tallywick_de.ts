@@ -173,6 +173,13 @@
     </message>
 </context>
 <context>
+    <name>tallywick::AppModel</name>
+    <message>
+        <source>the host did not answer</source>
+        <translation>der Host hat nicht geantwortet</translation>
+    </message>
+</context>
+<context>
     <name>tallywick::ClientInfoView</name>
     <message>
         <source>Client Info</source>
@@ -261,10 +268,6 @@
 <context>
     <name>tallywick::LedgerListView</name>
     <message>
-        <source>Export</source>
-        <translation>Exportieren</translation>
-    </message>
-    <message>
         <source>Export All Entries as CSV…</source>
         <translation>Alle Buchungen als CSV exportieren…</translation>
     </message>
@@ -323,6 +326,54 @@
     <message>
         <source>Copy Entry ID</source>
         <translation>Eintrags-ID kopieren</translation>
+    </message>
+    <message>
+        <source>Select the account to import into, then try again.</source>
+        <translation>Wählen Sie das Konto, in das importiert werden soll, und versuchen Sie es erneut.</translation>
+    </message>
+    <message>
+        <source>Could not read %1: %2.</source>
+        <translation>%1 konnte nicht gelesen werden: %2.</translation>
+    </message>
+    <message>
+        <source>%1 is larger than 512 MB, more than a ledger holds. Choose the exported CSV file.</source>
+        <translation>%1 ist größer als 512 MB, mehr als ein Buchungsjournal enthält. Wählen Sie die exportierte CSV-Datei.</translation>
+    </message>
+    <message>
+        <source>%1: %2. Nothing was imported; correct the file and try again.</source>
+        <translation>%1: %2. Es wurde nichts importiert; korrigieren Sie die Datei und versuchen Sie es erneut.</translation>
+    </message>
+    <message>
+        <source>Importing entries…</source>
+        <translation>Buchungen werden importiert…</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Anhalten</translation>
+    </message>
+    <message>
+        <source>Import Entries</source>
+        <translation>Buchungen importieren</translation>
+    </message>
+    <message>
+        <source>Entry %1 of %2 was refused: %3. The %4 entries before it were imported.</source>
+        <translation>Buchung %1 von %2 wurde abgelehnt: %3. Die %4 Buchungen davor wurden importiert.</translation>
+    </message>
+    <message>
+        <source>CSV files (*.csv);;All files (*)</source>
+        <translation>CSV-Dateien (*.csv);;Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>CSV</source>
+        <translation>CSV</translation>
+    </message>
+    <message>
+        <source>Export the ledger or import entries as CSV</source>
+        <translation>Buchungen als CSV exportieren oder aus CSV importieren</translation>
+    </message>
+    <message>
+        <source>Import Entries from CSV…</source>
+        <translation>Buchungen aus CSV importieren…</translation>
     </message>
 </context>
 <context>

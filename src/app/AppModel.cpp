@@ -110,6 +110,51 @@ void AppModel::createEntry(NewLedgerEntry entry) {
     command(ControlRequest::createEntry(std::move(entry)));
 }
 
+struct AppModel::ImportJob {
+    std::vector<NewLedgerEntry> entries;
+    std::function<bool(const ImportProgress&)> report;
+    std::size_t created = 0;
+};
+
+void AppModel::importEntries(std::vector<NewLedgerEntry> entries,
+                             std::function<bool(const ImportProgress&)> report) {
+    auto job =
+        std::make_shared<ImportJob>(ImportJob{.entries = std::move(entries), .report = std::move(report)});
+    importNext(std::move(job));
+}
+
+void AppModel::importNext(std::shared_ptr<ImportJob> job) {
+    const std::size_t total = job->entries.size();
+    if (job->created == total) {
+        refresh();
+        job->report({.created = total, .total = total, .finished = true, .failure = std::nullopt});
+        return;
+    }
+    send(ControlRequest::createEntry(job->entries[job->created]),
+         [job](AppModel& model, const std::optional<ControlResponse>& response) {
+             std::optional<std::string> failure;
+             if (!response) {
+                 failure = tr("the host did not answer").toStdString();
+             } else if (const auto* refused = std::get_if<ControlResponse::Failure>(&response->value)) {
+                 failure = refused->reason;
+             }
+             const std::size_t total = job->entries.size();
+             if (failure) {
+                 model.refresh();
+                 job->report({.created = job->created, .total = total, .finished = true, .failure = failure});
+                 return;
+             }
+             ++job->created;
+             if (job->created < total &&
+                 !job->report(
+                     {.created = job->created, .total = total, .finished = false, .failure = std::nullopt})) {
+                 model.refresh();
+                 return;
+             }
+             model.importNext(job);
+         });
+}
+
 void AppModel::updateEntry(LedgerEntry entry) {
     command(ControlRequest::updateEntry(std::move(entry)));
 }

@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QMouseEvent>
+#include <QProgressDialog>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QToolButton>
@@ -109,16 +110,20 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
         search_->selectAll();
     });
     tools->addWidget(search_);
-    auto* exporting = new QToolButton(this);
-    exporting->setObjectName(QStringLiteral("ledgerExport"));
-    exporting->setText(tr("Export"));
-    exporting->setAutoRaise(true);
-    exporting->setPopupMode(QToolButton::InstantPopup);
-    auto* exportMenu = new QMenu(exporting);
-    exportMenu->addAction(tr("Export All Entries as CSV…"), this, [this] { askAndExport(false); });
-    exportMenu->addAction(tr("Export Shown Entries as CSV…"), this, [this] { askAndExport(true); });
-    exporting->setMenu(exportMenu);
-    tools->addWidget(exporting);
+    // The ledger as a file, out and in, in one menu: the header row is narrow in a small window.
+    auto* files = new QToolButton(this);
+    files->setObjectName(QStringLiteral("ledgerFiles"));
+    files->setText(tr("CSV"));
+    files->setToolTip(tr("Export the ledger or import entries as CSV"));
+    files->setAutoRaise(true);
+    files->setPopupMode(QToolButton::InstantPopup);
+    auto* filesMenu = new QMenu(files);
+    filesMenu->addAction(tr("Export All Entries as CSV…"), this, [this] { askAndExport(false); });
+    filesMenu->addAction(tr("Export Shown Entries as CSV…"), this, [this] { askAndExport(true); });
+    filesMenu->addSeparator();
+    filesMenu->addAction(tr("Import Entries from CSV…"), this, &LedgerListView::askAndImport);
+    files->setMenu(filesMenu);
+    tools->addWidget(files);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
@@ -181,6 +186,68 @@ void LedgerListView::askAndExport(bool shownOnly) {
         QMessageBox::warning(this, tr("Export Ledger"),
                              tr("Could not write %1: %2. Choose a folder you can write to.")
                                  .arg(path, QString::fromStdString(written.error())));
+}
+
+Result<std::size_t, QString> LedgerListView::importFrom(const QString& path) {
+    const std::optional<std::string> account = model_.selectedAccountID();
+    if (!account) return fail(tr("Select the account to import into, then try again."));
+    QFile file(path);
+    // Far beyond any ledger a person keeps; reading more would only exhaust memory.
+    constexpr qint64 largest = qint64{512} << 20;
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(tr("Could not read %1: %2.").arg(path, file.errorString()));
+    if (file.size() > largest)
+        return fail(tr("%1 is larger than 512 MB, more than a ledger holds. Choose the exported CSV file.")
+                        .arg(path));
+    const QByteArray text = file.readAll();
+    auto rows =
+        LedgerCsv::read(std::string_view(text.constData(), static_cast<std::size_t>(text.size())), *account);
+    if (!rows)
+        return fail(tr("%1: %2. Nothing was imported; correct the file and try again.")
+                        .arg(path, QString::fromStdString(rows.error())));
+    const std::size_t count = rows->size();
+    if (count == 0) return count;
+
+    // Small files are done before the dialog would show; long ones can be stopped.
+    auto* progress =
+        new QProgressDialog(tr("Importing entries…"), tr("Stop"), 0, static_cast<int>(count), this);
+    progress->setObjectName(QStringLiteral("importProgress"));
+    progress->setWindowModality(Qt::WindowModal);
+    progress->setMinimumDuration(400);
+    progress->setAutoClose(false);
+    progress->setAutoReset(false);
+    QPointer<QProgressDialog> shown(progress);
+    model_.importEntries(std::move(rows).value(), [this, shown](const AppModel::ImportProgress& at) {
+        if (!shown) return false;
+        if (!at.finished) {
+            shown->setValue(static_cast<int>(at.created));
+            return !shown->wasCanceled();
+        }
+        shown->deleteLater();
+        if (at.failure) {
+            auto* stopped =
+                new QMessageBox(QMessageBox::Warning, tr("Import Entries"),
+                                tr("Entry %1 of %2 was refused: %3. The %4 entries before it were imported.")
+                                    .arg(static_cast<qulonglong>(at.created + 1))
+                                    .arg(static_cast<qulonglong>(at.total))
+                                    .arg(QString::fromStdString(*at.failure))
+                                    .arg(static_cast<qulonglong>(at.created)),
+                                QMessageBox::Ok, this);
+            stopped->setObjectName(QStringLiteral("importStopped"));
+            stopped->setAttribute(Qt::WA_DeleteOnClose);
+            stopped->open();
+        }
+        return false;
+    });
+    return count;
+}
+
+void LedgerListView::askAndImport() {
+    const QString path = QFileDialog::getOpenFileName(this, tr("Import Entries"), QString(),
+                                                      tr("CSV files (*.csv);;All files (*)"));
+    if (path.isEmpty()) return;
+    if (auto started = importFrom(path); !started)
+        QMessageBox::warning(this, tr("Import Entries"), started.error());
 }
 
 void LedgerListView::showCount() {

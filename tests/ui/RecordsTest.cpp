@@ -17,6 +17,7 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 #include <QToolTip>
@@ -342,6 +343,61 @@ private slots:
         QCOMPARE(header->text(), QString("Transactions (1 of 1)"));  // the debits stay out
         ledger.typeToggle(2)->click();
         QCOMPARE(header->text(), QString("Transactions (1)"));
+    }
+
+    // A ledger exported from the window and imported into a new account
+    // gives the same entries and balance; a malformed file adds nothing and
+    // says where it is wrong.
+    void csvImportRebuildsAnExportedLedger() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        QVERIFY(w.connectAgent("source"));
+        QVERIFY(w.waitForAccounts(1));
+        const std::string source = w.account("source")->id;
+        w.model().setSelectedAccountID(source);
+        w.model().createEntry({.accountId = source,
+                               .kind = TransactionKind::credit,
+                               .flag = LedgerFlag::bonus,
+                               .amount = 250,
+                               .memo = "Comma, \"quote\"\nand a line"});
+        w.model().createEntry({.accountId = source,
+                               .kind = TransactionKind::debit,
+                               .flag = LedgerFlag::none,
+                               .amount = 40,
+                               .memo = "Grüße"});
+        QVERIFY(w.waitForEntries(3));
+        QTemporaryDir folder;
+        QVERIFY(w.ledger().exportTo(folder.filePath("ledger.csv"), false));
+
+        w.model().setStartingPoints(0);
+        QVERIFY(w.settle());
+        QVERIFY(w.connectAgent("target"));
+        QVERIFY(w.waitForAccounts(2));
+        const std::string target = w.account("target")->id;
+        w.model().setSelectedAccountID(target);
+        QVERIFY(w.waitForEntries(0));
+        const auto imported = w.ledger().importFrom(folder.filePath("ledger.csv"));
+        QVERIFY(imported);
+        QCOMPARE(*imported, std::size_t{3});
+        QVERIFY(w.waitForEntries(3));
+        const auto ledgerOf = [&](const std::string& account) {
+            std::vector<std::tuple<TransactionKind, LedgerFlag, std::int64_t, std::string>> rows;
+            for (const LedgerEntry& e : w.model().entriesFor(account))
+                rows.emplace_back(e.kind, e.flag, e.amount, e.memo);
+            return rows;
+        };
+        QVERIFY(ledgerOf(target) == ledgerOf(source));
+        QCOMPARE(w.account("target")->balance, w.account("source")->balance);
+
+        QFile bad(folder.filePath("bad.csv"));
+        QVERIFY(bad.open(QIODevice::WriteOnly));
+        bad.write("kind,flag,amount,memo\r\ncredit,none,5,fine\r\ndebit,none,lots,bad\r\n");
+        bad.close();
+        const auto refused = w.ledger().importFrom(bad.fileName());
+        QVERIFY(!refused);
+        QVERIFY2(refused.error().contains("row 3, column amount"), qPrintable(refused.error()));
+        QVERIFY(w.settle());
+        QCOMPARE(w.model().entriesFor(target).size(), std::size_t{3});
     }
 
     // In the smallest window nothing is cut: the detail column scrolls, and

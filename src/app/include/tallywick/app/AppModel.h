@@ -82,6 +82,20 @@ public:
     std::uint64_t snapshotsRequested() const { return snapshotsRequested_; }
     bool awaitingSnapshot() const { return snapshotsAwaited_ > 0; }
     void createEntry(NewLedgerEntry entry);
+    // Where an import of many entries stands.
+    struct ImportProgress {
+        std::size_t created;
+        std::size_t total;
+        bool finished;
+        // Why it stopped early: the host's refusal, or that it did not answer.
+        std::optional<std::string> failure;
+    };
+    // Creates the entries one after another, in their order, each only once
+    // the host took the one before; stops at the first that is not taken.
+    // `report` hears after each answer and may stop the rest by returning
+    // false. One refresh follows the whole, not one per entry.
+    void importEntries(std::vector<NewLedgerEntry> entries,
+                       std::function<bool(const ImportProgress&)> report);
     void updateEntry(LedgerEntry entry);
     void deleteEntry(std::string id);
     void renameAccount(std::string id, std::string displayName);
@@ -107,6 +121,8 @@ private:
     void send(const ControlRequest& request,
               std::function<void(AppModel&, std::optional<ControlResponse>)> then);
     void command(const ControlRequest& request);
+    struct ImportJob;
+    void importNext(std::shared_ptr<ImportJob> job);
     void setConnected(bool connected);
 
     std::vector<Account> accounts_;

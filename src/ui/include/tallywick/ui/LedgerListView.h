@@ -51,6 +51,9 @@ public:
     QToolButton* typeToggle(std::size_t index) const { return typeToggles_[index]; }
     // Writes the ledger as CSV: every entry, or only those the filter shows.
     Result<void, std::string> exportTo(const QString& path, bool shownOnly) const;
+    // Reads a CSV file whole and, when every row is good, starts creating its
+    // entries in the selected account; gives how many, or what is wrong.
+    Result<std::size_t, QString> importFrom(const QString& path);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -61,6 +64,7 @@ private:
     void openRowMenu(const QModelIndex& index, const QPoint& globalPosition);
     void applyFilter();
     void askAndExport(bool shownOnly);
+    void askAndImport();
     void showCount();
 
     LedgerTableView* list_;
