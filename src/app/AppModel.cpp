@@ -120,10 +120,10 @@ void AppModel::importEntries(std::vector<NewLedgerEntry> entries,
                              std::function<bool(const ImportProgress&)> report) {
     auto job =
         std::make_shared<ImportJob>(ImportJob{.entries = std::move(entries), .report = std::move(report)});
-    importNext(std::move(job));
+    importNext(job);
 }
 
-void AppModel::importNext(std::shared_ptr<ImportJob> job) {
+void AppModel::importNext(const std::shared_ptr<ImportJob>& job) {
     const std::size_t total = job->entries.size();
     if (job->created == total) {
         refresh();

@@ -228,7 +228,7 @@ Result<std::size_t, QString> LedgerListView::importFrom(const QString& path) {
             auto* stopped =
                 new QMessageBox(QMessageBox::Warning, tr("Import Entries"),
                                 tr("Entry %1 of %2 was refused: %3. The %4 entries before it were imported.")
-                                    .arg(static_cast<qulonglong>(at.created + 1))
+                                    .arg(static_cast<qulonglong>(at.created) + 1)
                                     .arg(static_cast<qulonglong>(at.total))
                                     .arg(QString::fromStdString(*at.failure))
                                     .arg(static_cast<qulonglong>(at.created)),

@@ -122,7 +122,7 @@ private:
               std::function<void(AppModel&, std::optional<ControlResponse>)> then);
     void command(const ControlRequest& request);
     struct ImportJob;
-    void importNext(std::shared_ptr<ImportJob> job);
+    void importNext(const std::shared_ptr<ImportJob>& job);
     void setConnected(bool connected);
 
     std::vector<Account> accounts_;
