@@ -20,10 +20,11 @@ static void registerSymbolResources() {
 namespace tallywick::SymbolIcons {
 namespace {
 
-constexpr std::array<std::string_view, 11> kSymbols{
+constexpr std::array<std::string_view, 12> kSymbols{
     "arrow.down.left",
     "arrow.up.right",
     "bell",
+    "chart.xyaxis.line",
     "gearshape",
     "list.bullet.rectangle.portrait",
     "pencil",
