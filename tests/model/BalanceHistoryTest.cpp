@@ -4,10 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 
 #include <tallywick/model/BalanceHistory.h>
 
 namespace tallywick {
+
+// Failures name the points, not their bytes.
+void PrintTo(const BalanceHistory::Sample& sample, std::ostream* out) {
+    *out << "{" << sample.position << ", " << sample.balance << "}";
+}
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -59,10 +66,11 @@ TEST(BalanceHistoryTest, DownsamplingKeepsSpikesAndEndsWithinFourPointsAColumn) 
     EXPECT_TRUE(std::is_sorted(samples.begin(), samples.end(),
                                [](const auto& a, const auto& b) { return a.position < b.position; }));
 
-    // Entries of one second are placed by their order; a lone one at the end.
+    // Entries of one second, listed in any order, go by their sequence and
+    // are spread along the axis in that order; a lone one sits at the end.
     const std::vector<LedgerEntry> sameSecond{entry(TransactionKind::debit, 5, start, 3),
-                                              entry(TransactionKind::note, 0, start, 2),
-                                              entry(TransactionKind::credit, 20, start, 1)};
+                                              entry(TransactionKind::credit, 20, start, 1),
+                                              entry(TransactionKind::note, 0, start, 2)};
     EXPECT_EQ(BalanceHistory(sameSecond).downsampled(2),
               (std::vector<BalanceHistory::Sample>{{0.0, 20}, {0.5, 20}, {1.0, 15}}));
     EXPECT_EQ(BalanceHistory({sameSecond[0]}).downsampled(2),
