@@ -13,7 +13,11 @@
 //   hand-off: a decoded snapshot with one new entry handed to a model with no
 //            views (apply, then the account's list) and to the window's model
 //            (apply until painted), without transport noise;
-//   scroll:  frame times of the ledger scrolled by wheel steps and by pages.
+//   scroll:  frame times of the ledger scrolled by wheel steps and by pages;
+//   chart:   the balance chart opened over the big ledger, its history read,
+//            thinned to the plot's width and painted (goal <= 50 ms), beside
+//            the same history drawn whole as one line on the same area
+//            (goal: at most half of that).
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,8 +28,11 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QImage>
+#include <QPainter>
 #include <QScrollBar>
 #include <QTableView>
+#include <QToolButton>
 
 #include <tallywick/app/AppModel.h>
 #include <tallywick/app/TallywickApp.h>
@@ -33,6 +40,8 @@
 #include <tallywick/link/ServiceIdentity.h>
 #include <tallywick/ui/AccountsSidebar.h>
 #include <tallywick/ui/AccountsSidebarModel.h>
+#include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/BalanceChart.h>
 #include <tallywick/ui/LedgerItemModel.h>
 #include <tallywick/ui/LedgerListView.h>
 #include <tallywick/ui/LedgerTableView.h>
@@ -307,6 +316,51 @@ int main(int argc, char** argv) {
     const std::vector<double> wheel = frames(3 * bar.singleStep(), 600);
     const std::vector<double> pages = frames(bar.pageStep(), 200);
 
+    // The chart, read and painted into an image of its size; the baseline
+    // reads the same history and draws every point of it with the same pen.
+    ledger.chartToggle()->setChecked(true);
+    BalanceChart& chart = *ledger.chart();
+    if (!waitFor([&] { return chart.isVisible() && chart.width() > 0; })) return fail("the chart");
+    const std::vector<LedgerEntry>& bigLedger = model.entriesFor(big);
+    QImage canvas(chart.size() * chart.devicePixelRatioF(), QImage::Format_ARGB32_Premultiplied);
+    canvas.setDevicePixelRatio(chart.devicePixelRatioF());
+    std::vector<double> chartTimes, wholeLineTimes;
+    std::size_t pointsDrawn = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        canvas.fill(Qt::transparent);
+        auto start = Clock::now();
+        chart.setEntries(bigLedger);
+        chart.render(&canvas);
+        chartTimes.push_back(millisecondsSince(start));
+
+        canvas.fill(Qt::transparent);
+        start = Clock::now();
+        const BalanceHistory history(bigLedger);
+        const QRectF plot = chart.plotArea();
+        const auto& points = history.points();
+        const double first = static_cast<double>(points.front().at.time_since_epoch().count());
+        const double span =
+            std::max(1.0, static_cast<double>(points.back().at.time_since_epoch().count()) - first);
+        const double low = static_cast<double>(history.lowest());
+        const double range = std::max(1.0, static_cast<double>(history.highest()) - low);
+        QPolygonF line;
+        line.reserve(static_cast<qsizetype>(points.size()));
+        for (const BalanceHistory::Point& point : points) {
+            line << QPointF(
+                plot.left() +
+                    (static_cast<double>(point.at.time_since_epoch().count()) - first) / span * plot.width(),
+                plot.bottom() - (static_cast<double>(point.balance) - low) / range * plot.height());
+        }
+        QPainter painter(&canvas);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(AppStyle::creditColor(), 1.6));
+        painter.drawPolyline(line);
+        painter.end();
+        wholeLineTimes.push_back(millisecondsSince(start));
+        pointsDrawn = points.size();
+    }
+    const double chartMs = median(chartTimes), wholeLineMs = median(wholeLineTimes);
+
     const double modelMs = median(modelUpdate), refreshMs = median(refresh);
     std::printf("peak resident memory with the window open: %.0f MiB\n", peakMiB);
     bench::recordRow({.metric = "peak memory of the window's process" + scale,
@@ -348,6 +402,13 @@ int main(int argc, char** argv) {
         std::printf("scroll frames, %-16s median %6.3f ms   p95 %6.3f ms   max %6.3f ms  (%zu frames)\n",
                     name, median(*times), percentile(*times, 0.95), percentile(*times, 1.0), times->size());
     }
+    bench::recordWithin("the balance chart read and painted" + scale, chartMs, "ms", 50);
+    bench::recordAtMost("the balance chart read and painted" + scale, chartMs, "ms",
+                        "every point drawn as one line", wholeLineMs, 0.5);
+    std::printf(
+        "balance chart of %zu points, %dx%d: read, thinned and painted %8.2f ms   every point as one line "
+        "%8.2f ms   ratio %.2f\n",
+        pointsDrawn, chart.width(), chart.height(), chartMs, wholeLineMs, chartMs / wholeLineMs);
     host.stop();
     std::filesystem::remove_all(folder);
     return 0;

@@ -180,6 +180,21 @@
     </message>
 </context>
 <context>
+    <name>tallywick::BalanceChart</name>
+    <message>
+        <source>Balance chart</source>
+        <translation>Kontostandsverlauf</translation>
+    </message>
+    <message>
+        <source>No entries yet</source>
+        <translation>Noch keine Buchungen</translation>
+    </message>
+    <message>
+        <source>Balance now %1 points, lowest %2, highest %3, from %4 to %5</source>
+        <translation>Kontostand jetzt %1 Punkte, niedrigster %2, höchster %3, von %4 bis %5</translation>
+    </message>
+</context>
+<context>
     <name>tallywick::ClientInfoView</name>
     <message>
         <source>Client Info</source>
@@ -267,6 +282,10 @@
 </context>
 <context>
     <name>tallywick::LedgerListView</name>
+    <message>
+        <source>Balance chart</source>
+        <translation>Kontostandsverlauf</translation>
+    </message>
     <message>
         <source>Export All Entries as CSV…</source>
         <translation>Alle Buchungen als CSV exportieren…</translation>

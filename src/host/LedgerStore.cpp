@@ -18,10 +18,10 @@
 
 #include <tallywick/link/FileLock.h>
 
-#include <tallywick/host/Balance.h>
 #include <tallywick/host/Database.h>
 #include <tallywick/host/HostLog.h>
 #include <tallywick/host/LedgerBackups.h>
+#include <tallywick/model/Balance.h>
 
 namespace tallywick {
 

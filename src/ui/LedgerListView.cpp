@@ -19,12 +19,14 @@
 #include <tallywick/app/AppModel.h>
 #include <tallywick/model/LedgerCsv.h>
 #include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/BalanceChart.h>
 #include <tallywick/ui/CardFrame.h>
 #include <tallywick/ui/EditEntrySheet.h>
 #include <tallywick/ui/LedgerItemModel.h>
 #include <tallywick/ui/LedgerRowDelegate.h>
 #include <tallywick/ui/LedgerTableView.h>
 #include <tallywick/ui/StyledLabel.h>
+#include <tallywick/ui/SymbolIcons.h>
 #include <tallywick/ui/TextField.h>
 
 namespace tallywick {
@@ -36,7 +38,9 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
       list_(new LedgerTableView),
       items_(new LedgerItemModel(this)),
       rows_(new LedgerRowDelegate(this)),
-      search_(new TextField(this)) {
+      search_(new TextField(this)),
+      chart_(new BalanceChart),
+      chartToggle_(new QToolButton(this)) {
     setObjectName(QStringLiteral("ledgerListView"));
     header_->setObjectName(QStringLiteral("transactionsHeader"));
     list_->setObjectName(QStringLiteral("ledgerList"));
@@ -124,11 +128,30 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     filesMenu->addAction(tr("Import Entries from CSV…"), this, &LedgerListView::askAndImport);
     files->setMenu(filesMenu);
     tools->addWidget(files);
+    chartToggle_->setObjectName(QStringLiteral("balanceChartToggle"));
+    chartToggle_->setIcon(
+        SymbolIcons::icon("chart.xyaxis.line", AppStyle::tint(AppStyle::Foreground::secondary)));
+    chartToggle_->setToolTip(tr("Balance chart"));
+    chartToggle_->setAccessibleName(tr("Balance chart"));
+    chartToggle_->setCheckable(true);
+    chartToggle_->setAutoRaise(true);
+    tools->addWidget(chartToggle_);
+
+    // The balance over time, of every entry whatever the filter shows: the
+    // line must end at the balance in the header. Collapsed until asked for.
+    auto* chartCard = new CardFrame(CardFrame::Fill::base, this);
+    chartCard->setObjectName(QStringLiteral("balanceChartCard"));
+    auto* chartLayout = new QVBoxLayout(chartCard);
+    chartLayout->setContentsMargins(12, 10, 12, 8);
+    chartLayout->addWidget(chart_);
+    chartCard->hide();
+    connect(chartToggle_, &QToolButton::toggled, chartCard, &QWidget::setVisible);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(6);
     column->addLayout(tools);
+    column->addWidget(chartCard);
     column->addWidget(card, 1);
 
     // The row's buttons, its keys and its accessibility actions all come to the same two.
@@ -141,7 +164,9 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
         if (const LedgerEntry* entry = items_->entryAt(index)) model_.deleteEntry(entry->id);
     });
     connect(list_, &LedgerTableView::menuRequested, this, &LedgerListView::openRowMenu);
-    setEntries({});
+    // Held until the next call: a list that outlives the view.
+    static const std::vector<LedgerEntry> none;
+    setEntries(none);
 }
 
 void LedgerListView::setEntries(const std::vector<LedgerEntry>& entries, std::function<bool()> stillValid) {
@@ -150,6 +175,7 @@ void LedgerListView::setEntries(const std::vector<LedgerEntry>& entries, std::fu
     QScrollBar* bar = list_->verticalScrollBar();
     const QPersistentModelIndex anchor(bar->value() > 0 ? list_->indexAt(QPoint(1, 1)) : QModelIndex());
     const int anchorTop = anchor.isValid() ? list_->visualRect(anchor).top() : 0;
+    chart_->setEntries(entries, stillValid);
     items_->setEntries(entries, std::move(stillValid));
     if (anchor.isValid()) {
         list_->doItemsLayout();

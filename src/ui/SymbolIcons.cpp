@@ -20,11 +20,12 @@ static void registerSymbolResources() {
 namespace tallywick::SymbolIcons {
 namespace {
 
-constexpr std::array<std::string_view, 13> kSymbols{
+constexpr std::array<std::string_view, 14> kSymbols{
     "arrow.down.left",
     "arrow.up.right",
     "arrow.up.to.line",
     "bell",
+    "chart.xyaxis.line",
     "gearshape",
     "list.bullet.rectangle.portrait",
     "pause",

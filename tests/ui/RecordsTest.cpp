@@ -24,9 +24,11 @@
 #include <QTranslator>
 
 #include <tallywick/app/AppTranslations.h>
+#include <tallywick/host/LedgerStore.h>
 #include <tallywick/ui/AccountDetailView.h>
 #include <tallywick/ui/AccountHeaderView.h>
 #include <tallywick/ui/AppStyle.h>
+#include <tallywick/ui/BalanceChart.h>
 #include <tallywick/ui/ConnectionStatusView.h>
 #include <tallywick/ui/DetailContainerView.h>
 #include <tallywick/ui/EditEntrySheet.h>
@@ -36,6 +38,7 @@
 #include <tallywick/ui/StatusDot.h>
 #include <tallywick/ui/TextField.h>
 
+#include "PaneShots.h"
 #include "RecordsWindow.h"
 
 using namespace tallywick;
@@ -398,6 +401,113 @@ private slots:
         QVERIFY2(refused.error().contains("row 3, column amount"), qPrintable(refused.error()));
         QVERIFY(w.settle());
         QCOMPARE(w.model().entriesFor(target).size(), std::size_t{3});
+    }
+
+    // Collapsed at first; opened, the chart holds the balance after each
+    // entry in time order (one second's entries in the order made), whatever
+    // the search shows, and ends at the header's balance, out to 64 bits.
+    void balanceChartFollowsTheLedgerToTheHeadersBalance() {
+        using namespace std::chrono;
+        constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
+        RecordsWindow w;
+        // Ledgers of past days, made in the store that the host then opens.
+        const Date day = sys_days{year{2025} / 6 / 2};
+        std::string alpha, beta, empty;
+        std::int64_t opening = 0;
+        {
+            auto store = LedgerStore::open(w.host().databasePath());
+            QVERIFY(store);
+            const auto add = [&](const std::string& id, TransactionKind kind, LedgerFlag flag,
+                                 std::int64_t amount, int hour) {
+                auto made = (*store)->createEntry(
+                    {.accountId = id, .kind = kind, .flag = flag, .amount = amount, .memo = "m"},
+                    day + hours(hour));
+                return made ? made->id : std::string();
+            };
+            const auto alphaAccount = (*store)->createCredentialAccount("alpha", "unused", day);
+            QVERIFY(alphaAccount);
+            alpha = alphaAccount->id;
+            opening = alphaAccount->balance;
+            QVERIFY(!add(alpha, TransactionKind::credit, LedgerFlag::none, 250, 1).empty());
+            QVERIFY(!add(alpha, TransactionKind::debit, LedgerFlag::none, 120, 2).empty());
+            QVERIFY(!add(alpha, TransactionKind::note, LedgerFlag::none, 0, 3).empty());
+            QVERIFY(!add(alpha, TransactionKind::credit, LedgerFlag::bonus, 500, 3).empty());
+            QVERIFY(!add(alpha, TransactionKind::debit, LedgerFlag::penalty, 300, 4).empty());
+            // Deleting the first debit carries the sum past 64 bits; the host holds it at the top.
+            beta = (*store)->createCredentialAccount("beta", "unused", day)->id;
+            const std::string first = add(beta, TransactionKind::debit, LedgerFlag::none, opening, 1);
+            QVERIFY(!add(beta, TransactionKind::debit, LedgerFlag::none, most, 2).empty());
+            QVERIFY(!add(beta, TransactionKind::credit, LedgerFlag::none, most, 3).empty());
+            QVERIFY(!add(beta, TransactionKind::credit, LedgerFlag::none, most, 4).empty());
+            QVERIFY((*store)->deleteEntry(first));
+            QVERIFY((*store)->setStartingPoints(0));
+            empty = (*store)->createCredentialAccount("empty", "unused", day)->id;
+        }
+        QVERIFY(w.open());
+        QVERIFY(w.waitForAccounts(3));
+        w.model().setSelectedAccountID(alpha);
+        QVERIFY(w.waitForEntries(6));
+        LedgerListView& ledger = w.ledger();
+        BalanceChart& chart = *ledger.chart();
+        QVERIFY(!chart.isVisible() && !ledger.chartToggle()->isChecked());
+        QCOMPARE(ledger.chartToggle()->accessibleName(), QString("Balance chart"));
+        QTest::mouseClick(ledger.chartToggle(), Qt::LeftButton);
+        QVERIFY(chart.isVisible());
+
+        auto* header = w.find<AccountBalanceView>("accountBalance");
+        const auto endsAtTheHeader = [&] {
+            return chart.history().points().back().balance == header->balanceText().toLongLong();
+        };
+        const auto at = [&](int hour, std::int64_t balance) {
+            return BalanceHistory::Point{day + hours(hour), balance};
+        };
+        const std::vector<BalanceHistory::Point> expected{at(0, opening),       at(1, opening + 250),
+                                                          at(2, opening + 130), at(3, opening + 130),
+                                                          at(3, opening + 630), at(4, opening + 330)};
+        QVERIFY(chart.history().points() == expected);
+        QVERIFY(endsAtTheHeader());
+        RecordsWindow::typeInto(ledger.search(), "nothing like it");
+        QCOMPARE(ledger.items()->rowCount(), 0);
+        QVERIFY(chart.history().points() == expected);
+        ledger.search()->clear();
+
+        // A new entry reaches the open chart at once, with the header.
+        w.model().createEntry({.accountId = alpha,
+                               .kind = TransactionKind::debit,
+                               .flag = LedgerFlag::none,
+                               .amount = 30,
+                               .memo = "late"});
+        QVERIFY(w.waitForEntries(7));
+        QVERIFY(chart.accessibleDescription().contains(QString::number(opening + 300)));
+        QCOMPARE(chart.history().points().size(), std::size_t{7});
+        QVERIFY(endsAtTheHeader());
+
+        // Balances across the whole 64-bit range: the line reaches the bottom
+        // in the debit colour, and the balance now sits at the top in the credit colour.
+        w.model().setSelectedAccountID(beta);
+        QVERIFY(w.waitForEntries(4));
+        QCOMPARE(header->balanceText(), QString::number(most));
+        QVERIFY(endsAtTheHeader());
+        QCOMPARE(chart.history().lowest(), opening - most);
+        QApplication::processEvents();
+        const QRectF plot = chart.plotArea();
+        const auto inkIn = [&](const QRectF& area) {
+            const QRect inWindow(chart.mapTo(&w.window(), area.topLeft().toPoint()), area.size().toSize());
+            return strongestInk(w.window(), inWindow, chart.palette().color(QPalette::Base));
+        };
+        const QColor top = inkIn(QRectF(plot.right() - 4, plot.top() - 4, 9, 9));
+        QVERIFY(hueDistance(top, AppStyle::creditColor(chart.palette())) < 15);
+        const QColor bottom =
+            inkIn(QRectF(plot.left() + plot.width() / 2 + 4, plot.bottom() - 3, plot.width() / 4 - 8, 6));
+        QVERIFY(hueDistance(bottom, AppStyle::debitColor(chart.palette())) < 15);
+
+        // No entries: said, not drawn.
+        w.model().setSelectedAccountID(empty);
+        QVERIFY(w.waitForEntries(0));
+        QVERIFY(chart.history().empty());
+        QCOMPARE(chart.accessibleDescription(), QString("No entries yet"));
+        ledger.chartToggle()->click();
+        QVERIFY(!chart.isVisible());
     }
 
     // In the smallest window nothing is cut: the detail column scrolls, and

@@ -7,7 +7,9 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStyle>
+#include <QToolButton>
 
+#include <tallywick/host/LedgerStore.h>
 #include <tallywick/ui/AccountHeaderView.h>
 #include <tallywick/ui/AppStyle.h>
 #include <tallywick/ui/EditEntrySheet.h>
@@ -118,6 +120,56 @@ private slots:
             model.setSelectedAccountID(std::nullopt);
             save(&w.window(), "no-selection-" + scheme);
             model.setSelectedAccountID(claude);
+        }
+        QApplication::setPalette(light);
+    }
+
+    // The balance chart open over a month of an agent's ledger that dips
+    // below zero once, made in the store before the host opens it.
+    void balanceChartInLightAndDark() {
+        RecordsWindow w;
+        {
+            auto store = LedgerStore::open(w.host().databasePath());
+            QVERIFY(store);
+            QVERIFY((*store)->setStartingPoints(1500));
+            const Date start = std::chrono::sys_days{std::chrono::year{2025} / 5 / 12};
+            const auto account = (*store)->createCredentialAccount("Research Bot", "unused", start);
+            QVERIFY(account);
+            std::uint32_t seed = 7;
+            for (int i = 1; i <= 90; ++i) {
+                seed = seed * 1103515245u + 12345u;
+                // A note now and then, a debit in three, and one penalty that goes below zero.
+                const bool note = i % 17 == 0, penalty = i == 46;
+                const bool debit = penalty || (seed >> 20) % 3 == 0;
+                const NewLedgerEntry entry{
+                    .accountId = account->id,
+                    .kind = note    ? TransactionKind::note
+                            : debit ? TransactionKind::debit
+                                    : TransactionKind::credit,
+                    .flag = penalty ? LedgerFlag::penalty : LedgerFlag::none,
+                    .amount = note      ? 0
+                              : penalty ? 6000
+                                        : 60 + (seed >> 8) % 340,
+                    .memo = penalty ? "Leaked a test key" : "Task " + std::to_string(i)};
+                QVERIFY((*store)->createEntry(entry, start + std::chrono::hours(i * 8 + seed % 5)));
+            }
+        }
+        QVERIFY(w.open());
+        QVERIFY(w.waitForAccounts(1));
+        QVERIFY(w.waitForEntries(91));
+        w.window().resize(MainWindow::defaultSize);
+        w.ledger().chartToggle()->click();
+        QWidget* card = w.find<QWidget>("balanceChartCard");
+        QVERIFY(card->isVisible());
+        // The toolbar makes room for the host's version some time after it arrives.
+        const auto* status = w.find<QWidget>("connectionStatus");
+        QTRY_VERIFY(status->width() >= status->sizeHint().width());
+        const QPalette light = QApplication::style()->standardPalette();
+        for (const auto& [scheme, palette] :
+             {std::pair{QString("light"), light}, std::pair{QString("dark"), AppStyle::darkPalette()}}) {
+            QApplication::setPalette(palette);
+            QVERIFY(saveShot(w.window(), "records-chart-" + scheme));
+            QVERIFY(saveShot(*card, "balance-chart-" + scheme));
         }
         QApplication::setPalette(light);
     }

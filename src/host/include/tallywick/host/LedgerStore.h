@@ -9,8 +9,8 @@
 
 #include <tallywick/core.h>
 
-#include <tallywick/host/Balance.h>
 #include <tallywick/host/Outcome.h>
+#include <tallywick/model/Balance.h>
 
 namespace tallywick {
 

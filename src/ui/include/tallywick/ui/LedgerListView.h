@@ -16,6 +16,7 @@ class QToolButton;
 namespace tallywick {
 
 class AppModel;
+class BalanceChart;
 class EditEntrySheet;
 class LedgerItemModel;
 class LedgerRowDelegate;
@@ -27,7 +28,8 @@ class TextField;
 // entry with edit and delete buttons, the same two on the row's keys, and a
 // row menu that can also copy the memo or the entry's identifier. Delete goes to the host at once,
 // without asking; edit opens one sheet at a time. Nothing changes here until
-// the host's new state arrives.
+// the host's new state arrives. A chart of the balance over time can be
+// opened above the rows.
 class LedgerListView : public QWidget {
     Q_OBJECT
 
@@ -49,6 +51,9 @@ public:
     // Narrows the rows by memo text and by type; kept across refreshes and accounts.
     TextField* search() const { return search_; }
     QToolButton* typeToggle(std::size_t index) const { return typeToggles_[index]; }
+    // The balance over time, collapsed until its toggle is checked.
+    BalanceChart* chart() const { return chart_; }
+    QToolButton* chartToggle() const { return chartToggle_; }
     // Writes the ledger as CSV: every entry, or only those the filter shows.
     Result<void, std::string> exportTo(const QString& path, bool shownOnly) const;
     // Reads a CSV file whole and, when every row is good, starts creating its
@@ -71,6 +76,8 @@ private:
     LedgerItemModel* items_;
     LedgerRowDelegate* rows_;
     TextField* search_;
+    BalanceChart* chart_;
+    QToolButton* chartToggle_;
     std::array<QToolButton*, 5> typeToggles_{};
     QPointer<EditEntrySheet> editing_;
     QPointer<QMenu> rowMenu_;
