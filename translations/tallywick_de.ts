@@ -221,6 +221,13 @@
     </message>
 </context>
 <context>
+    <name>tallywick::DesktopNotifications</name>
+    <message>
+        <source>Show</source>
+        <translation>Anzeigen</translation>
+    </message>
+</context>
+<context>
     <name>tallywick::EditEntrySheet</name>
     <message>
         <source>Edit Transaction</source>
@@ -445,6 +452,24 @@
     <message>
         <source>Quit Tallywick</source>
         <translation>Tallywick beenden</translation>
+    </message>
+</context>
+<context>
+    <name>tallywick::NewAccountNotifier</name>
+    <message>
+        <source>%1 (account %2)</source>
+        <translation>%1 (Konto %2)</translation>
+    </message>
+    <message>
+        <source>New agent account</source>
+        <translation>Neues Agentenkonto</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n new agent accounts</source>
+        <translation>
+            <numerusform>%n neues Agentenkonto</numerusform>
+            <numerusform>%n neue Agentenkonten</numerusform>
+        </translation>
     </message>
 </context>
 <context>

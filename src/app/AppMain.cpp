@@ -82,6 +82,7 @@ int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView,
 
     TallywickApp app(rootView);
     app.openWindow();
+    app.notifyNewAccounts(QDBusConnection::sessionBus());
     std::unique_ptr<RaiseListener> raises;
     if (auto* first = std::get_if<WindowClaim>(&claim)) {
         raises = std::make_unique<RaiseListener>(std::move(*first));

@@ -216,6 +216,7 @@ void AppModel::applySnapshot(Snapshot snapshot) {
     if (hostVersionDiffers) emit hostVersionChanged();
     if (connectedDiffers) emit isConnectedChanged();
     if (selectionDiffers) emit selectedAccountIDChanged();
+    emit snapshotApplied();
 }
 
 void AppModel::apply(ControlEvent event) {

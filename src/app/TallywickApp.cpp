@@ -8,6 +8,7 @@ TallywickApp::TallywickApp(MainWindow::RootViewFactory rootView, AppModel::Optio
 
 TallywickApp::~TallywickApp() {
     windows_.clear();
+    notifier_.reset();
     model_.reset();
 }
 
@@ -32,6 +33,12 @@ MainWindow& TallywickApp::raiseWindow(const QString& activationToken) {
     if (!activationToken.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
     window->activateWindow();
     return *window;
+}
+
+void TallywickApp::notifyNewAccounts(QDBusConnection bus) {
+    notifier_ = std::make_unique<NewAccountNotifier>(model(), std::move(bus));
+    QObject::connect(notifier_.get(), &NewAccountNotifier::raiseRequested, notifier_.get(),
+                     [this](const QString& activationToken) { raiseWindow(activationToken); });
 }
 
 AppModel& TallywickApp::model() {

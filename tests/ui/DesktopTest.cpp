@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 // The window's desktop habits: its keys, coming forward when a later start
-// asks through the runtime folder, and the desktop's light or dark
-// preference, read from a settings portal served on a private session bus.
+// asks through the runtime folder, the desktop's light or dark preference,
+// read from a settings portal served on a private session bus, and
+// notifications of new agent accounts of a real host, sent to a notification
+// server on such a bus.
 #include <unistd.h>
 
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusContext>
+#include <QDBusPendingCall>
 #include <QDBusVariant>
 #include <QProcess>
 #include <QSemaphore>
@@ -25,6 +28,8 @@
 #include <tallywick/app/WindowInstance.h>
 #include <tallywick/ui/AppStyle.h>
 
+#include "RecordsWindow.h"
+
 using namespace tallywick;
 using namespace std::chrono_literals;
 
@@ -33,6 +38,7 @@ namespace {
 const QString kPortalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString kAppearance = QStringLiteral("org.freedesktop.appearance");
 const QString kColorScheme = QStringLiteral("color-scheme");
+const QString kNotificationsPath = QStringLiteral("/org/freedesktop/Notifications");
 
 // A session bus of the test's own, with nothing to activate: a portal that
 // is not registered stays missing.
@@ -153,6 +159,46 @@ private:
     SettingsPortal* portal_ = nullptr;
 };
 
+// org.freedesktop.Notifications as a desktop serves it, on the test's thread
+// (the application must never wait for it), keeping what it is sent.
+class NotificationServer : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+
+public:
+    struct Sent {
+        QString appName, appIcon, summary, body;
+        QStringList actions;
+        QVariantMap hints;
+    };
+
+    bool serve(QDBusConnection bus) {
+        return bus.registerObject(kNotificationsPath, this,
+                                  QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals) &&
+               bus.registerService(QStringLiteral("org.freedesktop.Notifications"));
+    }
+    // The user clicks notification `id`: the token comes first, as the server sends it.
+    void click(uint id, const QString& activationToken) {
+        emit ActivationToken(id, activationToken);
+        emit ActionInvoked(id, QStringLiteral("default"));
+    }
+
+    std::vector<Sent> sent;
+
+public slots:
+    QStringList GetCapabilities() { return {"actions", "body", "body-markup"}; }
+    uint Notify(const QString& appName, uint /*replacesId*/, const QString& appIcon, const QString& summary,
+                const QString& body, const QStringList& actions, const QVariantMap& hints, int /*timeout*/) {
+        sent.push_back({appName, appIcon, summary, body, actions, hints});
+        return static_cast<uint>(sent.size());
+    }
+
+signals:
+    void ActionInvoked(uint id, const QString& actionKey);
+    void ActivationToken(uint id, const QString& activationToken);
+    void NotificationClosed(uint id, uint reason);
+};
+
 // Runs the event loop until the application quits; its status, or -1 when
 // it did not quit within ten seconds.
 int execUntilQuit(const std::function<void()>& action) {
@@ -162,6 +208,18 @@ int execUntilQuit(const std::function<void()>& action) {
     QObject::connect(&patience, &QTimer::timeout, [] { QCoreApplication::exit(-1); });
     patience.start(10000);
     return QApplication::exec();
+}
+
+// Another application takes the focus, as far as the offscreen platform can
+// show it: a window that takes it and goes, leaving none of ours active.
+bool lookAway() {
+    {
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        if (!QTest::qWaitForWindowActive(&other)) return false;
+    }
+    return QTest::qWaitFor([] { return !QApplication::activeWindow(); });
 }
 
 AppModel::Options unreachableHost(const QTemporaryDir& folder) {
@@ -267,6 +325,81 @@ private slots:
             portal.change(kAppearance, kColorScheme, 1);
             QTRY_VERIFY(AppStyle::isDark(QApplication::palette()));
         }
+    }
+
+    // An account that appears while no window of ours is active is announced
+    // once, under the desktop entry's name; one already there at start or
+    // back from a restarted host, or one that comes while the window is in
+    // front, is not. The click selects the account and brings the window.
+    void newAccountIsAnnouncedAndItsClickShowsIt() {
+        PrivateBus bus;
+        if (!bus.start()) QSKIP("dbus-daemon is not installed or did not start");
+        NotificationServer server;
+        QVERIFY(server.serve(bus.connect("notifications")));
+
+        testing::RecordsWindow records;
+        QTemporaryDir elsewhere;
+        testing::HostProcess& host = records.host();
+        const std::string runtime = host.runtimeDirectory();
+        // Accounts made while the window cannot see the host: it runs where
+        // the window does not look.
+        const auto addAway = [&](const std::string& name) {
+            host.setRuntimeDirectory(elsewhere.filePath("run").toStdString());
+            const bool made = host.start() && records.connectAgent(name);
+            records.dropAgents();
+            host.stop();
+            host.setRuntimeDirectory(runtime);
+            return made;
+        };
+        QVERIFY(addAway("present"));
+        QVERIFY(records.open(false));
+        records.app().notifyNewAccounts(bus.connect("notifying-app"));
+        QVERIFY(lookAway());
+        QVERIFY(host.start());
+        QTRY_VERIFY_WITH_TIMEOUT(records.account("present"), testing::kPatience);
+
+        host.stop();
+        QTRY_VERIFY_WITH_TIMEOUT(!records.model().isConnected(), testing::kPatience);
+        QVERIFY(addAway("meanwhile"));
+        QVERIFY(host.start());
+        QTRY_VERIFY_WITH_TIMEOUT(records.account("meanwhile"), testing::kPatience);
+
+        MainWindow& window = records.window();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QVERIFY(records.connectAgent("watched"));
+        QTRY_VERIFY_WITH_TIMEOUT(records.account("watched"), testing::kPatience);
+
+        QVERIFY(lookAway());
+        QVERIFY(records.connectAgent("Fresh & <new>"));
+        QTRY_VERIFY_WITH_TIMEOUT(records.account("Fresh & <new>"), testing::kPatience);
+        const std::string fresh = records.account("Fresh & <new>")->id;
+        // All the window sent so far has arrived once a question it asks
+        // after it is answered.
+        QVERIFY(records.settle());
+        QDBusPendingCall flush = QDBusConnection("notifying-app")
+                                     .asyncCall(QDBusMessage::createMethodCall(
+                                         "org.freedesktop.Notifications", kNotificationsPath,
+                                         "org.freedesktop.Notifications", "GetCapabilities"));
+        QTRY_VERIFY(flush.isFinished());
+        QCOMPARE(server.sent.size(), std::size_t{1});
+        const auto& sent = server.sent.front();
+        const QString entry = QString::fromStdString(buildIdentity().appIdentifier);
+        QCOMPARE(sent.appName, entry);
+        QCOMPARE(sent.appIcon, entry);
+        QCOMPARE(sent.hints.value("desktop-entry").toString(), entry);
+        QCOMPARE(sent.summary, QStringLiteral("New agent account"));
+        // The server reads markup, and the name is the agent's own.
+        QCOMPARE(sent.body,
+                 QStringLiteral("Fresh &amp; &lt;new&gt; (account %1)").arg(QString::fromStdString(fresh)));
+        QCOMPARE(sent.actions, QStringList({"default", "Show"}));
+
+        QVERIFY(records.model().selectedAccountID() != fresh);
+        server.click(1, "token-5");
+        QTRY_VERIFY(records.model().selectedAccountID() == fresh);
+        QTRY_VERIFY(window.isActiveWindow());
+        QCOMPARE(qgetenv("XDG_ACTIVATION_TOKEN"), QByteArray("token-5"));
+        qunsetenv("XDG_ACTIVATION_TOKEN");
     }
 
     // No portal on the bus, or no bus at all: light, without a word.

@@ -81,6 +81,7 @@ public:
         return open() && connectAgent(name, extra) && waitForAccounts(1);
     }
 
+    TallywickApp& app() { return *app_; }
     AppModel& model() { return app_->model(); }
     MainWindow& window() { return *window_; }
     HostProcess& host() { return host_; }

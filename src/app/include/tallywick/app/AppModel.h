@@ -116,6 +116,10 @@ signals:
     void hostVersionChanged();
     void isConnectedChanged();
     void selectedAccountIDChanged();
+    // After every snapshot, changed or not, once its fields have announced
+    // their changes: for whoever must tell a connection's first snapshot
+    // from the ones after it.
+    void snapshotApplied();
 
 private:
     void send(const ControlRequest& request,

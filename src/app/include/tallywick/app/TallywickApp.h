@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QDBusConnection>
 #include <memory>
 #include <vector>
 
 #include <tallywick/app/AppModel.h>
 #include <tallywick/app/MainWindow.h>
+#include <tallywick/app/NewAccountNotifier.h>
 #include <tallywick/link/IoThread.h>
 
 namespace tallywick {
@@ -28,12 +30,17 @@ public:
     MainWindow& raiseWindow(const QString& activationToken = {});
     AppModel& model();
     bool hasModel() const { return model_ != nullptr; }
+    // From now on, an agent account that appears while no window is active
+    // is announced through the notification server on `bus`; a click on the
+    // notification selects the account and raises the window.
+    void notifyNewAccounts(QDBusConnection bus);
 
 private:
     IoThread io_;  // first member, so it goes last: the client's connection ends with it
     MainWindow::RootViewFactory rootView_;
     AppModel::Options modelOptions_;
     std::unique_ptr<AppModel> model_;
+    std::unique_ptr<NewAccountNotifier> notifier_;
     std::vector<std::unique_ptr<MainWindow>> windows_;
 };
 
