@@ -263,11 +263,13 @@ void ActivityView::setPaused(bool paused) {
         pausedNote_->setText(tr("Paused, %1 new").arg(0));
         pausedNote_->show();
         pause_->setText(tr("Resume"));
+        pause_->setIcon(SymbolIcons::icon("play", AppStyle::tint(AppStyle::Foreground::secondary)));
         frame_.stop();
         return;
     }
     pausedNote_->hide();
     pause_->setText(tr("Pause"));
+    pause_->setIcon(SymbolIcons::icon("pause", AppStyle::tint(AppStyle::Foreground::secondary)));
     frozen_.clear();
     catchUp();
 }

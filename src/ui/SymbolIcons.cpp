@@ -20,7 +20,7 @@ static void registerSymbolResources() {
 namespace tallywick::SymbolIcons {
 namespace {
 
-constexpr std::array<std::string_view, 14> kSymbols{
+constexpr std::array<std::string_view, 15> kSymbols{
     "arrow.down.left",
     "arrow.up.right",
     "arrow.up.to.line",
@@ -30,6 +30,7 @@ constexpr std::array<std::string_view, 14> kSymbols{
     "list.bullet.rectangle.portrait",
     "pause",
     "pencil",
+    "play",
     "person.crop.rectangle.stack",
     "person.fill.checkmark",
     "person.fill.questionmark",
