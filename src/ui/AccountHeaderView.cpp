@@ -24,10 +24,6 @@ using AppStyle::TextStyle;
 constexpr int kBalanceTopPadding = 4;
 constexpr int kBalanceSpacing = 6;
 
-QString fromStd(const std::string& text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 // An icon-only bordered button; its label lives on as tooltip and accessible name.
 QPushButton* iconButton(const QString& label, const char* symbol, AppStyle::Tint tint, QWidget* parent) {
     auto* button = new QPushButton(parent);
@@ -143,8 +139,8 @@ AccountHeaderView::AccountHeaderView(AppModel& model, QWidget* parent)
 
 void AccountHeaderView::setAccount(const Account& account) {
     account_ = account;
-    name_->setText(fromStd(account.displayName));
-    id_->setTextFixingSize(fromStd(account.id));
+    name_->setText(QString::fromStdString(account.displayName));
+    id_->setTextFixingSize(QString::fromStdString(account.id));
     balance_->setBalance(account.balance);
 }
 

@@ -10,10 +10,6 @@ namespace {
 // Section rows carry 0; rows inside a section carry the section's number plus one.
 constexpr quintptr kSectionRow = 0;
 
-QString fromStd(const std::string& text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 }  // namespace
 
 AccountsSidebarModel::AccountsSidebarModel(QObject* parent) : QAbstractItemModel(parent) {}
@@ -164,14 +160,15 @@ QVariant AccountsSidebarModel::sectionData(int section, int role) const {
 
 QVariant AccountsSidebarModel::accountData(const Account& account, int role) const {
     switch (role) {
-        case Qt::DisplayRole: return fromStd(account.displayName);
+        case Qt::DisplayRole: return QString::fromStdString(account.displayName);
         case Qt::AccessibleTextRole:
-            return QStringList{fromStd(account.displayName), accountData(account, SubtitleRole).toString(),
+            return QStringList{QString::fromStdString(account.displayName),
+                               accountData(account, SubtitleRole).toString(),
                                account.isConnected ? tr("connected") : tr("not connected"),
                                AppStyle::plainAmountText(account.balance)}
                 .join(QStringLiteral(", "));
         case KindRole: return static_cast<int>(RowKind::account);
-        case IdRole: return fromStd(account.id);
+        case IdRole: return QString::fromStdString(account.id);
         case SubtitleRole:
             return account.identityMode == IdentityMode::clientInfo ? tr("clientInfo") : tr("credential");
         case BalanceRole: return static_cast<qlonglong>(account.balance);
@@ -183,12 +180,13 @@ QVariant AccountsSidebarModel::accountData(const Account& account, int role) con
 QVariant AccountsSidebarModel::connectionData(const LiveConnection& connection, int role) const {
     switch (role) {
         case Qt::DisplayRole:
-            return connection.clientInfo ? fromStd(connection.clientInfo->displayLabel()) : tr("connecting…");
+            return connection.clientInfo ? QString::fromStdString(connection.clientInfo->displayLabel())
+                                         : tr("connecting…");
         case Qt::AccessibleTextRole:
             return connectionData(connection, Qt::DisplayRole).toString() + QStringLiteral(", ") +
                    connectionData(connection, SubtitleRole).toString();
         case KindRole: return static_cast<int>(RowKind::connection);
-        case IdRole: return fromStd(connection.id);
+        case IdRole: return QString::fromStdString(connection.id);
         case SubtitleRole: return connection.authenticated ? tr("authenticated") : tr("unauthenticated");
         case ConnectedRole: return connection.authenticated;
         default: return {};

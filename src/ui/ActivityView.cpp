@@ -27,10 +27,6 @@
 namespace tallywick {
 namespace {
 
-QString fromStd(const std::string& text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 QComboBox* makeChoice(const QString& objectName, const QString& all, const QString& accessibleName) {
     auto* choice = new QComboBox;
     choice->setObjectName(objectName);
@@ -233,8 +229,8 @@ void ActivityView::catchUp() {
 void ActivityView::offerChoices() {
     std::set<QString> agents, methods;
     for (const ApiLogEntry& entry : followed()) {
-        if (entry.clientLabel) agents.insert(fromStd(*entry.clientLabel));
-        if (entry.method) methods.insert(fromStd(*entry.method));
+        if (entry.clientLabel) agents.insert(QString::fromStdString(*entry.clientLabel));
+        if (entry.method) methods.insert(QString::fromStdString(*entry.method));
     }
     offer(*agent_, std::move(agents));
     offer(*method_, std::move(methods));
@@ -316,7 +312,7 @@ void ActivityView::showDetail() {
     detailHeader_->setText(header.join(QStringLiteral(" \u00B7 ")));
     // What the agent sent, laid out; as it came when it is not JSON.
     const std::optional<std::string> indented = indentJson(entry.payload);
-    detailText_->setPlainText(fromStd(indented ? *indented : entry.payload));
+    detailText_->setPlainText(QString::fromStdString(indented ? *indented : entry.payload));
     detail_->show();
 }
 

@@ -19,10 +19,6 @@ QFont methodFont() {
     return font;
 }
 
-QString fromStd(const std::string& text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 // The locale's long time format names the time zone as well; without it,
 // it is the style that shows hours, minutes and seconds.
 QString timeFormat(const QLocale& locale) {
@@ -55,11 +51,11 @@ void drawText(QPainter& painter, const QRect& area, const QFont& font, const QCo
 }  // namespace
 
 QString methodText(const ApiLogEntry& entry) {
-    return entry.method ? fromStd(*entry.method) : QStringLiteral("\u2014");
+    return entry.method ? QString::fromStdString(*entry.method) : QStringLiteral("\u2014");
 }
 
 QString clientText(const ApiLogEntry& entry) {
-    return entry.clientLabel ? fromStd(*entry.clientLabel) : QString();
+    return entry.clientLabel ? QString::fromStdString(*entry.clientLabel) : QString();
 }
 
 QString timeText(Date when) {

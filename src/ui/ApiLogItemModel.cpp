@@ -12,12 +12,8 @@
 namespace tallywick {
 namespace {
 
-QString fromStd(const std::string& text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 QVariant optionalText(const std::optional<std::string>& text) {
-    return text ? QVariant(fromStd(*text)) : QVariant(QString());
+    return text ? QVariant(QString::fromStdString(*text)) : QVariant(QString());
 }
 
 }  // namespace
@@ -41,7 +37,7 @@ ApiLogItemModel::Row ApiLogItemModel::makeRow(const ApiLogEntry& entry) {
 
 bool ApiLogItemModel::Filter::admits(const ApiLogEntry& entry) const {
     const auto matches = [](const std::optional<QString>& wanted, const std::optional<std::string>& text) {
-        return !wanted || (text && *wanted == fromStd(*text));
+        return !wanted || (text && *wanted == QString::fromStdString(*text));
     };
     return (!direction || entry.direction == *direction) && matches(agent, entry.clientLabel) &&
            matches(method, entry.method);
@@ -143,11 +139,11 @@ QVariant ApiLogItemModel::data(const QModelIndex& index, int role) const {
                   << row->shownPayload;
             return parts.join(QStringLiteral(", "));
         }
-        case IdRole: return fromStd(entry.id);
+        case IdRole: return QString::fromStdString(entry.id);
         case DirectionRole: return static_cast<int>(entry.direction);
         case MethodRole: return optionalText(entry.method);
         case ClientLabelRole: return optionalText(entry.clientLabel);
-        case PayloadRole: return fromStd(entry.payload);
+        case PayloadRole: return QString::fromStdString(entry.payload);
         case TimestampRole:
             return QDateTime::fromSecsSinceEpoch(entry.timestamp.time_since_epoch().count(), Qt::UTC);
         default: return {};

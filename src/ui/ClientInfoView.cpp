@@ -15,10 +15,6 @@ using AppStyle::TextStyle;
 
 constexpr int kKeyWidth = 96;
 
-QString fromStd(const std::string& text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 // One field: its key in a fixed column, then the value, which can be selected.
 QWidget* makeClientInfoRow(const ClientInfoField& field, QWidget* parent) {
     auto* row = new QWidget(parent);
@@ -26,7 +22,7 @@ QWidget* makeClientInfoRow(const ClientInfoField& field, QWidget* parent) {
     auto* key = new StyledLabel(AppStyle::monospacedSmall(), AppStyle::tint(Foreground::secondary), row);
     key->setObjectName(QStringLiteral("clientInfoKey"));
     // A key wider than its column ends in an ellipsis, and shows whole as its tooltip.
-    const QString keyText = fromStd(field.key);
+    const QString keyText = QString::fromStdString(field.key);
     const QString shown = QFontMetrics(key->font()).elidedText(keyText, Qt::ElideRight, kKeyWidth);
     key->setText(shown);
     if (shown != keyText) {
@@ -37,7 +33,7 @@ QWidget* makeClientInfoRow(const ClientInfoField& field, QWidget* parent) {
     key->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     auto* value = new StyledLabel(TextStyle::caption, Foreground::primary, row);
     value->setObjectName(QStringLiteral("clientInfoValue"));
-    value->setText(fromStd(field.value));
+    value->setText(QString::fromStdString(field.value));
     value->setWordWrap(true);
     value->setTextInteractionFlags(Qt::TextSelectableByMouse);
     value->setAlignment(Qt::AlignLeft | Qt::AlignTop);

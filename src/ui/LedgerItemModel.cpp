@@ -11,10 +11,6 @@
 namespace tallywick {
 namespace {
 
-QString fromStd(const std::string& text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 // A quick 64-bit digest of an identifier, eight bytes at a time. Two
 // identifiers that share one would only cost a row its place, not its content.
 std::uint64_t digest(const std::string& text) {
@@ -80,7 +76,7 @@ bool LedgerItemModel::passes(const LedgerEntry& entry, const QString& needle, co
     if (needle.isEmpty()) return true;
     if (!memo) {
         auto [at, added] = folded_.try_emplace(digest(entry.memo));
-        if (added) at->second = folded(fromStd(entry.memo));
+        if (added) at->second = folded(QString::fromStdString(entry.memo));
         memo = &at->second;  // the map's nodes stay where they are
     }
     return memo->contains(needle);
@@ -159,18 +155,18 @@ QVariant LedgerItemModel::data(const QModelIndex& index, int role) const {
     switch (role) {
         case Qt::DisplayRole:
             // An empty memo shows as a single em dash.
-            return entry.memo.empty() ? QStringLiteral("\u2014") : fromStd(entry.memo);
+            return entry.memo.empty() ? QStringLiteral("\u2014") : QString::fromStdString(entry.memo);
         case Qt::AccessibleTextRole: {
             const std::string_view label = entryTypeLabel(entryTypeOf(entry));
             return QString::fromLatin1(label.data(), static_cast<qsizetype>(label.size())) +
                    QStringLiteral(", ") +
-                   (entry.memo.empty() ? QStringLiteral("\u2014") : fromStd(entry.memo)) +
+                   (entry.memo.empty() ? QStringLiteral("\u2014") : QString::fromStdString(entry.memo)) +
                    QStringLiteral(", ") + AppStyle::signedAmountText(entry.signedAmount());
         }
-        case IdRole: return fromStd(entry.id);
+        case IdRole: return QString::fromStdString(entry.id);
         case EntryTypeRole: return static_cast<int>(entryTypeOf(entry));
         case KindRole: return static_cast<int>(entry.kind);
-        case MemoRole: return fromStd(entry.memo);
+        case MemoRole: return QString::fromStdString(entry.memo);
         case SignedAmountRole: return static_cast<qlonglong>(entry.signedAmount());
         case CreatedAtRole:
             return QDateTime::fromSecsSinceEpoch(entry.createdAt.time_since_epoch().count(), Qt::UTC);
