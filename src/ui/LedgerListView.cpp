@@ -247,7 +247,10 @@ Result<std::size_t, QString> LedgerListView::importFrom(const QString& path) {
         if (!shown) return false;
         if (!at.finished) {
             shown->setValue(static_cast<int>(at.created));
-            return !shown->wasCanceled();
+            if (!shown->wasCanceled()) return true;
+            // Stopped: nothing more will be reported to the dialog.
+            shown->deleteLater();
+            return false;
         }
         shown->deleteLater();
         if (at.failure) {
