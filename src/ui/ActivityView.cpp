@@ -181,10 +181,10 @@ const std::vector<ApiLogEntry>& ActivityView::followed() const {
 
 ApiLogItemModel::Filter ActivityView::filter() const {
     ApiLogItemModel::Filter chosen;
-    if (agent_->currentIndex() > 0) chosen.agent = agent_->currentText();
+    if (agent_->currentIndex() > 0) chosen.agent = agent_->currentText().toStdString();
     if (direction_->currentIndex() > 0)
         chosen.direction = static_cast<Direction>(direction_->currentData().toInt());
-    if (method_->currentIndex() > 0) chosen.method = method_->currentText();
+    if (method_->currentIndex() > 0) chosen.method = method_->currentText().toStdString();
     return chosen;
 }
 

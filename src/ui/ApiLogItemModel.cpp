@@ -36,9 +36,8 @@ ApiLogItemModel::Row ApiLogItemModel::makeRow(const ApiLogEntry& entry) {
 }
 
 bool ApiLogItemModel::Filter::admits(const ApiLogEntry& entry) const {
-    const auto matches = [](const std::optional<QString>& wanted, const std::optional<std::string>& text) {
-        return !wanted || (text && *wanted == QString::fromStdString(*text));
-    };
+    const auto matches = [](const std::optional<std::string>& wanted,
+                            const std::optional<std::string>& text) { return !wanted || wanted == text; };
     return (!direction || entry.direction == *direction) && matches(agent, entry.clientLabel) &&
            matches(method, entry.method);
 }

@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include <tallywick/protocol/ApiLogEntry.h>
@@ -40,9 +41,9 @@ public:
     // Which records are rows: all by default. Agents are told apart by the
     // label the rows show; records without one show only while no agent is chosen.
     struct Filter {
-        std::optional<QString> agent{};
+        std::optional<std::string> agent{};
         std::optional<Direction> direction{};
-        std::optional<QString> method{};
+        std::optional<std::string> method{};
 
         bool admits(const ApiLogEntry& entry) const;
         bool isEmpty() const { return !agent && !direction && !method; }
