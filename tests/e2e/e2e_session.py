@@ -8,15 +8,19 @@ installed bin folder) and TALLYWICK_E2E_SCRATCH (a folder of their own).
 import os
 import shutil
 import signal
+import socket
 import subprocess
 import sys
+import tempfile
 import time
 
 BIN = os.environ["TALLYWICK_E2E_BIN"]
 SCRATCH = os.environ["TALLYWICK_E2E_SCRATCH"]
 FRAMEBUFFER = os.path.join(SCRATCH, "fb")
+SOCKET_ADDRESS_ROOM = 108  # bytes of a path a Unix socket address holds
 
 children = []
+_short_runtime = None
 
 
 def fail(message):
@@ -64,12 +68,47 @@ def start_x_server():
     return ":" + number.decode().strip()
 
 
+def long_runtime_folder():
+    """A private runtime folder whose path alone fills a socket address (108
+    bytes), whatever the checkout's length: every socket in it is reached
+    through its folder, as the programs reach it."""
+    runtime = os.path.join(SCRATCH, "run")
+    while len(runtime) <= SOCKET_ADDRESS_ROOM:
+        runtime = os.path.join(runtime, "a-session-folder-with-a-long-name")
+    os.makedirs(runtime, mode=0o700, exist_ok=True)
+    return runtime
+
+
+def connects(path):
+    """Whether a listener accepts at the socket path, reached as the programs
+    reach it: through an open descriptor of its folder."""
+    folder, name = os.path.split(path)
+    descriptor = os.open(folder, os.O_PATH | os.O_DIRECTORY)
+    probe = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+    try:
+        probe.connect("/proc/self/fd/%d/%s" % (descriptor, name))
+        return True
+    except OSError:
+        return False
+    finally:
+        probe.close()
+        os.close(descriptor)
+
+
+def accessibility_environment(env):
+    """The accessibility bus puts its socket in XDG_RUNTIME_DIR by path, which
+    the session's long folder cannot hold: it gets a short private one."""
+    global _short_runtime
+    if _short_runtime is None:
+        _short_runtime = tempfile.mkdtemp(prefix="tlw-a11y-")
+    return dict(env, XDG_RUNTIME_DIR=_short_runtime)
+
+
 def setup_environment(display, **extra):
     """A user who never ran Tallywick: an empty home, its XDG folders, the display."""
     home = os.path.join(SCRATCH, "home")
-    runtime = os.path.join(SCRATCH, "run")
+    runtime = long_runtime_folder()
     os.makedirs(home, exist_ok=True)
-    os.makedirs(runtime, mode=0o700, exist_ok=True)
     env = dict(os.environ)
     env.update({
         "HOME": home,
@@ -92,3 +131,5 @@ def stop_children():
             os.killpg(child.pid, signal.SIGTERM)
         except (ProcessLookupError, PermissionError):
             pass
+    if _short_runtime is not None:
+        shutil.rmtree(_short_runtime, ignore_errors=True)

@@ -20,15 +20,14 @@ folder) and TALLYWICK_E2E_SCRATCH (a folder of its own).
 import json
 import os
 import signal
-import socket
 import stat
 import struct
 import subprocess
 import time
 import zlib
 
-from e2e_session import BIN, FRAMEBUFFER, SCRATCH, children, fail, fresh_scratch, setup_environment, spawn, \
-    start_x_server, stop_children, wait_for
+from e2e_session import BIN, FRAMEBUFFER, SCRATCH, SOCKET_ADDRESS_ROOM, accessibility_environment, children, \
+    connects, fail, fresh_scratch, setup_environment, spawn, start_x_server, stop_children, wait_for
 
 KEY = "e2e-key-kept-in-memory"
 
@@ -195,22 +194,14 @@ def finished(pid):
     return state in ("Z", "X")
 
 
-def host_accepts():
+def host_accepts(env):
     """A host listens in the session's runtime folder (a process alone may be
     one that found another host and is leaving)."""
-    folder = os.path.join(SCRATCH, "run", "tallywick")
+    folder = os.path.join(env["XDG_RUNTIME_DIR"], "tallywick")
     for name in os.listdir(folder) if os.path.isdir(folder) else []:
         path = os.path.join(folder, name)
-        if not stat.S_ISSOCK(os.lstat(path).st_mode):
-            continue
-        probe = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        try:
-            probe.connect(path)
+        if stat.S_ISSOCK(os.lstat(path).st_mode) and connects(path):
             return True
-        except OSError:
-            pass
-        finally:
-            probe.close()
     return False
 
 
@@ -228,11 +219,12 @@ def host_pids():
 
 
 def main():
-    if len(BIN) <= 100:
-        fail("the programs are installed in %s, a path of 100 characters or fewer" % BIN)
+    if len(BIN) <= SOCKET_ADDRESS_ROOM:
+        fail("the programs are installed in %s, a path that fits a socket address" % BIN)
     fresh_scratch()
     env = setup_environment(start_x_server(), QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1")
-    spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"], env, os.path.join(SCRATCH, "atspi.log"))
+    spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"], accessibility_environment(env),
+          os.path.join(SCRATCH, "atspi.log"))
     wait_for("the accessibility bus", lambda: subprocess.run(
         ["dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus",
          "org.a11y.Bus.GetAddress"], env=env, capture_output=True).returncode == 0, 20)
@@ -270,7 +262,7 @@ def main():
     wait_for("the host to be gone", lambda: all(finished(pid) for pid in killed), 10)
     wait_for('"Host offline"', lambda: element("label", "Host offline"))
     spawn([os.path.join(BIN, "tallywick-host")], env, os.path.join(SCRATCH, "host-again.log"))
-    wait_for("the host to listen again", host_accepts, 10)
+    wait_for("the host to listen again", lambda: host_accepts(env), 10)
     listening = time.monotonic()
     while element("label", "Host connected") is None:
         if time.monotonic() - listening > 1.0:

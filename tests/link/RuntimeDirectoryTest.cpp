@@ -50,7 +50,10 @@ TEST(RuntimeDirectoryTest, PathFollowsTheEnvironment) {
     }
     ScopedEnv own("TALLYWICK_RUNTIME_DIR", "");
     ScopedEnv xdg("XDG_RUNTIME_DIR", nullptr);
-    EXPECT_EQ(runtimeDirectoryPath(), "/tmp/tallywick-" + std::to_string(::geteuid()));
+    // A session root of the test's own that has no folder for the user: the
+    // machine's /run/user is never consulted here.
+    EXPECT_EQ(runtimeDirectoryPath((scratch() / "no-sessions").string()),
+              "/tmp/tallywick-" + std::to_string(::geteuid()));
 }
 
 TEST(RuntimeDirectoryTest, CreatesAPrivateFolder) {
@@ -114,4 +117,29 @@ TEST(RuntimeDirectoryTest, WithoutTheVariablesTheSessionFolderIsFound) {
 
     ScopedEnv set("XDG_RUNTIME_DIR", "/run/user/4242");
     EXPECT_EQ(runtimeDirectoryPath(root.string()), "/run/user/4242/tallywick") << "the variable wins";
+}
+
+// The default root itself, /run/user, with and without the user's session
+// folder. Only inside the mount namespace that tests/support/
+// inSessionNamespace.sh makes (ctest runs it as link_runtime_dir_*), where
+// /run/user is a fresh tmpfs: the machine's own is never read.
+TEST(RuntimeDirectoryTest, TheLoginSessionsFolderIsUsedWhenTheMachineHasOne) {
+    const char* session = std::getenv("TALLYWICK_TEST_SESSION");
+    if (session == nullptr) GTEST_SKIP() << "runs in a namespace of its own (ctest -R link_runtime_dir_)";
+    ScopedEnv own("TALLYWICK_RUNTIME_DIR", nullptr);
+    ScopedEnv xdg("XDG_RUNTIME_DIR", nullptr);
+    const std::string uid = std::to_string(::geteuid());
+    const fs::path folder = "/run/user/" + uid;
+    if (std::string(session) == "absent") {
+        ASSERT_FALSE(fs::exists(folder));
+        EXPECT_EQ(runtimeDirectoryPath(), "/tmp/tallywick-" + uid);
+        return;
+    }
+    ASSERT_EQ(std::string(session), "present");
+    EXPECT_EQ(runtimeDirectoryPath(), (folder / "tallywick").string());
+    const auto prepared = prepareRuntimeDirectory();
+    EXPECT_TRUE(prepared.usable()) << prepared.problem;
+    struct stat info {};
+    ASSERT_EQ(::stat((folder / "tallywick").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0700u);
 }

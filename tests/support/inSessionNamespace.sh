@@ -1,8 +1,10 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
 # Runs a command in a mount namespace of its own where /run/user is a fresh
-# tmpfs, so a test can give the user a login session's private folder
-# (/run/user/UID) without touching the machine's. Exits 77 (skipped) where
+# tmpfs, so a test never reads the machine's login sessions. With
+# --with-session the user's private session folder (/run/user/UID, 0700) is
+# made first, as a login manager makes it. The command learns which it got
+# from TALLYWICK_TEST_SESSION (present or absent). Exits 77 (skipped) where
 # namespaces cannot be made (not root, or a sandbox that forbids them).
 set -eu
 if [ "${TALLYWICK_IN_NAMESPACE:-}" != 1 ]; then
@@ -19,4 +21,11 @@ else
   mount -t tmpfs -o mode=0755 tallywick-test /run
   mkdir -m 0755 /run/user
 fi
+TALLYWICK_TEST_SESSION=absent
+if [ "${1:-}" = --with-session ]; then
+  shift
+  mkdir -m 0700 "/run/user/$(id -u)"
+  TALLYWICK_TEST_SESSION=present
+fi
+export TALLYWICK_TEST_SESSION
 exec "$@"
