@@ -10,7 +10,8 @@ namespace tallywick {
 namespace {
 
 DatabaseError lastError(sqlite3* handle) {
-    return {handle ? sqlite3_errmsg(handle) : "out of memory"};
+    if (!handle) return {"out of memory"};
+    return {sqlite3_errmsg(handle), (sqlite3_errcode(handle) & 0xff) == SQLITE_FULL};
 }
 
 }  // namespace
@@ -131,7 +132,8 @@ Result<Statement, DatabaseError> Database::prepare(std::string_view sql) {
 Result<void, DatabaseError> Database::execute(const std::string& sql) {
     char* message = nullptr;
     if (sqlite3_exec(handle_, sql.c_str(), nullptr, nullptr, &message) == SQLITE_OK) return {};
-    DatabaseError error = message ? DatabaseError{message} : lastError(handle_);
+    DatabaseError error = lastError(handle_);
+    if (message) error.message = message;
     sqlite3_free(message);
     return fail(std::move(error));
 }

@@ -179,17 +179,30 @@ void HostServer::loadLedger() {
 
 // A copy a day, made by a key worker through a connection of its own, so
 // nobody waits for it; checked hourly, so a host left running keeps its copies.
+// A failure is logged once a day, not at every hourly try.
 void HostServer::backUpWhenDue() {
     if (stopping_) return;
+    if (const auto ahead = LedgerBackups::stampedInTheFuture(databasePath_, now());
+        ahead && !toldOfFutureCopy_) {
+        toldOfFutureCopy_ = true;
+        HostLog::warning("the backup " + ahead->string() +
+                         " is stamped in the future (the clock was ahead when it was made); it does not "
+                         "count as recent, and restoring prefers every other copy");
+    }
     if (!backingUp_ && LedgerBackups::due(databasePath_, now())) {
         backingUp_ = true;
         asio::post(keyWorkers_, [this] {
             auto made = LedgerBackups::make(databasePath_, now());
-            if (!made)
-                HostLog::error("the daily backup failed: " + made.error());
-            else
-                HostLog::info("backed up the ledger to " + made->string());
-            asio::post(strand_, [this] { backingUp_ = false; });
+            asio::post(strand_, [this, made = std::move(made)] {
+                backingUp_ = false;
+                if (made) {
+                    lastBackupWarning_.reset();
+                    HostLog::info("backed up the ledger to " + made->string());
+                } else if (!lastBackupWarning_ || now() - *lastBackupWarning_ >= std::chrono::hours(24)) {
+                    lastBackupWarning_ = now();
+                    HostLog::error("the daily backup failed: " + made.error().reason);
+                }
+            });
         });
     }
     backupTimer_.expires_after(std::chrono::hours(1));

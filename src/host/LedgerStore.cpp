@@ -510,7 +510,7 @@ Result<std::unique_ptr<LedgerStore>, std::string> LedgerStore::open(const std::s
     if (state.objects != 0 && state.version < schemaVersion) {
         auto copied = LedgerBackups::make(
             path, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
-        if (!copied) return fail("Not upgrading " + path + " without a backup: " + copied.error());
+        if (!copied) return fail("Not upgrading " + path + " without a backup: " + copied.error().reason);
         HostLog::notice("upgrading " + path + " from schema version " + std::to_string(state.version) +
                         " to " + std::to_string(schemaVersion) + "; the file as it was is kept in " +
                         copied->string());

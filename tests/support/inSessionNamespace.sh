@@ -4,8 +4,10 @@
 # tmpfs, so a test never reads the machine's login sessions. With
 # --with-session the user's private session folder (/run/user/UID, 0700) is
 # made first, as a login manager makes it. The command learns which it got
-# from TALLYWICK_TEST_SESSION (present or absent). Exits 77 (skipped) where
-# namespaces cannot be made (not root, or a sandbox that forbids them).
+# from TALLYWICK_TEST_SESSION (present or absent). With --small-disk SIZE a
+# disk of that size (a tmpfs) is its TEST_TMPDIR, where a test can fill the
+# disk without touching the machine's. Exits 77 (skipped) where namespaces
+# cannot be made (not root, or a sandbox that forbids them).
 set -eu
 if [ "${TALLYWICK_IN_NAMESPACE:-}" != 1 ]; then
   if ! unshare --mount --propagation private true 2>/dev/null; then
@@ -28,4 +30,10 @@ if [ "${1:-}" = --with-session ]; then
   TALLYWICK_TEST_SESSION=present
 fi
 export TALLYWICK_TEST_SESSION
+if [ "${1:-}" = --small-disk ]; then
+  mkdir -m 0700 /run/user/small-disk
+  mount -t tmpfs -o "size=$2,mode=0700" tallywick-small-disk /run/user/small-disk
+  shift 2
+  export TEST_TMPDIR=/run/user/small-disk/ TALLYWICK_TEST_SMALL_DISK=1
+fi
 exec "$@"

@@ -16,6 +16,7 @@ namespace tallywick {
 // What SQLite said when something failed.
 struct DatabaseError {
     std::string message;
+    bool diskFull = false;  // the disk or the file's size limit left no room
 
     friend bool operator==(const DatabaseError&, const DatabaseError&) = default;
 };

@@ -135,7 +135,9 @@ private:
     std::string databasePath_;
     asio::steady_timer backupTimer_{strand_};
     bool backingUp_ = false;
-    asio::thread_pool keyWorkers_{2};  // Argon2id, off the serial path
+    bool toldOfFutureCopy_ = false;
+    std::optional<Date> lastBackupWarning_;  // when a failed backup was last logged
+    asio::thread_pool keyWorkers_{2};        // Argon2id, off the serial path
 
     // Connections not yet ended, so shutdown can wait for answers to drain.
     std::mutex openMutex_;
