@@ -2,7 +2,6 @@
 // tallywick-bridge: the stdio relay between an agent's client and the host.
 #include <unistd.h>
 
-#include <csignal>
 #include <iostream>
 #include <string>
 
@@ -34,9 +33,6 @@ void logLine(const std::string& message) {
 namespace {
 
 int run(int argc, char** argv) {
-    // An agent that stops reading must not kill us mid-write; the write fails instead.
-    std::signal(SIGPIPE, SIG_IGN);
-
     auto parsed = BridgeOptions::parse({argv + 1, argv + argc});
     if (!parsed) {
         std::cerr << "tallywick-bridge: " << parsed.error() << "\n" << BridgeOptions::usage();

@@ -48,7 +48,6 @@ int run(int argc, char** argv) {
     }
 
     // Signals arrive as a readable descriptor in the poll loop; the bridges unblock them again.
-    std::signal(SIGPIPE, SIG_IGN);
     sigset_t stopSignals;
     sigemptyset(&stopSignals);
     sigaddset(&stopSignals, SIGINT);

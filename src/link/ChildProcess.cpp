@@ -80,10 +80,14 @@ Finished run(const std::vector<std::string>& arguments) {
     posix_spawn_file_actions_adddup2(&actions, err[1], 2);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    sigset_t none;
+    sigset_t none, piped;
     sigemptyset(&none);
     posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    // Our programs ignore SIGPIPE; another program expects the default.
+    sigemptyset(&piped);
+    sigaddset(&piped, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &piped);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 
     auto argv = argumentVector(arguments);
     pid_t pid = -1;
@@ -151,6 +155,7 @@ Result<void, std::string> spawnDetached(const std::vector<std::string>& argument
         sigset_t none;
         sigemptyset(&none);
         ::sigprocmask(SIG_SETMASK, &none, nullptr);
+        ::signal(SIGPIPE, SIG_DFL);
         const int null = ::open("/dev/null", O_RDWR);
         if (null >= 0) {
             ::dup2(null, 0);

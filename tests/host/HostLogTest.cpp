@@ -111,3 +111,37 @@ TEST_F(HostLogTest, HostTellsStartSignUpsRefusedPeersAndStop) {
     EXPECT_EQ(said.find(key), std::string::npos);
     EXPECT_EQ(host_->stderrText(), "") << "everything went to the file";
 }
+
+// The terminal that started the host closes: its stderr has no reader. The
+// host goes on serving and still stops cleanly when told.
+TEST_F(HostLogTest, AnErrorStreamWithoutAReaderNeitherKillsNorStopsTheHost) {
+    int pipe[2];
+    ASSERT_EQ(::pipe2(pipe, O_CLOEXEC), 0);
+    ::close(pipe[0]);
+    const std::vector<std::string> arguments{TALLYWICK_HOST_PATH, "--database", host_->databasePath(),
+                                             "--runtime-dir", host_->runtimeDirectory()};
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::dup2(pipe[1], 2);
+        sigset_t none;
+        sigemptyset(&none);
+        ::sigprocmask(SIG_SETMASK, &none, nullptr);
+        std::vector<char*> argv;
+        for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+        argv.push_back(nullptr);
+        ::execv(argv[0], argv.data());
+        ::_exit(127);
+    }
+    ::close(pipe[1]);
+    int status = 0;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!acceptsConnections(host_->socketPath()) && std::chrono::steady_clock::now() < deadline &&
+           ::waitpid(pid, &status, WNOHANG) == 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    ASSERT_TRUE(acceptsConnections(host_->socketPath())) << "wait status " << status;
+    EXPECT_TRUE(agent()->send(initializeLine("after-the-terminal-closed")));
+    EXPECT_TRUE(control()->snapshot());
+    ::kill(pid, SIGTERM);
+    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "wait status " << status;
+}

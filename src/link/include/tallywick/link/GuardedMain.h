@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <exception>
@@ -14,9 +15,13 @@ inline constexpr int kInternalErrorStatus = 70;
 
 // Runs a program's body. An exception that escapes it (a defect, or a
 // machine out of memory or threads) ends the program with one line on
-// stderr and status 70, never with an abort and a core dump.
+// stderr and status 70, never with an abort and a core dump. A reader that
+// goes away (a closed terminal, an agent that stops reading) makes a write
+// fail with EPIPE instead of killing the program; children get the default
+// back (ChildProcess).
 template <class Body>
 int guardedMain(std::string_view program, Body&& body) noexcept {
+    ::signal(SIGPIPE, SIG_IGN);
     std::string reason;
     try {
         return body();
