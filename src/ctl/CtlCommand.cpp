@@ -93,6 +93,7 @@ Result<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>
                         topic == "entry add"    ? std::vector<std::string>{"flag", "memo"}
                         : topic == "entry edit" ? std::vector<std::string>{"kind", "flag", "amount", "memo"}
                         : topic == "export"     ? std::vector<std::string>{"output"}
+                        : topic == "import"     ? std::vector<std::string>{"from-row"}
                                                 : std::vector<std::string>{},
                         topic == "import" ? std::vector<std::string>{"dry-run"} : std::vector<std::string>{});
     if (!parsed) return fail(std::move(parsed).error());
@@ -154,11 +155,17 @@ Result<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>
         if (a.options.contains("output")) command.path = a.options.at("output");
     } else if (topic == "import") {
         command.kind = Kind::importLedger;
-        if (auto counted = expectCount(a, 2, "import ACCOUNT FILE [--dry-run]"); !counted)
+        if (auto counted = expectCount(a, 2, "import ACCOUNT FILE [--dry-run] [--from-row K]"); !counted)
             return fail(std::move(counted).error());
         command.id = a.positional[0];
         command.path = a.positional[1];
         command.dryRun = a.flags.contains("dry-run");
+        if (a.options.contains("from-row")) {
+            const auto row = parseWholeNumber(a.options.at("from-row"));
+            if (!row || *row < 1)
+                return fail("--from-row must be a row number from 1, not '" + a.options.at("from-row") + "'");
+            command.fromRow = static_cast<std::size_t>(*row);
+        }
     } else if (topic == "entry delete" || topic == "account delete") {
         command.kind = topic == "entry delete" ? Kind::deleteEntry : Kind::deleteAccount;
         if (auto counted = expectCount(a, 1, topic + (topic == "entry delete" ? " ENTRY" : " ACCOUNT"));
@@ -239,11 +246,13 @@ std::string CtlCommand::helpText(const std::string& topic) {
          "Writes ACCOUNT's ledger as CSV (UTF-8, a header row, newest first) to FILE\n"
          "or to standard output.\n"},
         {"import",
-         "Usage: tallywickctl import ACCOUNT FILE [--dry-run]\n\n"
+         "Usage: tallywickctl import ACCOUNT FILE [--dry-run] [--from-row K]\n\n"
          "Adds one entry to ACCOUNT for each row of a CSV file as export writes it\n"
          "(the kind, flag, amount and memo columns; oldest first by sequence). A\n"
          "malformed row stops the import before anything is sent. --dry-run shows\n"
-         "what would be created.\n"},
+         "what would be created. An import stopped part way (Ctrl-C, or the host\n"
+         "gone) says how many rows went in and the K to continue with --from-row,\n"
+         "which skips the rows before row K.\n"},
         {"agent-config",
          "Usage: tallywickctl [--json] agent-config\n\n"
          "Prints what an agent's MCP client needs to launch tallywick-bridge: the\n"
@@ -271,7 +280,7 @@ std::string CtlCommand::helpText(const std::string& topic) {
            "  settings allow-unauthenticated on|off      identify agents by client information\n"
            "  settings starting-points N                 opening credit of new accounts\n"
            "  export ACCOUNT [--output FILE]             an account's ledger as CSV\n"
-           "  import ACCOUNT FILE [--dry-run]            add entries from a CSV file\n"
+           "  import ACCOUNT FILE [options]              add entries from a CSV file\n"
            "  events                                     follow the host's events\n"
            "  agent-config                               how an agent's MCP client launches the bridge\n"
            "  help [COMMAND]                             this text, or a command's\n"

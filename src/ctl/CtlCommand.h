@@ -48,9 +48,10 @@ struct CtlCommand {
     std::string displayName;
     bool allow = false;
     std::int64_t points = 0;
-    std::string path;       // export's --output (empty: standard output), import's FILE
-    bool dryRun = false;    // import: show, create nothing
-    std::string helpTopic;  // the subcommand whose help was asked for; empty for the overview
+    std::string path;         // export's --output (empty: standard output), import's FILE
+    bool dryRun = false;      // import: show, create nothing
+    std::size_t fromRow = 1;  // import: the first row to send, counted from 1 in the order sent
+    std::string helpTopic;    // the subcommand whose help was asked for; empty for the overview
 
     // A usage error as text, or the command.
     static Result<CtlCommand, std::string> parse(const std::vector<std::string>& arguments);

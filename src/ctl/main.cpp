@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // tallywickctl: the host's control requests for scripts and terminals.
-#include <pthread.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -59,6 +59,31 @@ private:
     IoThread io_;
     std::shared_ptr<EventLoop> loop_;
     std::shared_ptr<XPCControlClient> client_;
+};
+
+// Ctrl-C and SIGTERM end any command at once, with 128 + the signal, as a
+// shell expects. Only an import that is sending rows holds them off, to end
+// between two rows and say where it stopped.
+class StopWatcher {
+public:
+    explicit StopWatcher(const StopSignals& stop) {
+        std::thread([this, &stop] {
+            const int signal = stop.wait();
+            signal_ = signal;
+            if (!heldOff_) ::_exit(128 + signal);
+        }).detach();
+    }
+    // Between these, a stop signal is left to the caller, which asks stopped().
+    void holdOff() { heldOff_ = true; }
+    void release() {
+        heldOff_ = false;
+        if (const int signal = signal_) ::_exit(128 + signal);
+    }
+    int stopped() const { return signal_; }
+
+private:
+    std::atomic<int> signal_{0};
+    std::atomic<bool> heldOff_{false};
 };
 
 int hostUnreachable() {
@@ -131,24 +156,41 @@ std::optional<std::vector<NewLedgerEntry>> importRows(const CtlCommand& command)
     return std::move(rows).value();
 }
 
-int importLedger(Session& session, const std::vector<NewLedgerEntry>& rows) {
-    std::size_t added = 0;
-    for (const NewLedgerEntry& row : rows) {
-        auto answer = session.send(ControlRequest::createEntry(row));
-        if (!answer) return hostUnreachable();
+int importLedger(Session& session, const std::vector<NewLedgerEntry>& rows, std::size_t fromRow,
+                 StopWatcher& watcher) {
+    // Said whenever the import ends before its last row, so that running it
+    // again neither skips nor repeats a row.
+    const auto stoppedAt = [&rows](std::size_t row, const std::string& why) {
+        std::cerr << "tallywickctl: " << why << ". Imported " << row - 1 << " of " << rows.size()
+                  << " rows; continue with --from-row " << row << "\n";
+    };
+    watcher.holdOff();
+    std::size_t row = fromRow;
+    for (; row <= rows.size(); ++row) {
+        if (const int signal = watcher.stopped()) {
+            stoppedAt(row, signal == SIGINT ? "interrupted" : "stopped");
+            return 128 + signal;
+        }
+        auto answer = session.send(ControlRequest::createEntry(rows[row - 1]));
+        if (!answer) {
+            stoppedAt(row, "the Tallywick host ended the connection before it answered");
+            return unreachable;
+        }
         if (auto* failure = std::get_if<ControlResponse::Failure>(&answer->value)) {
-            std::cerr << "tallywickctl: entry " << added + 1 << " of " << rows.size()
-                      << " was refused: " << failure->reason << "; the " << added
-                      << " before it were imported\n";
+            std::cerr << "tallywickctl: row " << row << " of " << rows.size()
+                      << " was refused: " << failure->reason << ". Imported " << row - 1 << " of "
+                      << rows.size() << " rows; after correcting it, continue with --from-row " << row
+                      << "\n";
             return refused;
         }
-        ++added;
     }
-    std::cout << "Imported " << added << " entries.\n";
+    std::cout << "Imported " << row - fromRow << " entries.\n";
+    std::cout.flush();
+    watcher.release();
     return done;
 }
 
-int followEvents(Session& session, const StopSignals& stop) {
+int followEvents(Session& session) {
     int status = done;
     session.client().onEvent = [](const ControlEvent& event) {
         if (auto text = TallywickCoding::encodeToString(event)) std::cout << *text << std::endl;
@@ -161,16 +203,7 @@ int followEvents(Session& session, const StopSignals& stop) {
     };
     // The first request opens the connection that the events arrive on.
     if (!session.send(ControlRequest::snapshot())) return hostUnreachable();
-    std::thread waiter([&stop, &session] {
-        stop.wait();
-        session.loop().stop();
-    });
     session.loop().run();
-    // The waiter may still be in sigwait when the host went away: the signal
-    // it waits for ends it, so the loop outlives every use of it.
-    // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread): the signal ends sigwait, not the thread
-    ::pthread_kill(waiter.native_handle(), SIGTERM);
-    waiter.join();
     return status;
 }
 
@@ -194,14 +227,21 @@ Result<void, std::string> hostReady(const std::string& runtimeDirectory, bool st
     return {};
 }
 
-int run(const CtlCommand& command, const StopSignals& stop) {
+int run(const CtlCommand& command, StopWatcher& watcher) {
     // A file to import is read whole before anything reaches the host.
     std::vector<NewLedgerEntry> imported;
     if (command.kind == CtlCommand::Kind::importLedger) {
         auto rows = importRows(command);
         if (!rows) return usageError;
         imported = std::move(*rows);
+        if (command.fromRow > imported.size() + 1) {
+            std::cerr << "tallywickctl: --from-row " << command.fromRow << " is past the file's "
+                      << imported.size() << " rows\n";
+            return usageError;
+        }
         if (command.dryRun) {
+            imported.erase(imported.begin(),
+                           imported.begin() + static_cast<std::ptrdiff_t>(command.fromRow - 1));
             std::cout << "Would create " << imported.size() << " entries in " << command.id << ":\n";
             for (const NewLedgerEntry& row : imported)
                 std::cout << "  " << rawValue(row.kind) << " " << rawValue(row.flag) << " " << row.amount
@@ -271,9 +311,9 @@ int run(const CtlCommand& command, const StopSignals& stop) {
         case Kind::setStartingPoints:
             return report(session.send(ControlRequest::setStartingPoints(command.points)), command.json,
                           "New accounts start with " + std::to_string(command.points) + " points.");
-        case Kind::events: return followEvents(session, stop);
+        case Kind::events: return followEvents(session);
         case Kind::exportLedger: return exportLedger(session, command);
-        case Kind::importLedger: return importLedger(session, imported);
+        case Kind::importLedger: return importLedger(session, imported, command.fromRow, watcher);
         case Kind::agentConfig:
         case Kind::help:
         case Kind::version: break;
@@ -286,7 +326,10 @@ int run(const CtlCommand& command, const StopSignals& stop) {
 namespace {
 
 int run(int argc, char** argv) {
-    const StopSignals stop;  // before any thread starts, so only `events` sees them
+    // Before any thread starts, so only the watcher sees them; both live as
+    // long as the process, as the watcher's thread does.
+    static const StopSignals stop;
+    static StopWatcher watcher(stop);
     auto parsed = CtlCommand::parse({argv + 1, argv + argc});
     if (!parsed) {
         std::cerr << "tallywickctl: " << parsed.error() << "\n";
@@ -310,7 +353,7 @@ int run(int argc, char** argv) {
                                    : AgentClientConfig::instructions(bridge));
         return done;
     }
-    const int status = run(command, stop);
+    const int status = run(command, watcher);
     std::cout.flush();
     return status;
 }

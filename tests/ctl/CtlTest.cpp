@@ -260,7 +260,7 @@ TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
     ::kill(follower, SIGINT);
     int status = 0;
     ::waitpid(follower, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGINT)
         << "status " << status << ": " << slurp(folder_ / "events.err");
     std::istringstream lines(slurp(out));
     std::string line;
@@ -343,6 +343,104 @@ TEST_F(Ctl, LedgerCsvRoundTripsAndRefusesMalformedRows) {
     state = control()->snapshot();
     ASSERT_TRUE(state);
     EXPECT_EQ(ledgerOf(*state, to).size(), 4u) << "nothing of a refused file is added";
+}
+
+}  // namespace
+}  // namespace tallywick::testing
+
+namespace tallywick::testing {
+namespace {
+
+// Waits for the program to end; its exit status, or 128 + the signal that
+// killed it (as a shell reports it), and how long the wait took.
+std::pair<int, std::chrono::steady_clock::duration> ending(pid_t pid) {
+    const auto begin = std::chrono::steady_clock::now();
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+            std::chrono::steady_clock::now() - begin};
+}
+
+// A long import stopped by Ctrl-C, continued and stopped by SIGTERM: each
+// stop says exactly how many rows went in, and continuing from there
+// neither skips nor repeats a row.
+TEST_F(Ctl, AStoppedImportSaysWhereToContinue) {
+    ASSERT_EQ(ctl({"settings", "starting-points", "0"}).status, 0);
+    const std::string account = agentAccount("importer");
+    const auto file = folder_ / "long.csv";
+    {
+        std::ofstream csv(file);
+        csv << "kind,flag,amount,memo\r\n";
+        for (int row = 1; row <= 20000; ++row) csv << "credit,none,1,row " << row << "\r\n";
+    }
+    const auto memos = [&] {
+        std::vector<std::string> stored;
+        const auto state = control()->snapshot();
+        for (const auto& entry : state->entries) stored.push_back(entry.memo);
+        std::reverse(stored.begin(), stored.end());  // the snapshot lists the newest first
+        return stored;
+    };
+    std::size_t from = 1;
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const auto err = (folder_ / ("import-" + std::to_string(signal) + ".err")).string();
+        const pid_t pid =
+            HostProcess::spawn({TALLYWICKCTL_PATH, "--runtime-dir", host_->runtimeDirectory(), "import",
+                                account, file.string(), "--from-row", std::to_string(from)},
+                               err);
+        const std::size_t before = memos().size();
+        while (memos().size() < before + 50) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        ::kill(pid, signal);
+        const auto [status, took] = ending(pid);
+        EXPECT_EQ(status, 128 + signal) << slurp(err);
+        EXPECT_LT(took, std::chrono::seconds(1));
+        const auto stored = memos();
+        EXPECT_NE(slurp(err).find("Imported " + std::to_string(stored.size()) +
+                                  " of 20000 rows; continue with "
+                                  "--from-row " +
+                                  std::to_string(stored.size() + 1)),
+                  std::string::npos)
+            << slurp(err);
+        for (std::size_t i = 0; i < stored.size(); ++i) ASSERT_EQ(stored[i], "row " + std::to_string(i + 1));
+        from = stored.size() + 1;
+    }
+    EXPECT_EQ(ctl({"import", account, file.string(), "--from-row", "20002"}).status, 2) << "past the end";
+}
+
+// Whether the process blocks SIGINT and SIGTERM: it has set up its stop
+// signals, so any stop from now on is its own to handle.
+bool blocksStopSignals(pid_t pid) {
+    std::istringstream status(slurp("/proc/" + std::to_string(pid) + "/status"));
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("SigBlk:", 0) == 0) {
+            const auto mask = std::stoull(line.substr(7), nullptr, 16);
+            return (mask >> (SIGINT - 1) & 1) && (mask >> (SIGTERM - 1) & 1);
+        }
+    }
+    return false;
+}
+
+// A hung host (stopped, its socket still taking connections): Ctrl-C and
+// timeout's SIGTERM still end tallywickctl at once.
+TEST_F(Ctl, StopsAtOnceWhateverItWaitsFor) {
+    ::kill(host_->pid(), SIGSTOP);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const pid_t pid = HostProcess::spawn(
+            {TALLYWICKCTL_PATH, "--runtime-dir", host_->runtimeDirectory(), "snapshot"}, host_->stderrPath());
+        while (!blocksStopSignals(pid)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ::kill(pid, signal);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        int status = 0;
+        while (::waitpid(pid, &status, WNOHANG) == 0 && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        if (std::chrono::steady_clock::now() >= deadline) {
+            ::kill(pid, SIGKILL);
+            ::waitpid(pid, &status, 0);
+            ADD_FAILURE() << "signal " << signal << " did not end it";
+            continue;
+        }
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 128 + signal) << status;
+    }
+    ::kill(host_->pid(), SIGCONT);
 }
 
 }  // namespace
