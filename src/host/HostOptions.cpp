@@ -49,6 +49,8 @@ const char* HostOptions::usage() {
            "  --runtime-dir DIR  the folder for the socket and lock\n"
            "  --log-file PATH    write the log to PATH (rotated at 1 MB, 3 copies kept)\n"
            "                     instead of standard error\n"
+           "  --report-fd N      write why it cannot serve to descriptor N, or close N\n"
+           "                     once it serves (for a client that starts it)\n"
            "  --restore-latest-backup\n"
            "                     put the newest sound backup (backups/ beside the database) in\n"
            "                     the database's place, the replaced file kept aside; the host\n"
@@ -58,9 +60,9 @@ const char* HostOptions::usage() {
 }
 
 Result<HostOptions, std::string> HostOptions::parse(const std::vector<std::string>& arguments) {
-    auto read =
-        OptionParser({.flags = {"restore-latest-backup"}, .valued = {"database", "runtime-dir", "log-file"}})
-            .parse(arguments);
+    auto read = OptionParser({.flags = {"restore-latest-backup"},
+                              .valued = {"database", "runtime-dir", "log-file", "report-fd"}})
+                    .parse(arguments);
     if (!read) return fail(std::move(read).error());
     const auto& parsed = *read;
     const auto value = [&parsed](const char* name) {
@@ -76,6 +78,11 @@ Result<HostOptions, std::string> HostOptions::parse(const std::vector<std::strin
     options.databasePath = value("database").value_or(defaultDatabasePath());
     options.runtimeDirectory = value("runtime-dir").value_or(runtimeDirectoryPath());
     options.logFile = value("log-file").value_or("");
+    if (const auto fd = value("report-fd")) {
+        if (fd->empty() || fd->size() > 4 || fd->find_first_not_of("0123456789") != std::string::npos)
+            return fail("--report-fd takes a descriptor number, not '" + *fd + "'");
+        options.reportFd = std::stoi(*fd);
+    }
     return options;
 }
 

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // tallywick-host: the per-user daemon that owns the ledger.
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -76,8 +78,16 @@ int run(int argc, char** argv) {
         .runtimeDirectory = options.runtimeDirectory,
         .callerRequirement = tallywickCallerRequirement(),
     });
+    // A client that started us waits on the descriptor: a reason, or its end.
+    const auto report = [&options](const std::string& line) {
+        if (options.reportFd < 0) return;
+        const std::string text = line + "\n";
+        [[maybe_unused]] const auto written = ::write(options.reportFd, text.data(), text.size());
+        ::close(options.reportFd);
+    };
     if (!started) {
         const auto& failure = started.error();
+        report(failure.message);
         if (failure.alreadyRunning)
             HostLog::info(failure.message);
         else
@@ -89,6 +99,7 @@ int run(int argc, char** argv) {
     HostLog::notice("serving " + options.databasePath + " on " + server->endpoint() + " (version " +
                     std::string(TallywickVersion::displayString) + ", runtime folder " +
                     options.runtimeDirectory + ")");
+    if (options.reportFd >= 0) ::close(options.reportFd);
 
     const int signal = stop.wait();
     const bool failed = server->failed();  // it said why already

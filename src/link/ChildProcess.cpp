@@ -131,7 +131,7 @@ std::optional<std::string> findOnPath(const std::string& name) {
     return std::nullopt;
 }
 
-Result<void, std::string> spawnDetached(const std::vector<std::string>& arguments) {
+Result<void, std::string> spawnDetached(const std::vector<std::string>& arguments, int passed) {
     if (arguments.empty()) return fail(std::string("nothing to start"));
     const std::string& path = arguments.front();
     // Everything the children need is prepared here: between fork and exec
@@ -162,11 +162,16 @@ Result<void, std::string> spawnDetached(const std::vector<std::string>& argument
             ::dup2(null, 1);
             ::dup2(null, 2);
         }
-        // Our sockets and files must not live on in the host.
-        ::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
+        // Our sockets and files must not live on in the host; only the one
+        // passed does, as descriptor 3 (dup2 leaves the copy open on exec).
+        int reporting = report[1];
+        if (passed >= 0 && reporting == 3) reporting = ::fcntl(3, F_DUPFD_CLOEXEC, 4);
+        if (passed >= 0 && passed != 3) ::dup2(passed, 3);
+        if (passed == 3) ::fcntl(3, F_SETFD, 0);
+        ::close_range(passed >= 0 ? 4 : 3, ~0U, CLOSE_RANGE_CLOEXEC);
         ::execv(argv[0], argv.data());
         const int error = errno;
-        [[maybe_unused]] const ssize_t written = ::write(report[1], &error, sizeof error);
+        [[maybe_unused]] const ssize_t written = ::write(reporting, &error, sizeof error);
         ::_exit(127);
     }
     closeQuietly(report[1]);

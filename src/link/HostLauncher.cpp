@@ -1,8 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/link/HostLauncher.h>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <pwd.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 #include <cstdlib>
 #include <filesystem>
@@ -57,15 +63,42 @@ bool HostLauncher::running() const {
 
 Result<void, std::string> HostLauncher::launch(std::chrono::milliseconds patience) const {
     if (::access(hostPath_.c_str(), X_OK) != 0) return fail("the host executable is missing: " + hostPath_);
+    // The host tells through the pipe why it could not serve, or closes it
+    // once it serves; its end (the pipe's EOF) ends the wait at once.
+    int report[2];
+    if (::pipe2(report, O_CLOEXEC) != 0)
+        return fail(std::string("cannot create a pipe: ") + std::strerror(errno));
     // The folder is named, so a host started from a small environment serves
     // the folder its client looked in.
-    if (auto spawned = ChildProcess::spawnDetached(
-            {hostPath_, "--runtime-dir", folderOf(endpoint_), "--log-file", logPath()});
-        !spawned)
+    auto spawned = ChildProcess::spawnDetached(
+        {hostPath_, "--runtime-dir", folderOf(endpoint_), "--log-file", logPath(), "--report-fd", "3"},
+        report[1]);
+    ::close(report[1]);
+    if (!spawned) {
+        ::close(report[0]);
         return spawned;
-    if (!waitUntilRunning(patience))
-        return fail("the host was started but does not accept connections at " + endpoint_);
-    return {};
+    }
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    std::string told;
+    bool ended = false;
+    while (!running()) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) break;
+        if (ended) break;  // it closed its end: serving now, or gone
+        pollfd wait{report[0], POLLIN, 0};
+        if (::poll(&wait, 1, static_cast<int>(std::min<long>(left.count(), 20))) <= 0) continue;
+        char buffer[512];
+        const ssize_t got = ::read(report[0], buffer, sizeof buffer);
+        if (got > 0 && told.size() < 4096) told.append(buffer, static_cast<std::size_t>(got));
+        ended = got == 0;
+    }
+    ::close(report[0]);
+    if (running()) return {};
+    while (!told.empty() && (told.back() == '\n' || told.back() == '\r')) told.pop_back();
+    if (!told.empty()) return fail("the host it started could not serve: " + told);
+    if (ended) return fail("the host it started ended at once; its log is " + logPath());
+    return fail("the host was started but does not accept connections at " + endpoint_);
 }
 
 Result<void, std::string> HostLauncher::ensureRunning(std::chrono::milliseconds patience) const {

@@ -14,6 +14,7 @@ struct HostOptions {
     std::string databasePath;      // resolved: flag, else the data folder
     std::string runtimeDirectory;  // resolved: flag, else the runtime folder
     std::string logFile;           // empty: the log goes to standard error as given
+    int reportFd = -1;             // told why it could not serve, closed once it serves
 
     friend bool operator==(const HostOptions&, const HostOptions&) = default;
 

@@ -28,8 +28,9 @@ std::optional<std::string> findOnPath(const std::string& name);
 
 // Starts the program (arguments[0], a path) in a session of its own,
 // detached from this process: not our child, standard streams on /dev/null,
-// no descriptors of ours. Gives the reason when it could not be started.
-Result<void, std::string> spawnDetached(const std::vector<std::string>& arguments);
+// no descriptors of ours but `passed`, when given, which it gets as
+// descriptor 3. Gives the reason when it could not be started.
+Result<void, std::string> spawnDetached(const std::vector<std::string>& arguments, int passed = -1);
 
 // The programs of one build or installation sit side by side: the path of
 // `name` in the folder of this process's own executable.
