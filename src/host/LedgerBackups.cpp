@@ -252,34 +252,33 @@ Outcome<std::string> restoreNewest(const std::string& databasePath, Date now) {
     const std::string aside = databasePath + ".damaged-" + stamp(now);
     std::vector<std::string> linked;
     std::vector<std::string> logs;
+    // Undoes the above: the logs back under their names, the links gone.
     const auto unlinkAside = [&] {
+        for (const auto& log : logs)
+            (void)::link((aside + log.substr(databasePath.size())).c_str(), log.c_str());
         for (const auto& name : linked) ::unlink(name.c_str());
     };
     for (const char* suffix : {"", "-wal", "-shm"}) {
-        const std::string from = databasePath + suffix;
+        const std::string from = databasePath + suffix, kept = aside + suffix;
         if (::access(from.c_str(), F_OK) != 0) continue;
-        if (::link(from.c_str(), (aside + suffix).c_str()) != 0) {
-            const auto reason = errnoText("cannot keep " + from + " as " + aside + suffix);
+        if (::link(from.c_str(), kept.c_str()) != 0) {
+            const auto reason = errnoText("cannot keep the replaced file as " + kept);
             unlinkAside();
             return abandon(reason);
         }
-        linked.push_back(aside + suffix);
+        linked.push_back(kept);
         if (*suffix) logs.push_back(from);
     }
     // The old log must not meet the new file; each log is kept aside above.
     for (const auto& log : logs) {
         if (::unlink(log.c_str()) != 0) {
             const auto reason = errnoText("cannot remove " + log);
-            for (const auto& put : logs)
-                (void)::link((aside + put.substr(databasePath.size())).c_str(), put.c_str());
             unlinkAside();
             return abandon(reason);
         }
     }
     if (::rename(partial.c_str(), databasePath.c_str()) != 0) {
         const auto reason = errnoText("cannot put the copy in place of " + databasePath);
-        for (const auto& put : logs)
-            (void)::link((aside + put.substr(databasePath.size())).c_str(), put.c_str());
         unlinkAside();
         return abandon(reason);
     }

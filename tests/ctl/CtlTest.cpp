@@ -453,7 +453,8 @@ namespace {
 // wait ends as soon as that host does, with the host's own reason.
 TEST_F(Ctl, AStartOnDemandThatFailsSaysWhyAtOnce) {
     const auto elsewhere = folder_ / "elsewhere";
-    const auto run = runProgram({TALLYWICKCTL_PATH, "--runtime-dir", elsewhere.string(), "snapshot"}, folder_);
+    const auto run =
+        runProgram({TALLYWICKCTL_PATH, "--runtime-dir", elsewhere.string(), "snapshot"}, folder_);
     EXPECT_EQ(run.status, 3);
     EXPECT_LT(run.took, std::chrono::seconds(2));
     EXPECT_NE(run.err.find("could not serve: "), std::string::npos) << run.err;
