@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/host/McpMessage.h>
 
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+
 #include <tallywick/model/JsonWriter.h>
 
 namespace tallywick {
@@ -40,6 +44,54 @@ std::string rawIdText(const simdjson::padded_string& line, element id) {
     return simdjson::to_string(id);  // the same value, written by us
 }
 
+// Whether a JSON number token fits what a reader of 64-bit integers and
+// doubles takes: the line is still valid JSON when it does not.
+bool numberFits(std::string_view token) {
+    const bool integer = token.find_first_of(".eE") == std::string_view::npos;
+    if (integer) {
+        const std::string_view digits = token.substr(token.front() == '-' ? 1 : 0);
+        const std::string_view limit = token.front() == '-' ? "9223372036854775808" : "18446744073709551615";
+        return digits.size() < limit.size() || (digits.size() == limit.size() && digits <= limit);
+    }
+    const std::string text(token);
+    errno = 0;
+    const double value = std::strtod(text.c_str(), nullptr);
+    return errno != ERANGE && std::isfinite(value);
+}
+
+// The line with every number beyond range written as 0.5 (a value no id and
+// no tool argument takes), or nothing when it has none such.
+std::optional<simdjson::padded_string> tameNumbers(std::string_view line) {
+    std::string tamed;
+    bool changed = false, inString = false;
+    for (std::size_t at = 0; at < line.size();) {
+        const char c = line[at];
+        if (inString) {
+            tamed += c;
+            if (c == '\\' && at + 1 < line.size())
+                tamed += line[++at];
+            else if (c == '"')
+                inString = false;
+            ++at;
+            continue;
+        }
+        if (c == '-' || (c >= '0' && c <= '9')) {
+            const auto end = line.find_first_not_of("+-.0123456789eE", at);
+            const auto token = line.substr(at, end == std::string_view::npos ? line.size() - at : end - at);
+            const bool fits = numberFits(token);
+            tamed += fits ? token : std::string_view("0.5");
+            changed |= !fits;
+            at += token.size();
+            continue;
+        }
+        inString = c == '"';
+        tamed += c;
+        ++at;
+    }
+    if (!changed) return std::nullopt;
+    return simdjson::padded_string(tamed);
+}
+
 McpMessage refused(McpError error, std::optional<std::string> method = std::nullopt,
                    std::string id = "null") {
     McpMessage message;
@@ -55,7 +107,13 @@ McpMessage refused(McpError error, std::optional<std::string> method = std::null
 McpMessage readMcpMessage(simdjson::dom::parser& parser, const simdjson::padded_string& line) {
     const McpError invalidRequest{McpError::invalidRequest, "Invalid Request"};
     element root;
-    if (parser.parse(line).get(root)) return refused({McpError::parseError, "Parse error"});
+    // Valid JSON whose numbers a tool cannot use is answered as such below,
+    // with its id; only a line that is not JSON is a parse error.
+    std::optional<simdjson::padded_string> tamed;
+    if (const auto parsed = parser.parse(line).get(root); parsed) {
+        if (parsed == simdjson::NUMBER_ERROR) tamed = tameNumbers(line);
+        if (!tamed || parser.parse(*tamed).get(root)) return refused({McpError::parseError, "Parse error"});
+    }
     // Batches are no longer part of the protocol, so an array is refused as a whole.
     simdjson::dom::object object;
     if (root.get(object)) return refused(invalidRequest);
@@ -100,6 +158,10 @@ McpMessage readMcpMessage(simdjson::dom::parser& parser, const simdjson::padded_
     std::string_view version;
     if (!jsonrpc || jsonrpc->get(version) || version != "2.0" || !methodName) {
         return refused(invalidRequest, std::move(methodName), std::move(idText));
+    }
+    if (tamed) {
+        return refused(McpError::params("a number in the request is beyond what a tool takes"),
+                       std::move(methodName), std::move(idText));
     }
     McpMessage message;
     message.method = std::move(methodName);

@@ -134,6 +134,18 @@ TEST_F(AgentServiceTest, EnvelopeErrorsFollowJsonRpc) {
     EXPECT_EQ(errorOf(R"("ping")"), "-32600 Invalid Request id=null");
     EXPECT_EQ(errorOf(R"({"jsonrpc":"2.0","id":1,"method":"ping)"), "-32700 Parse error id=null");
     EXPECT_EQ(errorOf(""), "-32700 Parse error id=null");
+    // Valid JSON with numbers past 64 bits or past a double's range.
+    for (const char* number : {"123456789012345678901234567890", "-9223372036854775809", "1e400", "-1e999"})
+        EXPECT_EQ(errorOf(R"({"jsonrpc":"2.0","id":7,"method":"tools/call","params":{"name":"getHistory",)"
+                          R"("arguments":{"limit":)" +
+                          std::string(number) + R"(,"note":"1e400 \"9e999\""}}})"),
+                  "-32602 Invalid params: a number in the request is beyond what a tool takes id=7")
+            << number;
+    EXPECT_EQ(errorOf(R"({"jsonrpc":"2.0","id":18446744073709551616,"method":"ping"})"),
+              "-32600 Invalid Request id=null");
+    EXPECT_EQ(errorOf(R"({"jsonrpc":"2.0","id":1e400,"method":"ping"})"), "-32600 Invalid Request id=null");
+    EXPECT_EQ(errorOf(R"({"jsonrpc":"2.0","id":1,"method":"ping","params":{"n":1e400)"),
+              "-32700 Parse error id=null");
     EXPECT_EQ(errorOf(R"({"jsonrpc":"2.0","id":1,"method":"ping","params":[1]})"),
               "-32602 Invalid params: params must be an object id=1");
     EXPECT_EQ(errorOf(R"({"jsonrpc":"2.0","id":2,"method":"logging/setLevel","params":{"level":"loud"}})")
@@ -143,12 +155,15 @@ TEST_F(AgentServiceTest, EnvelopeErrorsFollowJsonRpc) {
 
 TEST_F(AgentServiceTest, RepliesEchoTheIdAsWrittenAndNeverAnswerNotificationsOrResponses) {
     AgentSession session;
-    for (std::string id : {R"("a/b\u0041")", "0", "-9", "18446744073709551615"}) {
+    for (std::string id : {R"("a/b\u0041")", "0", "-9", "18446744073709551615", "-9223372036854775808"}) {
         auto effects = send(session, R"({ "jsonrpc" : "2.0", "id" : )" + id + R"( , "method" : "ping" })");
         EXPECT_EQ(effects.reply, R"({"jsonrpc":"2.0","id":)" + id + R"(,"result":{}})");
         EXPECT_EQ(effects.direction, Direction::request);
         EXPECT_EQ(effects.method, "ping");
     }
+    EXPECT_FALSE(
+        send(session, R"({"jsonrpc":"2.0","method":"notifications/progress","params":{"n":1e999}})").reply)
+        << "a notification gets no answer, whatever its numbers";
     auto notification = send(session, R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
     EXPECT_FALSE(notification.reply);
     EXPECT_EQ(notification.direction, Direction::notification);
