@@ -34,6 +34,8 @@ if [ "${1:-}" = --small-disk ]; then
   mkdir -m 0700 /run/user/small-disk
   mount -t tmpfs -o "size=$2,mode=0700" tallywick-small-disk /run/user/small-disk
   shift 2
-  export TEST_TMPDIR=/run/user/small-disk/ TALLYWICK_TEST_SMALL_DISK=1
+  # What the programs print goes elsewhere, so that it is never lost for space.
+  mkdir -m 0700 /run/user/outputs
+  export TEST_TMPDIR=/run/user/small-disk/ TALLYWICK_TEST_SMALL_DISK=/run/user/outputs
 fi
 exec "$@"
