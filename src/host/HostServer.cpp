@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/host/HostServer.h>
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +18,7 @@
 #include <tallywick/link/RuntimeDirectory.h>
 #include <tallywick/model/TallywickVersion.h>
 
+#include <tallywick/host/DescriptorLimit.h>
 #include <tallywick/host/HostLog.h>
 #include <tallywick/host/LedgerBackups.h>
 #include <tallywick/host/LogRedaction.h>
@@ -36,28 +36,8 @@ constexpr auto drainLimit = std::chrono::seconds(2);
 
 }  // namespace
 
-namespace {
-
-// Every connection holds a descriptor: the soft limit goes up to the hard
-// one, and the connection bound stays clear of what is left.
-std::size_t raiseDescriptorLimit() {
-    rlimit limit{};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 256;
-    if (limit.rlim_cur < limit.rlim_max) {
-        rlimit raised = limit;
-        raised.rlim_cur = limit.rlim_max;
-        if (::setrlimit(RLIMIT_NOFILE, &raised) == 0) limit = raised;
-    }
-    constexpr rlim_t reserve = 64;  // the database, the log, the event loop, children
-    return limit.rlim_cur == RLIM_INFINITY || limit.rlim_cur > HostServer::kMaxConnections + reserve
-               ? HostServer::kMaxConnections
-               : static_cast<std::size_t>(std::max<rlim_t>(limit.rlim_cur, 2 * reserve) - reserve);
-}
-
-}  // namespace
-
 Result<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::start(const Config& config) {
-    const std::size_t maxConnections = raiseDescriptorLimit();
+    const std::size_t maxConnections = raiseDescriptorLimit(kMaxConnections);
     const auto runtime = prepareRuntimeDirectory(config.runtimeDirectory);
     if (!runtime.usable()) return fail(StartFailure{.message = runtime.path + ": " + runtime.problem});
 
@@ -87,11 +67,13 @@ Result<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::start(
     auto opened = LedgerStore::open(config.databasePath);
     if (!opened) return fail(StartFailure{.message = std::move(opened).error()});
     std::unique_ptr<HostServer> server(
-        new HostServer(Locks{std::move(userLock).value(), std::move(databaseLock).value()},
+        new HostServer(Locks{RuntimeFolderKeeper(runtime.path, std::move(userLock).value()),
+                             std::move(databaseLock).value()},
                        std::move(opened).value(), endpointPath(runtime.path)));
     server->maxConnections_ = maxConnections;
     server->databasePath_ = config.databasePath;
-    if (auto listening = server->listen(config.callerRequirement); !listening)
+    server->callerRequirement_ = config.callerRequirement;
+    if (auto listening = server->listen(); !listening)
         return fail(StartFailure{.message = std::move(listening).error()});
     // Listening comes first, so clients connect at once; their requests wait
     // on the serial path behind the ledger's load, which is queued there
@@ -99,6 +81,7 @@ Result<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::start(
     asio::post(server->strand_, [raw = server.get()] {
         raw->loadLedger();
         raw->backUpWhenDue();
+        raw->keepFolder();
     });
     server->run(std::max(1, config.ioThreads));
     return server;
@@ -115,9 +98,9 @@ HostServer::HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::str
       strand_(asio::make_strand(context_)),
       work_(asio::make_work_guard(context_)) {}
 
-Result<void, std::string> HostServer::listen(const std::string& callerRequirement) {
+Result<void, std::string> HostServer::listen() {
     auto listening = LinkListener::listen(
-        context_, endpoint_, callerRequirement,
+        context_, endpoint_, callerRequirement_,
         [this](const std::shared_ptr<LinkConnection>& link) {
             asio::post(strand_, [this, link] { adopt(link); });
         },
@@ -126,7 +109,22 @@ Result<void, std::string> HostServer::listen(const std::string& callerRequiremen
         });
     if (!listening) return fail(std::move(listening).error());
     listener_ = std::move(listening).value();
+    locks_.folder.listened(endpoint_);
     return {};
+}
+
+// Checked often, so a client that finds the folder gone finds it back within
+// a second.
+void HostServer::keepFolder() {
+    if (stopping_) return;
+    locks_.folder.keep([this] {
+        listener_->close();
+        return listen();
+    });
+    folderTimer_.expires_after(std::chrono::milliseconds(100));
+    folderTimer_.async_wait([this](const std::error_code& error) {
+        if (!error) keepFolder();
+    });
 }
 
 void HostServer::run(int threads) {
@@ -214,6 +212,7 @@ void HostServer::backUpWhenDue() {
 void HostServer::shutdown() {
     stopping_ = true;
     backupTimer_.cancel();
+    folderTimer_.cancel();
     if (listener_) listener_->close();
     for (auto& [key, peer] : peers_) peer.link->finish();
     peers_.clear();

@@ -49,6 +49,13 @@ FileLock::~FileLock() {
     if (fd_ >= 0) ::close(fd_);
 }
 
+bool FileLock::heldAt(const std::string& path) const {
+    struct stat held {
+    }, named{};
+    return fd_ >= 0 && ::fstat(fd_, &held) == 0 && ::lstat(path.c_str(), &named) == 0 &&
+           held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+}
+
 Result<void, std::string> createPrivateFolders(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> missing;
     std::error_code ignored;

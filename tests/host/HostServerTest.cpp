@@ -274,6 +274,35 @@ TEST_F(HostServer, OneHostPerDatabase) {
     EXPECT_TRUE(control()->snapshot());
 }
 
+// The runtime folder, or only the socket, removed under a running host (a
+// cleanup script): within a second the host is found where it was, in a
+// private folder, its lock held, and a second host still leaves. Deep
+// folders too, whose socket is bound through the folder.
+TEST_F(HostServer, KeepsItsRuntimeFolderWhateverRemovesIt) {
+    const auto comesBack = [this](const char* what) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+        while (!acceptsConnections(host_->socketPath()) && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        EXPECT_TRUE(acceptsConnections(host_->socketPath())) << what << " was not made again within 1 s";
+        EXPECT_EQ(std::filesystem::status(host_->runtimeDirectory()).permissions(),
+                  std::filesystem::perms::owner_all);
+        EXPECT_TRUE(control()->snapshot());
+        EXPECT_EQ(host_->lockHolder(), host_->pid());
+    };
+    for (const bool deep : {false, true}) {
+        if (deep) moveHostDeep();
+        std::filesystem::remove_all(host_->runtimeDirectory());
+        comesBack("the folder");
+        std::filesystem::remove(host_->socketPath());
+        comesBack("the socket");
+    }
+    const int status = HostProcess::runToEnd({TALLYWICK_HOST_PATH, "--database", host_->databasePath(),
+                                              "--runtime-dir", host_->runtimeDirectory()},
+                                             (folder_ / "second.stderr").string());
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the second host left: this one serves";
+    EXPECT_TRUE(control()->snapshot());
+}
+
 // A runtime folder deeper than a socket address holds: served and reached.
 TEST_F(HostServer, ServesARuntimeFolderOfAnyLength) {
     moveHostDeep();

@@ -27,6 +27,7 @@
 #include <tallywick/host/KeyHasher.h>
 #include <tallywick/host/LedgerStore.h>
 #include <tallywick/host/LoginThrottle.h>
+#include <tallywick/host/RuntimeFolderKeeper.h>
 
 namespace tallywick {
 
@@ -74,12 +75,12 @@ private:
     };
 
     struct Locks {
-        FileLock user;      // one host per runtime folder
-        FileLock database;  // one host per database file
+        RuntimeFolderKeeper folder;  // one host per runtime folder
+        FileLock database;           // one host per database file
     };
 
     HostServer(Locks locks, std::unique_ptr<LedgerStore> store, std::string endpoint);
-    Result<void, std::string> listen(const std::string& callerRequirement);
+    Result<void, std::string> listen();
     void run(int threads);
 
     // All below run on the host's strand.
@@ -108,6 +109,7 @@ private:
     void reloadLedger(const std::string& accountId);
     void shutdown();
     void backUpWhenDue();
+    void keepFolder();
     void loadLedger();
 
     Locks locks_;  // first, so released last
@@ -137,7 +139,9 @@ private:
     bool backingUp_ = false;
     bool toldOfFutureCopy_ = false;
     std::optional<Date> lastBackupWarning_;  // when a failed backup was last logged
-    asio::thread_pool keyWorkers_{2};        // Argon2id, off the serial path
+    std::string callerRequirement_;          // what every peer must satisfy
+    asio::steady_timer folderTimer_{strand_};
+    asio::thread_pool keyWorkers_{2};  // Argon2id, off the serial path
 
     // Connections not yet ended, so shutdown can wait for answers to drain.
     std::mutex openMutex_;

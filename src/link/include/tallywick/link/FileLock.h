@@ -29,6 +29,10 @@ public:
     FileLock& operator=(const FileLock&) = delete;
     ~FileLock();
 
+    // Whether the file at `path` is still the one this lock holds (not
+    // removed, nor replaced by another file of that name).
+    bool heldAt(const std::string& path) const;
+
 private:
     explicit FileLock(int fd) : fd_(fd) {}
     int fd_;
