@@ -2,6 +2,7 @@
 #include <tallywick/host/Database.h>
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <utility>
 
@@ -96,7 +97,7 @@ Result<std::unique_ptr<Database>, DatabaseError> Database::openReadOnly(const st
         sqlite3_close(handle);
         return fail(std::move(error));
     }
-    return std::unique_ptr<Database>(new Database(handle));
+    return std::unique_ptr<Database>(new Database(handle, path));
 }
 
 void Database::setCheckpointOnClose(bool allowed) {
@@ -112,7 +113,21 @@ Result<std::unique_ptr<Database>, DatabaseError> Database::open(const std::strin
         sqlite3_close(handle);
         return fail(std::move(error));
     }
-    return std::unique_ptr<Database>(new Database(handle));
+    return std::unique_ptr<Database>(new Database(handle, path));
+}
+
+Database::Database(sqlite3* handle, std::string path) : handle_(handle), path_(std::move(path)) {
+    // The file SQLite opened a moment ago; a stat is all a later check costs.
+    struct stat info {};
+    if (::stat(path_.c_str(), &info) == 0) {
+        device_ = info.st_dev;
+        inode_ = info.st_ino;
+    }
+}
+
+bool Database::stillAtItsPath() const {
+    struct stat info {};
+    return ::stat(path_.c_str(), &info) == 0 && info.st_dev == device_ && info.st_ino == inode_;
 }
 
 Database::~Database() {

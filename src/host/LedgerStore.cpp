@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
@@ -384,6 +385,22 @@ void storeClientInfo(Transaction& tx, std::int64_t account, const ClientInfo& in
     }
 }
 
+// Whether the account holds exactly this client information already: a
+// known client's handshake then writes nothing, and works on a full disk.
+bool holdsClientInfo(Transaction& tx, std::int64_t account, const ClientInfo& info,
+                     const std::vector<ClientInfoField>& fields) {
+    auto row = tx.query(
+        "SELECT client_name, client_version, client_title, has_client_fields FROM accounts WHERE id = ?",
+        account);
+    if (!tx.next(row) || row.integer(3) == 0 || row.isNull(0)) return false;
+    if (ClientInfo{row.text(0), row.optionalText(1), row.optionalText(2)} != info) return false;
+    std::vector<ClientInfoField> stored;
+    auto rows =
+        tx.query("SELECT key, value FROM client_fields WHERE account_id = ? ORDER BY position", account);
+    while (tx.next(rows)) stored.push_back({rows.text(0), rows.text(1)});
+    return stored == fields;
+}
+
 // Every account, or only the one given, with fields and balances.
 using BalanceMap = std::unordered_map<std::int64_t, Balance>;
 
@@ -449,9 +466,18 @@ Outcome<Account> loadAccount(Transaction& tx, std::int64_t id, const BalanceMap&
 // fails, and any database error reported in place of its result.
 template <class Body>
 auto change(Database& db, Body body) {
+    using Changed = decltype(body(std::declval<Transaction&>()));
+    // What is written to a file no longer at its path is lost when the host
+    // stops: refused before it is answered as done.
+    if (!db.stillAtItsPath()) {
+        static std::atomic<bool> told{false};
+        const std::string reason = "The ledger file " + db.path() +
+                                   " was deleted or replaced while the host was running; restart the host";
+        if (!told.exchange(true)) HostLog::error(reason + " (changes are refused until then)");
+        return Changed{fail(Failure{reason})};
+    }
     Transaction tx(db, Transaction::Mode::immediate);
     auto result = body(tx);
-    using Changed = decltype(result);
     const auto saveFailure = [](const DatabaseError& error) {
         return Changed{fail(Failure{"Could not save: " + error.message})};
     };
@@ -732,6 +758,13 @@ Outcome<std::optional<std::string>> LedgerStore::keyHash(const std::string& acco
 
 Outcome<Account> LedgerStore::clientInfoAccount(const ClientInfo& info,
                                                 const std::vector<ClientInfoField>& fields, Date now) {
+    auto known = read(*db_, [&](Transaction& tx) -> std::optional<Account> {
+        auto row = tx.query("SELECT id FROM accounts WHERE recognised_name = ?", info.name);
+        if (!tx.next(row) || !holdsClientInfo(tx, row.integer(0), info, fields)) return std::nullopt;
+        auto account = loadAccount(tx, row.integer(0), balances_);
+        return account ? std::optional<Account>(*account) : std::nullopt;
+    });
+    if (known && *known) return **known;
     std::optional<std::int64_t> id;
     std::optional<Balance> opened;  // for an account made now
     auto found = change(*db_, [&](Transaction& tx) -> Outcome<Account> {

@@ -162,6 +162,35 @@ TEST_F(DamagedFile, TheNewestBackupRestoresEverything) {
     EXPECT_EQ(after->settings, before_.settings);
 }
 
+// The ledger file deleted, or replaced by another, under a running host:
+// the next change is refused with what to do, never answered as saved into
+// a file that is gone; reads go on from the open file.
+TEST_F(DamagedFile, ALedgerDeletedOrReplacedUnderTheHostRefusesChanges) {
+    for (const bool replace : {false, true}) {
+        const auto logged = host_->stderrText().size();
+        ASSERT_TRUE(host_->start()) << host_->stderrText();
+        auto desk = control();
+        ASSERT_EQ(desk->change(ControlRequest::setStartingPoints(3)), "ok");
+        const auto path = host_->databasePath();
+        if (replace) {
+            fs::copy_file(path, path + ".copy");
+            fs::rename(path + ".copy", path);
+        } else {
+            fs::remove(path);
+        }
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(desk->change(ControlRequest::setStartingPoints(4)),
+                      "The ledger file " + path +
+                          " was deleted or replaced while the host was running; restart the host");
+        EXPECT_TRUE(desk->snapshot()) << "reads go on";
+        desk.reset();
+        host_->stop();
+        const auto log = host_->stderrText().substr(logged);
+        EXPECT_EQ(log.find("was deleted or replaced"), log.rfind("was deleted or replaced")) << "said once";
+        fs::remove_all(fs::path(path).parent_path());
+    }
+}
+
 // An older file is copied before it is migrated.
 TEST_F(DamagedFile, AMigrationIsPrecededByABackup) {
     fill();

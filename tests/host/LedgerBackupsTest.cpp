@@ -144,6 +144,19 @@ TEST_F(FullDisk, AFailedRestoreLeavesTheLiveFileAndItsLogAsTheyWere) {
     EXPECT_EQ(control()->snapshot()->entries.size(), entries_);
 }
 
+// A client the host knows, with the same information, writes nothing on
+// its handshake: on a full disk it still reads its balance.
+TEST_F(FullDisk, AKnownClientsHandshakeNeedsNoRoom) {
+    const std::string client = initializeLine("known-client");
+    ASSERT_NE(agent()->send(client).value_or("").find("\"result\""), std::string::npos);
+    ASSERT_EQ(control()->change(ControlRequest::setAllowUnauthenticated(true)), "ok");
+    const DiskFiller full(folder_, 0);
+    auto again = agent();
+    EXPECT_NE(again->send(client).value_or("").find("\"result\""), std::string::npos);
+    const auto balance = again->send(toolLine(2, "getBalance", "{}")).value_or("");
+    EXPECT_NE(balance.find("\"balance\""), std::string::npos) << balance;
+}
+
 TEST_F(FullDisk, CopiesRotateBeforeANewOneAndSayWhatTheyNeed) {
     fillAndKill(300);
     fs::path oldest;

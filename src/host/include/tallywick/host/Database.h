@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
+
+#include <sys/types.h>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -92,10 +94,19 @@ public:
     // written into a file that could be damaged.
     void setCheckpointOnClose(bool allowed);
 
+    // Whether the file opened is still the file at its path: false once it
+    // was deleted, moved away or replaced under us (what is written then
+    // would be lost with the last descriptor).
+    bool stillAtItsPath() const;
+    const std::string& path() const { return path_; }
+
 private:
-    explicit Database(sqlite3* handle) : handle_(handle) {}
+    Database(sqlite3* handle, std::string path);
 
     sqlite3* handle_;
+    std::string path_;
+    dev_t device_ = 0;
+    ino_t inode_ = 0;
 };
 
 // Statements that take effect together or not at all: rolled back when
