@@ -2,6 +2,7 @@
 #include <tallywick/bridge/BridgeSession.h>
 
 #include <tallywick/link/HostLauncher.h>
+#include <tallywick/link/HostLocator.h>
 #include <tallywick/link/RuntimeDirectory.h>
 
 #include <tallywick/bridge/AgentLine.h>
@@ -87,6 +88,8 @@ std::shared_ptr<LinkConnection> BridgeSession::linkFor(const std::string& line) 
 void BridgeSession::startHostIfNeeded() {
     const auto runtime = prepareRuntimeDirectory(config_.runtimeDirectory);
     if (!runtime.usable()) return;  // open() reports it
+    // The ledger's host may serve from another folder: nothing to start.
+    if (HostLocator::folderFor(runtime.path) != runtime.path) return;
     const auto launcher = HostLauncher::forClient(runtime.path);
     if (launcher.running()) return;
     if (auto started = launcher.ensureRunning(); !started)
@@ -101,7 +104,8 @@ std::shared_ptr<LinkConnection> BridgeSession::open() {
         note(runtime.path + ": " + runtime.problem);
         return nullptr;
     }
-    auto link = LinkConnection::connect(context_, endpointPath(runtime.path), config_.hostRequirement);
+    auto link = LinkConnection::connect(context_, endpointPath(HostLocator::folderFor(runtime.path)),
+                                        config_.hostRequirement);
     std::weak_ptr<BridgeSession> weak = weak_from_this();
     const LinkConnection* raw = link.get();
     auto ended = [weak, raw](const std::string& reason) {

@@ -17,6 +17,7 @@
 #include <tallywick/link/EventLoop.h>
 #include <tallywick/link/GuardedMain.h>
 #include <tallywick/link/HostLauncher.h>
+#include <tallywick/link/HostLocator.h>
 #include <tallywick/link/IoThread.h>
 #include <tallywick/link/RuntimeDirectory.h>
 #include <tallywick/link/ServiceIdentity.h>
@@ -207,8 +208,10 @@ int followEvents(Session& session) {
     return status;
 }
 
-// A host on demand, as the desktop manager would start it; says why not.
-Result<void, std::string> hostReady(const std::string& runtimeDirectory, bool startHost) {
+// The folder of the ledger's host: the runtime folder's, another that the
+// ledger names, or one started on demand as the desktop manager would start
+// it; says why there is none.
+Result<std::string, std::string> hostFolder(const std::string& runtimeDirectory, bool startHost) {
     const auto runtime = checkRuntimeDirectory(runtimeDirectory);
     // A missing folder is made by the host we start; a wrong one is never used.
     if (runtimeDirectory.empty() || runtimeDirectory.front() != '/')
@@ -216,15 +219,16 @@ Result<void, std::string> hostReady(const std::string& runtimeDirectory, bool st
     if (!runtime.usable() && ::access(runtimeDirectory.c_str(), F_OK) == 0)
         return fail("the runtime folder " + runtimeDirectory + " is unsafe (" + runtime.problem +
                     "); fix or remove it, or name another with --runtime-dir");
+    if (auto found = HostLocator::folderFor(runtimeDirectory); found != runtimeDirectory) return found;
     const HostLauncher launcher = HostLauncher::forClient(runtimeDirectory);
     if (!startHost) {
-        if (launcher.running()) return {};
+        if (launcher.running()) return runtimeDirectory;
         return fail("no Tallywick host is running in " + runtimeDirectory +
                     " (and --no-start says not to start one)");
     }
     if (auto started = launcher.ensureRunning(); !started)
         return fail("no Tallywick host is running and none could be started: " + started.error());
-    return {};
+    return runtimeDirectory;
 }
 
 int run(const CtlCommand& command, StopWatcher& watcher) {
@@ -250,12 +254,14 @@ int run(const CtlCommand& command, StopWatcher& watcher) {
         }
     }
     const std::string runtimeDirectory = command.runtimeDirectory.value_or(runtimeDirectoryPath());
-    if (auto ready = hostReady(runtimeDirectory, command.startHost); !ready) {
-        std::cerr << "tallywickctl: " << ready.error() << "\n";
+    auto folder = hostFolder(runtimeDirectory, command.startHost);
+    if (!folder) {
+        std::cerr << "tallywickctl: " << folder.error() << "\n";
         return unreachable;
     }
     ControlEndpoint endpoint = ControlEndpoint::standard();
-    endpoint.path = endpointPath(runtimeDirectory);
+    endpoint.path = endpointPath(*folder);
+    endpoint.locate = nullptr;  // found above, once for the command
     Session session(endpoint);
     session.client().onEvent = [](const ControlEvent&) {};
     session.client().onConnectionChange = [](bool) {};

@@ -1,39 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/host/HostOptions.h>
 
-#include <pwd.h>
-#include <unistd.h>
-
-#include <cstdlib>
+#include <filesystem>
 #include <optional>
 
+#include <tallywick/link/HostLocator.h>
 #include <tallywick/link/OptionParser.h>
 #include <tallywick/link/RuntimeDirectory.h>
 
 namespace tallywick {
-
-namespace {
-
-std::string nonEmptyEnv(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? std::string(value) : std::string();
-}
-
-std::string homeDirectory() {
-    if (auto home = nonEmptyEnv("HOME"); !home.empty()) return home;
-    if (const passwd* entry = getpwuid(geteuid()); entry && entry->pw_dir) return entry->pw_dir;
-    return "/";
-}
-
-}  // namespace
-
-std::string HostOptions::defaultDatabasePath() {
-    if (auto dir = nonEmptyEnv("TALLYWICK_DATA_DIR"); !dir.empty()) return dir + "/ledger.sqlite3";
-    // Relative XDG paths are invalid and must be ignored.
-    if (auto dir = nonEmptyEnv("XDG_DATA_HOME"); !dir.empty() && dir.front() == '/')
-        return dir + "/tallywick/ledger.sqlite3";
-    return homeDirectory() + "/.local/share/tallywick/ledger.sqlite3";
-}
 
 const char* HostOptions::usage() {
     return "Usage: tallywick-host [--database PATH] [--runtime-dir DIR] [--log-file PATH]\n"
@@ -75,7 +50,12 @@ Result<HostOptions, std::string> HostOptions::parse(const std::vector<std::strin
                      : parsed.version                                 ? Action::version
                      : parsed.flags.contains("restore-latest-backup") ? Action::restoreLatestBackup
                                                                       : Action::serve;
-    options.databasePath = value("database").value_or(defaultDatabasePath());
+    // Absolute, as its lock's and its runtime folder's records name it.
+    std::error_code ignored;
+    options.databasePath =
+        std::filesystem::absolute(value("database").value_or(HostLocator::defaultDatabasePath()), ignored)
+            .lexically_normal()
+            .string();
     options.runtimeDirectory = value("runtime-dir").value_or(runtimeDirectoryPath());
     options.logFile = value("log-file").value_or("");
     if (const auto fd = value("report-fd")) {

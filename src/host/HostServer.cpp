@@ -14,6 +14,7 @@
 #include <set>
 
 #include <tallywick/link/Frame.h>
+#include <tallywick/link/HostLocator.h>
 #include <tallywick/link/IoThread.h>
 #include <tallywick/link/RuntimeDirectory.h>
 #include <tallywick/model/TallywickVersion.h>
@@ -49,6 +50,14 @@ Result<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::start(
                          .message = "another host is already running for this user in " + runtime.path});
     }
 
+    // A folder records its ledger, so that a host started there on demand
+    // serves that one; another ledger may not take it while that file exists.
+    if (const auto recorded = HostLocator::recordedLedger(runtime.path);
+        !recorded.empty() && recorded != config.databasePath && std::filesystem::exists(recorded))
+        return fail(StartFailure{.message = "the runtime folder " + runtime.path + " belongs to the ledger " +
+                                            recorded + "; serve that one with --database, or give " +
+                                            config.databasePath + " another --runtime-dir"});
+
     // Two hosts on one file would each keep balances of their own.
     if (auto folders = createPrivateFolders(std::filesystem::path(config.databasePath).parent_path());
         !folders)
@@ -61,8 +70,13 @@ Result<std::unique_ptr<HostServer>, HostServer::StartFailure> HostServer::start(
             .message =
                 "another host already serves " + config.databasePath +
                 (refused.note.empty() ? std::string() : " (its runtime folder: " + refused.note + ")") +
-                "; stop it first, or give this one another --database"});
+                "; stop it first, or give this one another --database",
+            .servedFrom = refused.note});
     }
+    if (!HostLocator::recordLedger(runtime.path, config.databasePath))
+        HostLog::warning("cannot record the ledger in " + runtime.path +
+                         "; a host started there on demand "
+                         "may open the default one");
 
     auto opened = LedgerStore::open(config.databasePath);
     if (!opened) return fail(StartFailure{.message = std::move(opened).error()});
@@ -118,6 +132,7 @@ Result<void, std::string> HostServer::listen() {
 void HostServer::keepFolder() {
     if (stopping_) return;
     locks_.folder.keep([this] {
+        (void)HostLocator::recordLedger(locks_.folder.folder(), databasePath_);
         listener_->close();
         return listen();
     });

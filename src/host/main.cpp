@@ -11,6 +11,7 @@
 #include <tallywick/link/GuardedMain.h>
 #include <tallywick/link/RuntimeDirectory.h>
 #include <tallywick/link/ServiceIdentity.h>
+#include <tallywick/link/SocketAddress.h>
 #include <tallywick/link/StopSignals.h>
 #include <tallywick/model/TallywickVersion.h>
 
@@ -88,6 +89,13 @@ int run(int argc, char** argv) {
     if (!started) {
         const auto& failure = started.error();
         report(failure.message);
+        // The ledger's host serves from another folder and is reached there:
+        // clients find it through the ledger, so nothing is wrong.
+        if (!failure.servedFrom.empty() && acceptsConnections(endpointPath(failure.servedFrom))) {
+            HostLog::notice("the host in " + failure.servedFrom + " serves " + options.databasePath +
+                            "; clients find it there");
+            return 0;
+        }
         if (failure.alreadyRunning)
             HostLog::info(failure.message);
         else

@@ -16,6 +16,7 @@
 #include <thread>
 
 #include <tallywick/link/ChildProcess.h>
+#include <tallywick/link/HostLocator.h>
 #include <tallywick/link/RuntimeDirectory.h>
 #include <tallywick/link/ServiceIdentity.h>
 #include <tallywick/link/SocketAddress.h>
@@ -70,9 +71,13 @@ Result<void, std::string> HostLauncher::launch(std::chrono::milliseconds patienc
         return fail(std::string("cannot create a pipe: ") + std::strerror(errno));
     // The folder is named, so a host started from a small environment serves
     // the folder its client looked in.
-    auto spawned = ChildProcess::spawnDetached(
-        {hostPath_, "--runtime-dir", folderOf(endpoint_), "--log-file", logPath(), "--report-fd", "3"},
-        report[1]);
+    std::vector<std::string> arguments{
+        hostPath_, "--runtime-dir", folderOf(endpoint_), "--log-file", logPath(), "--report-fd", "3"};
+    // The ledger the folder's host served before, so a restart serves it again.
+    if (const auto ledger = HostLocator::recordedLedger(folderOf(endpoint_));
+        !ledger.empty() && ::access(ledger.c_str(), F_OK) == 0)
+        arguments.insert(arguments.end(), {"--database", ledger});
+    auto spawned = ChildProcess::spawnDetached(arguments, report[1]);
     ::close(report[1]);
     if (!spawned) {
         ::close(report[0]);

@@ -3,6 +3,7 @@
 
 #include <asio/post.hpp>
 
+#include <tallywick/link/HostLocator.h>
 #include <tallywick/link/RuntimeDirectory.h>
 #include <tallywick/link/ServiceIdentity.h>
 #include <tallywick/model/TallywickCoding.h>
@@ -10,7 +11,8 @@
 namespace tallywick {
 
 ControlEndpoint ControlEndpoint::standard() {
-    return {endpointPath(runtimeDirectoryPath()), tallywickHostRequirement()};
+    return {endpointPath(runtimeDirectoryPath()), tallywickHostRequirement(),
+            [] { return endpointPath(HostLocator::folderFor(runtimeDirectoryPath())); }};
 }
 
 std::shared_ptr<XPCControlClient> XPCControlClient::create(std::shared_ptr<MainThreadPoster> mainThread,
@@ -63,7 +65,8 @@ void XPCControlClient::send(const ControlRequest& request, Completion completion
 
 std::shared_ptr<LinkConnection> XPCControlClient::ensureConnection() {
     if (connection_) return connection_;
-    auto connection = LinkConnection::connect(io_.context(), endpoint_.path, endpoint_.hostRequirement);
+    auto connection = LinkConnection::connect(
+        io_.context(), endpoint_.locate ? endpoint_.locate() : endpoint_.path, endpoint_.hostRequirement);
     std::weak_ptr<LinkConnection> weakConnection = connection;
     // The client owns the connection, so its handlers must not own the client:
     // a cycle would outlive the client's owner. Calls in flight hold it instead.

@@ -449,16 +449,83 @@ TEST_F(Ctl, StopsAtOnceWhateverItWaitsFor) {
 namespace tallywick::testing {
 namespace {
 
-// The host it starts cannot serve (here: the ledger is another host's): the
-// wait ends as soon as that host does, with the host's own reason.
+// The host it starts cannot serve (here: its ledger's folder cannot be
+// made): the wait ends as soon as that host does, with the host's reason.
 TEST_F(Ctl, AStartOnDemandThatFailsSaysWhyAtOnce) {
-    const auto elsewhere = folder_ / "elsewhere";
-    const auto run =
-        runProgram({TALLYWICKCTL_PATH, "--runtime-dir", elsewhere.string(), "snapshot"}, folder_);
+    const auto file = folder_ / "a-file";
+    std::ofstream(file) << "x";
+    const std::string data = std::getenv("TALLYWICK_DATA_DIR");
+    ::setenv("TALLYWICK_DATA_DIR", (file / "data").c_str(), 1);
+    const auto run = runProgram(
+        {TALLYWICKCTL_PATH, "--runtime-dir", (folder_ / "elsewhere").string(), "snapshot"}, folder_);
+    ::setenv("TALLYWICK_DATA_DIR", data.c_str(), 1);
     EXPECT_EQ(run.status, 3);
     EXPECT_LT(run.took, std::chrono::seconds(2));
-    EXPECT_NE(run.err.find("could not serve: "), std::string::npos) << run.err;
-    EXPECT_NE(run.err.find(host_->databasePath()), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("could not serve: Could not create the folder " + (file / "data").string()),
+              std::string::npos)
+        << run.err;
+}
+
+// One host per ledger, found from anywhere: a client whose runtime folder is
+// another (one outside the login session) reaches the ledger's host instead
+// of starting a second, whichever came first.
+TEST_F(Ctl, TheLedgersHostIsFoundFromAnyRuntimeFolder) {
+    const auto stray = (folder_ / "stray").string();
+    const auto snapshotFrom = [&](const std::string& folder) {
+        return runProgram({TALLYWICKCTL_PATH, "--runtime-dir", folder, "--json", "snapshot"}, folder_);
+    };
+    // The session's host first: the stray client reaches it, nothing starts.
+    auto reached = snapshotFrom(stray);
+    EXPECT_EQ(reached.status, 0) << reached.err;
+    EXPECT_LT(reached.took, std::chrono::seconds(1));
+    EXPECT_FALSE(std::filesystem::exists(endpointPath(stray)));
+
+    // A stray host first: the session's host leaves at once with 0, and the
+    // session's clients reach the stray one.
+    host_->stop();
+    ASSERT_EQ(snapshotFrom(stray).status, 0) << "a host started on demand in the stray folder";
+    const auto session =
+        runProgram({TALLYWICK_HOST_PATH, "--runtime-dir", host_->runtimeDirectory()}, folder_);
+    EXPECT_EQ(session.status, 0) << session.err;
+    EXPECT_NE(session.err.find("the host in " + stray + " serves"), std::string::npos) << session.err;
+    reached = snapshotFrom(host_->runtimeDirectory());
+    EXPECT_EQ(reached.status, 0) << reached.err;
+    EXPECT_LT(reached.took, std::chrono::seconds(1));
+    EXPECT_FALSE(acceptsConnections(host_->socketPath())) << "one host";
+    HostProcess strayHost(folder_ / "stray-host", TALLYWICK_HOST_PATH);
+    strayHost.setRuntimeDirectory(stray);
+    strayHost.stop();  // the one started on demand
+}
+
+// The host serves a ledger other than the clients' default and goes down
+// (a crash, a restart): the next client starts it on that ledger, never on
+// the default one, and a host for another ledger may not take its folder.
+TEST_F(Ctl, AStartOnDemandServesTheLedgerItsFolderRecords) {
+    const std::string own = std::getenv("TALLYWICK_DATA_DIR");
+    const auto other = folder_ / "default-data";
+    ::setenv("TALLYWICK_DATA_DIR", other.c_str(), 1);
+    const std::string account = agentAccount("recorded");
+    for (int round = 0; round < 3; ++round) {
+        host_->kill(SIGKILL);
+        const auto added =
+            ctl({"entry", "add", account, "credit", "7", "--memo", "round " + std::to_string(round)});
+        EXPECT_EQ(added.status, 0) << added.err;
+        host_->stop();  // the one started on demand
+        ASSERT_TRUE(host_->start()) << host_->stderrText();
+    }
+    const auto state = control()->snapshot();
+    ASSERT_TRUE(state);
+    EXPECT_EQ(std::count_if(state->entries.begin(), state->entries.end(),
+                            [](const LedgerEntry& e) { return e.memo.rfind("round ", 0) == 0; }),
+              3);
+    EXPECT_FALSE(std::filesystem::exists(other)) << "the default ledger was never opened";
+    host_->stop();
+    const auto refused =
+        runProgram({TALLYWICK_HOST_PATH, "--runtime-dir", host_->runtimeDirectory()}, folder_);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.err.find("belongs to the ledger " + host_->databasePath()), std::string::npos)
+        << refused.err;
+    ::setenv("TALLYWICK_DATA_DIR", own.c_str(), 1);
 }
 
 }  // namespace

@@ -21,9 +21,6 @@ struct HostOptions {
     // Reads the arguments after the program name; gives a usage error as text.
     static Result<HostOptions, std::string> parse(const std::vector<std::string>& arguments);
 
-    // $TALLYWICK_DATA_DIR/ledger.sqlite3, else $XDG_DATA_HOME/tallywick/...,
-    // else ~/.local/share/tallywick/...
-    static std::string defaultDatabasePath();
     static const char* usage();
 };
 

@@ -46,6 +46,7 @@ public:
     struct StartFailure {
         bool alreadyRunning = false;  // another host holds the lock
         std::string message;
+        std::string servedFrom{};  // the runtime folder of the host that holds the ledger
     };
 
     // Raises the open-file limit to the hard limit, takes the locks, opens

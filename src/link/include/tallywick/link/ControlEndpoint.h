@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace tallywick {
@@ -9,8 +10,13 @@ namespace tallywick {
 struct ControlEndpoint {
     std::string path;
     std::string hostRequirement;
+    // When set, asked for the path at each new connection: the host of the
+    // ledger may serve from another folder (HostLocator).
+    std::function<std::string()> locate{};
 
-    static ControlEndpoint standard();  // the runtime folder's socket, this build's host requirement
+    // The runtime folder's socket, or that of the ledger's host wherever it
+    // serves; this build's host requirement.
+    static ControlEndpoint standard();
 };
 
 }  // namespace tallywick
