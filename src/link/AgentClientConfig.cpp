@@ -50,16 +50,44 @@ std::string mcpServersJson(const std::string& bridgePath) {
            "}\n";
 }
 
+std::string opencodeJson(const std::string& bridgePath) {
+    return "{\n"
+           "  \"$schema\": \"https://opencode.ai/config.json\",\n"
+           "  \"mcp\": {\n"
+           "    \"tallywick\": {\n"
+           "      \"type\": \"local\",\n"
+           "      \"command\": [" +
+           quoted(bridgePath) +
+           "]\n"
+           "    }\n"
+           "  }\n"
+           "}\n";
+}
+
+std::vector<CommandLine> commandLines(const std::string& bridgePath) {
+    const std::string path = shellWord(bridgePath);
+    // Claude Code and Codex take the command after "--"; Gemini CLI and Qwen
+    // Code refuse "--" there and take it as the second word.
+    return {{"Claude Code", "claude mcp add tallywick -- " + path},
+            {"Codex", "codex mcp add tallywick -- " + path},
+            {"Gemini CLI", "gemini mcp add tallywick " + path},
+            {"Qwen Code", "qwen mcp add tallywick " + path}};
+}
+
 std::string instructions(const std::string& bridgePath) {
-    return "Connect an agent: add this server to your MCP client's configuration\n"
-           "(the \"mcpServers\" object of its settings file):\n"
-           "\n" +
-           mcpServersJson(bridgePath) +
-           "\n"
-           "or, for clients that add servers from the command line:\n"
-           "\n"
-           "  <client> mcp add tallywick -- " +
-           shellWord(bridgePath) + "\n";
+    std::string text =
+        "Connect an agent: add this server to your MCP client's configuration\n"
+        "(the \"mcpServers\" object of its settings file):\n"
+        "\n" +
+        mcpServersJson(bridgePath) +
+        "\n"
+        "or, for clients that add servers from the command line:\n"
+        "\n";
+    for (const auto& [client, line] : commandLines(bridgePath)) {
+        text += "  " + client + ":" + std::string(13 - client.size(), ' ') + line + "\n";
+    }
+    text += "\nopencode reads its servers from opencode.json:\n\n" + opencodeJson(bridgePath);
+    return text;
 }
 
 }  // namespace tallywick::AgentClientConfig

@@ -147,7 +147,11 @@ TEST_F(Ctl, ExitStatusSaysWhatHappened) {
     const std::string bridge =
         (std::filesystem::path(TALLYWICKCTL_PATH).parent_path() / "tallywick-bridge").string();
     EXPECT_NE(config.out.find("\"command\": \"" + bridge + "\""), std::string::npos) << config.out;
-    EXPECT_NE(config.out.find("mcp add tallywick -- " + bridge + "\n"), std::string::npos) << config.out;
+    // Each client's own form, as each real client takes it.
+    for (const auto& line : {"claude mcp add tallywick -- " + bridge, "codex mcp add tallywick -- " + bridge,
+                             "gemini mcp add tallywick " + bridge, "qwen mcp add tallywick " + bridge,
+                             "\"command\": [\"" + bridge + "\"]"})
+        EXPECT_NE(config.out.find(line + "\n"), std::string::npos) << line << "\n" << config.out;
 
     // No host and none beside the program to start: unreachable, at once, with the reason.
     host_->stop();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace tallywick::AgentClientConfig {
 
@@ -10,8 +11,18 @@ namespace tallywick::AgentClientConfig {
 // environment is needed: the bridge finds the host's folder by itself.
 std::string mcpServersJson(const std::string& bridgePath);
 
-// The JSON block and the one-line form for clients that add servers with
-// `<client> mcp add NAME -- COMMAND`, with a line saying what each is.
+// The same server in opencode's configuration file (opencode.json).
+std::string opencodeJson(const std::string& bridgePath);
+
+// The exact line each client that adds servers from the command line takes.
+struct CommandLine {
+    std::string client;
+    std::string line;
+};
+std::vector<CommandLine> commandLines(const std::string& bridgePath);
+
+// The JSON block, each client's line and opencode's block, with a line
+// saying what each is.
 std::string instructions(const std::string& bridgePath);
 
 }  // namespace tallywick::AgentClientConfig
