@@ -84,7 +84,12 @@ std::string instructions(const std::string& bridgePath) {
         "or, for clients that add servers from the command line:\n"
         "\n";
     for (const auto& [client, line] : commandLines(bridgePath)) {
-        text += "  " + client + ":" + std::string(13 - client.size(), ' ') + line + "\n";
+        text += "  ";
+        text += client;
+        text += ':';
+        text.append(13 - client.size(), ' ');
+        text += line;
+        text += '\n';
     }
     text += "\nopencode reads its servers from opencode.json:\n\n" + opencodeJson(bridgePath);
     return text;
