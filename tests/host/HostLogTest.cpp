@@ -120,18 +120,7 @@ TEST_F(HostLogTest, AnErrorStreamWithoutAReaderNeitherKillsNorStopsTheHost) {
     ::close(pipe[0]);
     const std::vector<std::string> arguments{TALLYWICK_HOST_PATH, "--database", host_->databasePath(),
                                              "--runtime-dir", host_->runtimeDirectory()};
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        ::dup2(pipe[1], 2);
-        sigset_t none;
-        sigemptyset(&none);
-        ::sigprocmask(SIG_SETMASK, &none, nullptr);
-        std::vector<char*> argv;
-        for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-        argv.push_back(nullptr);
-        ::execv(argv[0], argv.data());
-        ::_exit(127);
-    }
+    const pid_t pid = HostProcess::spawn(arguments, [&pipe] { return pipe[1]; });
     ::close(pipe[1]);
     int status = 0;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);

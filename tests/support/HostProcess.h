@@ -96,10 +96,16 @@ public:
     }
 
     static pid_t spawn(const std::vector<std::string>& arguments, const std::string& stderrFile) {
+        return spawn(arguments, [&stderrFile] {
+            return ::open(stderrFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        });
+    }
+    // The same with stderr on the descriptor `errorStream` gives in the child.
+    template <class ErrorStream>
+    static pid_t spawn(const std::vector<std::string>& arguments, ErrorStream errorStream) {
         const pid_t pid = ::fork();
         if (pid != 0) return pid;
-        const int err = ::open(stderrFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-        if (err >= 0) ::dup2(err, 2);
+        if (const int err = errorStream(); err >= 0) ::dup2(err, 2);
         sigset_t none;
         sigemptyset(&none);
         ::sigprocmask(SIG_SETMASK, &none, nullptr);
