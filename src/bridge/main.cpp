@@ -9,6 +9,7 @@
 #include <tallywick/link/ChildProcess.h>
 #include <tallywick/link/GuardedMain.h>
 #include <tallywick/link/IoThread.h>
+#include <tallywick/link/LogLine.h>
 #include <tallywick/link/RuntimeDirectory.h>
 #include <tallywick/link/ServiceIdentity.h>
 #include <tallywick/model/TallywickVersion.h>
@@ -24,8 +25,7 @@ namespace {
 
 // One write per message, so lines from the two threads stay whole on stderr.
 void logLine(const std::string& message) {
-    const std::string line = "tallywick-bridge: " + message + "\n";
-    [[maybe_unused]] const auto ignored = ::write(STDERR_FILENO, line.data(), line.size());
+    LogLine::write("tallywick-bridge: ", LogLine::Priority::warning, message);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include "TextTable.h"
 
+#include <tallywick/model/EscapedText.h>
+
 namespace tallywick {
 
 namespace {
@@ -45,7 +47,7 @@ std::string renderSnapshot(const Snapshot& snapshot) {
     out += "  allow unauthenticated  " + std::string(snapshot.settings.allowUnauthenticated ? "on" : "off") +
            "\n";
     out += "  starting points        " + std::to_string(snapshot.settings.startingPoints) + "\n";
-    out += "Host version             " + snapshot.hostVersion + "\n";
+    out += "Host version             " + EscapedText::of(snapshot.hostVersion) + "\n";
     return out;
 }
 

@@ -5,8 +5,9 @@
 
 namespace tallywick {
 
-// Columns aligned for a terminal: each cell padded to its column's widest
-// cell, counted in terminal columns (wide characters take two, combining
+// Columns aligned for a terminal: each cell on one line with its control and
+// bidi characters escaped (EscapedText), padded to its column's widest cell
+// as shown, counted in terminal columns (wide characters take two, combining
 // marks none) so that names in any script line up.
 class TextTable {
 public:

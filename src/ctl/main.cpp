@@ -23,6 +23,7 @@
 #include <tallywick/link/ServiceIdentity.h>
 #include <tallywick/link/StopSignals.h>
 #include <tallywick/link/XPCControlClient.h>
+#include <tallywick/model/EscapedText.h>
 #include <tallywick/model/LedgerCsv.h>
 #include <tallywick/model/TallywickVersion.h>
 
@@ -34,6 +35,18 @@ using namespace tallywick;
 namespace {
 
 enum Status { done = 0, refused = 1, usageError = 2, unreachable = 3 };
+
+// Messages quote names, memos, cells and the host's reasons, and a terminal
+// acts on what those may hold: every line for a person goes out as one line
+// with its control and bidi characters shown as escapes.
+void say(std::ostream& out, std::string_view message) {
+    out << EscapedText::of(message) << '\n';
+}
+
+// JSON as printed: the same value, with nothing a terminal would act on.
+void printJson(const std::optional<std::string>& json) {
+    std::cout << EscapedText::json(json.value_or("")) << '\n';
+}
 
 class Session {
 public:
@@ -89,8 +102,9 @@ private:
 
 int hostUnreachable() {
     // The host accepted connections a moment ago (checked before sending).
-    std::cerr << "tallywickctl: the Tallywick host ended the connection before it answered; "
-                 "its log says why (journalctl --user or the host's stderr)\n";
+    say(std::cerr,
+        "tallywickctl: the Tallywick host ended the connection before it answered; "
+        "its log says why (journalctl --user or the host's stderr)");
     return unreachable;
 }
 
@@ -98,14 +112,14 @@ int hostUnreachable() {
 int report(const std::optional<ControlResponse>& answer, bool json, const std::string& confirmation) {
     if (!answer) return hostUnreachable();
     if (auto* failure = std::get_if<ControlResponse::Failure>(&answer->value)) {
-        if (json) std::cout << *TallywickCoding::encodeToString(*answer) << "\n";
-        std::cerr << "tallywickctl: " << failure->reason << "\n";
+        if (json) printJson(TallywickCoding::encodeToString(*answer));
+        say(std::cerr, "tallywickctl: " + failure->reason);
         return refused;
     }
     if (json)
-        std::cout << TallywickCoding::encodeToString(*answer).value_or("") << "\n";
+        printJson(TallywickCoding::encodeToString(*answer));
     else
-        std::cout << confirmation << "\n";
+        say(std::cout, confirmation);
     return done;
 }
 
@@ -124,18 +138,27 @@ int exportLedger(Session& session, const CtlCommand& command) {
     }
     const std::string text = LedgerCsv::write(entries);
     if (command.path.empty()) {
-        std::cout << text;
+        // Into a pipe the file goes as it is; onto a terminal, a line at a time as any text.
+        if (::isatty(STDOUT_FILENO)) {
+            std::istringstream lines(text);
+            for (std::string line; std::getline(lines, line);) {
+                if (line.ends_with('\r')) line.pop_back();
+                say(std::cout, line);
+            }
+        } else {
+            std::cout << text;
+        }
         return done;
     }
     std::ofstream file(command.path, std::ios::binary | std::ios::trunc);
     file << text;
     file.close();
     if (!file) {
-        std::cerr << "tallywickctl: could not write " << command.path << ": " << std::strerror(errno)
-                  << " (check the folder exists and is writable)\n";
+        say(std::cerr, "tallywickctl: could not write " + command.path + ": " + std::strerror(errno) +
+                           " (check the folder exists and is writable)");
         return refused;
     }
-    std::cerr << "Exported " << entries.size() << " entries to " << command.path << ".\n";
+    say(std::cerr, "Exported " + std::to_string(entries.size()) + " entries to " + command.path + ".");
     return done;
 }
 
@@ -143,15 +166,15 @@ int exportLedger(Session& session, const CtlCommand& command) {
 std::optional<std::vector<NewLedgerEntry>> importRows(const CtlCommand& command) {
     std::ifstream file(command.path, std::ios::binary);
     if (!file) {
-        std::cerr << "tallywickctl: could not read " << command.path << ": " << std::strerror(errno) << "\n";
+        say(std::cerr, "tallywickctl: could not read " + command.path + ": " + std::strerror(errno));
         return std::nullopt;
     }
     std::ostringstream text;
     text << file.rdbuf();
     auto rows = LedgerCsv::read(text.str(), command.id);
     if (!rows) {
-        std::cerr << "tallywickctl: " << command.path << ": " << rows.error()
-                  << "; nothing was imported (correct the file and run again)\n";
+        say(std::cerr, "tallywickctl: " + command.path + ": " + rows.error() +
+                           "; nothing was imported (correct the file and run again)");
         return std::nullopt;
     }
     return std::move(rows).value();
@@ -162,8 +185,9 @@ int importLedger(Session& session, const std::vector<NewLedgerEntry>& rows, std:
     // Said whenever the import ends before its last row, so that running it
     // again neither skips nor repeats a row.
     const auto stoppedAt = [&rows](std::size_t row, const std::string& why) {
-        std::cerr << "tallywickctl: " << why << ". Imported " << row - 1 << " of " << rows.size()
-                  << " rows; continue with --from-row " << row << "\n";
+        say(std::cerr, "tallywickctl: " + why + ". Imported " + std::to_string(row - 1) + " of " +
+                           std::to_string(rows.size()) + " rows; continue with --from-row " +
+                           std::to_string(row));
     };
     watcher.holdOff();
     std::size_t row = fromRow;
@@ -178,14 +202,14 @@ int importLedger(Session& session, const std::vector<NewLedgerEntry>& rows, std:
             return unreachable;
         }
         if (auto* failure = std::get_if<ControlResponse::Failure>(&answer->value)) {
-            std::cerr << "tallywickctl: row " << row << " of " << rows.size()
-                      << " was refused: " << failure->reason << ". Imported " << row - 1 << " of "
-                      << rows.size() << " rows; after correcting it, continue with --from-row " << row
-                      << "\n";
+            say(std::cerr, "tallywickctl: row " + std::to_string(row) + " of " + std::to_string(rows.size()) +
+                               " was refused: " + failure->reason + ". Imported " + std::to_string(row - 1) +
+                               " of " + std::to_string(rows.size()) +
+                               " rows; after correcting it, continue with --from-row " + std::to_string(row));
             return refused;
         }
     }
-    std::cout << "Imported " << row - fromRow << " entries.\n";
+    say(std::cout, "Imported " + std::to_string(row - fromRow) + " entries.");
     std::cout.flush();
     watcher.release();
     return done;
@@ -194,11 +218,14 @@ int importLedger(Session& session, const std::vector<NewLedgerEntry>& rows, std:
 int followEvents(Session& session) {
     int status = done;
     session.client().onEvent = [](const ControlEvent& event) {
-        if (auto text = TallywickCoding::encodeToString(event)) std::cout << *text << std::endl;
+        if (auto text = TallywickCoding::encodeToString(event)) {
+            printJson(text);
+            std::cout.flush();
+        }
     };
     session.client().onConnectionChange = [&](bool connected) {
         if (connected) return;
-        std::cerr << "tallywickctl: the host went away\n";
+        say(std::cerr, "tallywickctl: the host went away");
         status = unreachable;
         session.loop().stop();
     };
@@ -239,24 +266,26 @@ int run(const CtlCommand& command, StopWatcher& watcher) {
         if (!rows) return usageError;
         imported = std::move(*rows);
         if (command.fromRow > imported.size() + 1) {
-            std::cerr << "tallywickctl: --from-row " << command.fromRow << " is past the file's "
-                      << imported.size() << " rows\n";
+            say(std::cerr, "tallywickctl: --from-row " + std::to_string(command.fromRow) +
+                               " is past the file's " + std::to_string(imported.size()) + " rows");
             return usageError;
         }
         if (command.dryRun) {
             imported.erase(imported.begin(),
                            imported.begin() + static_cast<std::ptrdiff_t>(command.fromRow - 1));
-            std::cout << "Would create " << imported.size() << " entries in " << command.id << ":\n";
+            say(std::cout,
+                "Would create " + std::to_string(imported.size()) + " entries in " + command.id + ":");
             for (const NewLedgerEntry& row : imported)
-                std::cout << "  " << rawValue(row.kind) << " " << rawValue(row.flag) << " " << row.amount
-                          << " " << row.memo << "\n";
+                say(std::cout, "  " + std::string(rawValue(row.kind)) + " " +
+                                   std::string(rawValue(row.flag)) + " " + std::to_string(row.amount) + " " +
+                                   row.memo);
             return done;
         }
     }
     const std::string runtimeDirectory = command.runtimeDirectory.value_or(runtimeDirectoryPath());
     auto folder = hostFolder(runtimeDirectory, command.startHost);
     if (!folder) {
-        std::cerr << "tallywickctl: " << folder.error() << "\n";
+        say(std::cerr, "tallywickctl: " + folder.error());
         return unreachable;
     }
     ControlEndpoint endpoint = ControlEndpoint::standard();
@@ -272,7 +301,7 @@ int run(const CtlCommand& command, StopWatcher& watcher) {
             auto answer = session.send(ControlRequest::snapshot());
             if (!answer) return hostUnreachable();
             if (command.json) {
-                std::cout << TallywickCoding::encodeToString(*answer).value_or("") << "\n";
+                printJson(TallywickCoding::encodeToString(*answer));
                 return std::holds_alternative<ControlResponse::Snapshot>(answer->value) ? done : refused;
             }
             if (auto* state = std::get_if<ControlResponse::Snapshot>(&answer->value)) {
@@ -338,7 +367,7 @@ int run(int argc, char** argv) {
     static StopWatcher watcher(stop);
     auto parsed = CtlCommand::parse({argv + 1, argv + argc});
     if (!parsed) {
-        std::cerr << "tallywickctl: " << parsed.error() << "\n";
+        say(std::cerr, "tallywickctl: " + parsed.error());
         return usageError;
     }
     const auto& command = *parsed;

@@ -14,6 +14,7 @@
 
 #include <tallywick/link/FileLock.h>
 #include <tallywick/link/JournalStream.h>
+#include <tallywick/link/LogLine.h>
 
 namespace tallywick::HostLog {
 namespace {
@@ -83,30 +84,12 @@ Result<void, std::string> toFile(const std::string& path, std::size_t rotateAt, 
 
 void write(Level level, std::string_view message) {
     State& s = state();
-    std::string line;
-    line.reserve(message.size() + 20);
-    if (s.journal) {
-        line += '<';
-        line += static_cast<char>('0' + static_cast<int>(level));
-        line += '>';
-    } else {
-        line += "tallywick-host: ";
-    }
-    // One event, one line, whatever the message holds.
-    for (const char c : message) line += c == '\n' ? ' ' : c;
-    line += '\n';
-
+    const std::string line = LogLine::format("tallywick-host: ", level, message, s.journal);
     const std::lock_guard lock(s.mutex);
     // A line that would take the file past its size begins the next one.
     if (!s.path.empty() && s.written > 0 && s.written + line.size() > s.rotateAt) rotate(s);
-    std::size_t at = 0;
-    while (at < line.size()) {
-        const ssize_t n = ::write(STDERR_FILENO, line.data() + at, line.size() - at);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return;  // a full disk or a closed stream: the line is lost, nothing else
-        at += static_cast<std::size_t>(n);
-    }
-    s.written += line.size();
+    // A full disk or a closed stream loses the line, nothing else.
+    if (LogLine::writeWhole(STDERR_FILENO, line)) s.written += line.size();
 }
 
 }  // namespace tallywick::HostLog

@@ -24,6 +24,12 @@ void field(std::string& out, std::string_view text) {
     out += '"';
 }
 
+// What a spreadsheet would take for a formula, or for the quote that
+// neutralises one.
+bool needsQuote(std::string_view memo) {
+    return !memo.empty() && std::string_view("=+-@\t\r'").find(memo.front()) != std::string_view::npos;
+}
+
 using Record = std::vector<std::string>;
 
 // Splits the text into records; a quote left open fails it.
@@ -90,7 +96,7 @@ std::string write(const std::vector<LedgerEntry>& entries) {
         out += ',';
         out += std::to_string(entry.amount);
         out += ',';
-        field(out, entry.memo);
+        field(out, needsQuote(entry.memo) ? "'" + entry.memo : entry.memo);
         out += ',';
         out += formatDate(entry.createdAt).value_or("");
         out += ',';
@@ -118,8 +124,9 @@ Result<std::vector<NewLedgerEntry>, std::string> read(std::string_view text, con
         if (at == names.end()) return std::nullopt;
         return static_cast<std::size_t>(at - names.begin());
     };
+    const auto quotedMemo = columnOf(quotedMemoColumn);
     const auto kind = columnOf("kind"), flag = columnOf("flag"), amount = columnOf("amount"),
-               memo = columnOf("memo"), sequence = columnOf("sequence");
+               memo = quotedMemo ? quotedMemo : columnOf("memo"), sequence = columnOf("sequence");
     for (const auto& [column, name] : {std::pair{kind, "kind"}, std::pair{flag, "flag"},
                                        std::pair{amount, "amount"}, std::pair{memo, "memo"}}) {
         if (!column) return fail("row 1: the header has no " + std::string(name) + " column");
@@ -149,7 +156,9 @@ Result<std::vector<NewLedgerEntry>, std::string> read(std::string_view text, con
                             .kind = *parsedKind,
                             .flag = *parsedFlag,
                             .amount = *parsedAmount,
-                            .memo = row[*memo]}});
+                            .memo = quotedMemo && row[*memo].starts_with('\'')
+                                        ? row[*memo].substr(1)
+                                        : row[*memo]}});
     }
     std::stable_sort(entries.begin(), entries.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });

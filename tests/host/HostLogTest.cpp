@@ -7,6 +7,7 @@
 
 #include <tallywick/host/HostLog.h>
 #include "support/HostFixture.h"
+#include "support/HostileCorpus.h"
 
 using namespace tallywick;
 using namespace tallywick::testing;
@@ -27,6 +28,35 @@ int inChild(const std::filesystem::path& path, const std::function<void()>& body
     return status;
 }
 
+// The records journald makes of a stream: it splits at line feeds and at
+// NULs, and reads a leading "<N>" as the priority (6 when there is none).
+std::vector<std::pair<int, std::string>> journalRecords(const std::string& stream) {
+    std::vector<std::pair<int, std::string>> records;
+    std::size_t start = 0;
+    for (std::size_t at = 0; at < stream.size(); ++at) {
+        if (stream[at] != '\n' && stream[at] != '\0') continue;
+        std::string line = stream.substr(start, at - start);
+        start = at + 1;
+        int priority = 6;
+        if (line.size() >= 3 && line[0] == '<' && line[1] >= '0' && line[1] <= '7' && line[2] == '>') {
+            priority = line[1] - '0';
+            line.erase(0, 3);
+        }
+        records.emplace_back(priority, std::move(line));
+    }
+    return records;
+}
+
+// What a terminal or journalctl would act on: C0, DEL, and C1 in UTF-8.
+bool holdsControls(std::string_view text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        if (c < 0x20 || c == 0x7F) return true;
+        if (c == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) <= 0x9F) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 class HostLogTest : public HostFixture {
@@ -41,7 +71,7 @@ TEST_F(HostLogTest, LinesCarryTheirPriorityOnlyInTheJournal) {
         ::setenv("JOURNAL_STREAM", "1:2", 1);  // another stream: not ours to mark
         HostLog::warning("refused a connection\nfrom a stranger");
     });
-    EXPECT_EQ(slurp(plain), "tallywick-host: refused a connection from a stranger\n");
+    EXPECT_EQ(slurp(plain), "tallywick-host: refused a connection\\nfrom a stranger\n");
 
     inChild(journal, [] {
         struct stat info {};
@@ -52,6 +82,37 @@ TEST_F(HostLogTest, LinesCarryTheirPriorityOnlyInTheJournal) {
         HostLog::info("signed up");
     });
     EXPECT_EQ(slurp(journal), "<3>damaged\n<6>signed up\n");
+}
+
+// Agents name their clients to forge records: a NUL then "<0>" for an
+// emergency, line breaks, terminal sequences. Under the journal, each log
+// call of the host stays one record at the priority the host chose.
+TEST_F(HostLogTest, AgentTextNeverForgesAJournalRecord) {
+    std::filesystem::create_directories(folder_);
+    std::ofstream(host_->stderrPath()).close();
+    struct stat info {};
+    ASSERT_EQ(::stat(host_->stderrPath().c_str(), &info), 0);
+    ::setenv("JOURNAL_STREAM", (std::to_string(info.st_dev) + ":" + std::to_string(info.st_ino)).c_str(), 1);
+    const bool started = host_->start();
+    ::unsetenv("JOURNAL_STREAM");
+    ASSERT_TRUE(started) << host_->stderrText();
+    for (const auto& hostile : test::hostileCorpus())
+        ASSERT_TRUE(agent()->send(initializeLine(hostile.text))) << hostile.name;
+    ASSERT_TRUE(WIFEXITED(host_->kill(SIGTERM)));
+
+    // Every record is one the host wrote, whole, at its own priority.
+    const std::pair<std::string_view, int> known[] = {
+        {"serving ", 5}, {"backed up the ledger to ", 6}, {"account A", 6}, {"stopping on signal ", 5}};
+    std::size_t made = 0;
+    for (const auto& [priority, text] : journalRecords(host_->stderrText())) {
+        const auto kind = std::find_if(std::begin(known), std::end(known),
+                                       [&text](const auto& k) { return text.starts_with(k.first); });
+        ASSERT_NE(kind, std::end(known)) << text;
+        EXPECT_EQ(priority, kind->second) << text;
+        EXPECT_FALSE(holdsControls(text)) << text;
+        made += text.find(" made for the client \"") != std::string::npos ? 1 : 0;
+    }
+    EXPECT_EQ(made, test::hostileCorpus().size());
 }
 
 TEST_F(HostLogTest, FileIsRotatedAtItsSizeKeepingThreeCopies) {

@@ -3,6 +3,8 @@
 
 #include <tallywick/model/LedgerCsv.h>
 
+#include "support/HostileCorpus.h"
+
 namespace tallywick {
 namespace {
 
@@ -29,7 +31,7 @@ TEST(LedgerCsvTest, WrittenLedgersReadBackOldestFirst) {
         entry("E1", TransactionKind::credit, 5, "Grüße", 1)};
     const std::string text = LedgerCsv::write(newestFirst);
     EXPECT_EQ(text,
-              "id,accountId,kind,flag,amount,memo,createdAt,updatedAt,sequence\r\n"
+              "id,accountId,kind,flag,amount,memo (formulas quoted),createdAt,updatedAt,sequence\r\n"
               "E2,A1,debit,none,7,\"a \"\"quoted\"\", "
               "two\r\nlines\",2025-03-04T05:06:07Z,2025-03-04T05:06:07Z,2\r\n"
               "E1,A1,credit,none,5,Grüße,2025-03-04T05:06:07Z,2025-03-04T05:06:07Z,1\r\n");
@@ -48,6 +50,32 @@ TEST(LedgerCsvTest, WrittenLedgersReadBackOldestFirst) {
     EXPECT_EQ((*plain)[0].memo, "first");
     EXPECT_EQ((*plain)[0].flag, LedgerFlag::bonus);
     EXPECT_EQ((*plain)[1].kind, TransactionKind::note);
+}
+
+// A spreadsheet opening an export runs no memo as a formula, and importing
+// the export gives every memo back byte for byte, a leading ' included.
+TEST(LedgerCsvTest, FormulasAreNeutralisedAndRestored) {
+    std::vector<LedgerEntry> entries;
+    for (const auto& hostile : test::hostileCorpus())
+        entries.push_back(entry("E" + std::to_string(entries.size()), TransactionKind::note, 0, hostile.text,
+                                static_cast<std::int64_t>(entries.size() + 1)));
+    const std::string text = LedgerCsv::write(entries);
+    for (const auto& hostile : test::hostileCorpus()) {
+        if (std::string_view("=+-@\t\r'").find(hostile.text.front()) == std::string_view::npos) continue;
+        // The memo's cell, quoted or not, starts with the neutralising quote.
+        const bool quoted = hostile.text.find_first_of(",\"\r\n") != std::string::npos;
+        EXPECT_NE(text.find(",0," + std::string(quoted ? "\"'" : "'") + hostile.text.substr(0, 1)),
+                  std::string::npos)
+            << hostile.name;
+    }
+    const auto read = LedgerCsv::read(text, "A1");
+    ASSERT_TRUE(read) << read.error();
+    ASSERT_EQ(read->size(), entries.size());
+    for (std::size_t i = 0; i < entries.size(); ++i) EXPECT_EQ((*read)[i].memo, entries[i].memo) << i;
+    // A file made elsewhere keeps its memos as they stand.
+    const auto plain = LedgerCsv::read("kind,flag,amount,memo\nnote,none,0,'kept\n", "A1");
+    ASSERT_TRUE(plain) << plain.error();
+    EXPECT_EQ(plain->front().memo, "'kept");
 }
 
 TEST(LedgerCsvTest, MalformedTextsNameTheirRowAndColumn) {

@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include <tallywick/model/JsonWriter.h>
+
 #include "support/HostClients.h"
 #include "support/HostProcess.h"
 
@@ -107,11 +109,14 @@ protected:
     }
     std::unique_ptr<AgentLink> agent() { return std::make_unique<AgentLink>(host_->socketPath()); }
 
+    // The client's name is any text, written as a JSON string.
     static std::string initializeLine(const std::string& client, int id = 1) {
+        JsonWriter name;
+        name.string(client);
         return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) +
                R"(,"method":"initialize","params":{"protocolVersion":"2025-11-25","capabilities":{},)"
-               R"("clientInfo":{"name":")" +
-               client + R"(","version":"1.0"}}})";
+               R"("clientInfo":{"name":)" +
+               name.text() + R"(,"version":"1.0"}}})";
     }
     static std::string toolLine(int id, const std::string& tool, const std::string& arguments) {
         return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) +

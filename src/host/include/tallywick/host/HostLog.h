@@ -5,15 +5,14 @@
 #include <string>
 #include <string_view>
 
+#include <tallywick/link/LogLine.h>
 #include <tallywick/model/Result.h>
 
-// The host's log: one line per event on its standard error. Under systemd,
-// where $JOURNAL_STREAM names that very stream, each line starts with its
-// syslog priority ("<4>"), so that `journalctl -p warning` can pick it out;
-// elsewhere it starts with the program's name. Keys never reach it.
+// The host's log: one line per event on its standard error (LogLine), or in
+// its own rotated file. Keys never reach it.
 namespace tallywick::HostLog {
 
-enum class Level { error = 3, warning = 4, notice = 5, info = 6 };
+using Level = LogLine::Priority;
 
 // From now on, standard error goes to the file at `path` (its folder made
 // private when missing), which is rotated once it reaches `rotateAt` bytes,

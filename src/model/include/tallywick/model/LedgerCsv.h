@@ -16,8 +16,14 @@ namespace tallywick {
 // 8601 in UTC, amounts whole numbers, kind and flag their wire texts.
 namespace LedgerCsv {
 
-// The columns, in the order written.
-inline constexpr std::string_view header = "id,accountId,kind,flag,amount,memo,createdAt,updatedAt,sequence";
+// The columns, in the order written. A spreadsheet runs a cell that starts
+// with =, +, -, @, TAB or CR as a formula, so such a memo is written with a
+// leading ' (as is one that really starts with '), and the memo column is
+// named `quotedMemoColumn` to say so: reading strips that one ' again. A
+// file whose column is plain "memo" is read as it stands.
+inline constexpr std::string_view quotedMemoColumn = "memo (formulas quoted)";
+inline constexpr std::string_view header =
+    "id,accountId,kind,flag,amount,memo (formulas quoted),createdAt,updatedAt,sequence";
 
 std::string write(const std::vector<LedgerEntry>& entries);
 

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+#include <tallywick/model/EscapedText.h>
+
+#include <cstdio>
+
+namespace tallywick::EscapedText {
+namespace {
+
+struct CodePoint {
+    char32_t value = 0;
+    std::size_t length = 0;  // 0: the byte at hand starts no UTF-8 sequence
+};
+
+// The code point at `at`, checked the way a strict decoder checks it
+// (no overlong forms, no surrogates, nothing past U+10FFFF).
+CodePoint decode(std::string_view text, std::size_t at) {
+    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[at + k]); };
+    const unsigned char lead = byte(0);
+    if (lead < 0x80) return {lead, 1};
+    std::size_t length = 0;
+    unsigned char low = 0x80, high = 0xBF;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3;
+        if (lead == 0xE0) low = 0xA0;
+        if (lead == 0xED) high = 0x9F;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4;
+        if (lead == 0xF0) low = 0x90;
+        if (lead == 0xF4) high = 0x8F;
+    } else {
+        return {};
+    }
+    if (at + length > text.size()) return {};
+    char32_t value = lead & (0x7F >> length);
+    for (std::size_t k = 1; k < length; ++k) {
+        const unsigned char next = byte(k);
+        if (next < (k == 1 ? low : 0x80) || next > (k == 1 ? high : 0xBF)) return {};
+        value = (value << 6) | (next & 0x3F);
+    }
+    return {value, length};
+}
+
+bool isBidiControl(char32_t c) {
+    return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
+           (c >= 0x2066 && c <= 0x2069);
+}
+
+// Spaces that show nothing and join nothing: they only hide one name
+// inside another that looks the same.
+bool isInvisibleSpace(char32_t c) {
+    return c == 0x200B || c == 0x2060 || c == 0xFEFF;
+}
+
+// What a terminal acts on beyond the C0 controls, or hides.
+bool isActive(char32_t c) {
+    return c == 0x7F || (c >= 0x80 && c <= 0x9F) || isBidiControl(c) || isInvisibleSpace(c);
+}
+
+void append(std::string& out, const char* format, unsigned value) {
+    char escape[8];
+    std::snprintf(escape, sizeof escape, format, value);
+    out += escape;
+}
+
+}  // namespace
+
+std::string of(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const CodePoint c = decode(text, at);
+        if (c.length == 0) {
+            append(out, "\\x%02x", static_cast<unsigned char>(text[at]));
+            ++at;
+            continue;
+        }
+        switch (c.value) {
+            case '\\': out += "\\\\"; break;
+            case '\n': out += "\\n"; break;
+            case '\r': out += "\\r"; break;
+            case '\t': out += "\\t"; break;
+            default:
+                if (c.value < 0x20 || c.value == 0x7F)
+                    append(out, "\\x%02x", static_cast<unsigned>(c.value));
+                else if (isActive(c.value))
+                    append(out, "\\u%04x", static_cast<unsigned>(c.value));
+                else
+                    out.append(text.substr(at, c.length));
+        }
+        at += c.length;
+    }
+    return out;
+}
+
+std::string json(std::string_view json) {
+    std::string out;
+    out.reserve(json.size());
+    for (std::size_t at = 0; at < json.size();) {
+        const CodePoint c = decode(json, at);
+        if (c.length == 0) {
+            out += "\\ufffd";  // only inside a string can such a byte be; it stands for itself nowhere
+            ++at;
+            continue;
+        }
+        if (isActive(c.value))
+            append(out, "\\u%04x", static_cast<unsigned>(c.value));
+        else
+            out.append(json.substr(at, c.length));
+        at += c.length;
+    }
+    return out;
+}
+
+}  // namespace tallywick::EscapedText
