@@ -104,9 +104,11 @@ TEST_F(HostLogTest, AgentTextNeverForgesAJournalRecord) {
     const std::pair<std::string_view, int> known[] = {
         {"serving ", 5}, {"backed up the ledger to ", 6}, {"account A", 6}, {"stopping on signal ", 5}};
     std::size_t made = 0;
-    for (const auto& [priority, text] : journalRecords(host_->stderrText())) {
-        const auto kind = std::find_if(std::begin(known), std::end(known),
-                                       [&text](const auto& k) { return text.starts_with(k.first); });
+    for (const auto& record : journalRecords(host_->stderrText())) {
+        const auto& [priority, text] = record;
+        const auto kind = std::find_if(std::begin(known), std::end(known), [&record](const auto& k) {
+            return record.second.starts_with(k.first);
+        });
         ASSERT_NE(kind, std::end(known)) << text;
         EXPECT_EQ(priority, kind->second) << text;
         EXPECT_FALSE(holdsControls(text)) << text;
