@@ -10,6 +10,8 @@
 #include <cstring>
 #include <iostream>
 
+#include <tallywick/model/EscapedText.h>
+
 namespace tallywick {
 
 namespace {
@@ -44,7 +46,8 @@ DemoRunner::Clock::duration DemoRunner::between(double low, double high) {
 }
 
 void DemoRunner::log(const Slot& slot, const std::string& note) {
-    if (!note.empty()) std::cout << slot.agent.persona().label << ": " << note << "\n";
+    // Notes quote the host's answers: shown as any data text in a terminal.
+    if (!note.empty()) std::cout << EscapedText::of(slot.agent.persona().label + ": " + note) << "\n";
 }
 
 void DemoRunner::fail(Ending result, std::string problem) {

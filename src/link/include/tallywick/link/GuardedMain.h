@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include <tallywick/link/LogLine.h>
+
 namespace tallywick {
 
 // Status of a program ended by an internal error (sysexits' EX_SOFTWARE).
@@ -30,9 +32,8 @@ int guardedMain(std::string_view program, Body&& body) noexcept {
     } catch (...) {
         reason = "an unknown exception";
     }
-    const std::string line = std::string(program) + ": internal error: " + reason +
-                             "; please report it with the command that led here\n";
-    [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.data(), line.size());
+    LogLine::write(std::string(program) + ": ", LogLine::Priority::error,
+                   "internal error: " + reason + "; please report it with the command that led here");
     return kInternalErrorStatus;
 }
 
