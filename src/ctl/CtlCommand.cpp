@@ -89,21 +89,38 @@ Result<CtlCommand, std::string> CtlCommand::parse(const std::vector<std::string>
     }
     const std::vector<std::string> words(rest.begin() + static_cast<std::ptrdiff_t>(used), rest.end());
 
-    auto parsed = split(words,
-                        topic == "entry add"    ? std::vector<std::string>{"flag", "memo"}
-                        : topic == "entry edit" ? std::vector<std::string>{"kind", "flag", "amount", "memo"}
-                        : topic == "export"     ? std::vector<std::string>{"output"}
-                        : topic == "import"     ? std::vector<std::string>{"from-row"}
-                                                : std::vector<std::string>{},
-                        topic == "import" ? std::vector<std::string>{"dry-run"} : std::vector<std::string>{});
+    auto parsed =
+        split(words,
+              topic == "entry add"    ? std::vector<std::string>{"flag", "memo"}
+              : topic == "entry edit" ? std::vector<std::string>{"kind", "flag", "amount", "memo"}
+              : topic == "export"     ? std::vector<std::string>{"output"}
+              : topic == "import"     ? std::vector<std::string>{"from-row"}
+              : topic == "events" || topic == "log" ? std::vector<std::string>{"agent", "method", "direction"}
+                                                    : std::vector<std::string>{},
+              topic == "import" ? std::vector<std::string>{"dry-run"}
+              : topic == "log"  ? std::vector<std::string>{"payload"}
+                                : std::vector<std::string>{});
     if (!parsed) return fail(std::move(parsed).error());
     const Arguments& a = *parsed;
 
-    if (topic == "snapshot" || topic == "events" || topic == "agent-config") {
-        command.kind = topic == "snapshot" ? Kind::snapshot
-                       : topic == "events" ? Kind::events
-                                           : Kind::agentConfig;
+    if (topic == "snapshot" || topic == "agent-config") {
+        command.kind = topic == "snapshot" ? Kind::snapshot : Kind::agentConfig;
         if (auto counted = expectCount(a, 0, topic); !counted) return fail(std::move(counted).error());
+    } else if (topic == "events" || topic == "log") {
+        command.kind = topic == "events" ? Kind::events : Kind::log;
+        if (auto counted = expectCount(a, 0,
+                                       topic + " [--agent AGENT] [--method METHOD] [--direction DIRECTION]" +
+                                           (topic == "log" ? " [--payload]" : ""));
+            !counted)
+            return fail(std::move(counted).error());
+        if (a.options.contains("agent")) command.filter.agent = a.options.at("agent");
+        if (a.options.contains("method")) command.filter.method = a.options.at("method");
+        if (a.options.contains("direction")) {
+            auto direction = enumValue<Direction>(a.options.at("direction"), "--direction");
+            if (!direction) return fail(std::move(direction).error());
+            command.filter.direction = *direction;
+        }
+        command.payloads = a.flags.contains("payload");
     } else if (topic == "entry add") {
         command.kind = Kind::addEntry;
         if (auto counted = expectCount(a, 3, "entry add ACCOUNT KIND AMOUNT [--flag FLAG] [--memo TEXT]");
@@ -239,8 +256,17 @@ std::string CtlCommand::helpText(const std::string& topic) {
          "Usage: tallywickctl [--json] settings starting-points N\n\n"
          "The opening credit of every new account (existing accounts keep theirs).\n"},
         {"events",
-         "Usage: tallywickctl events\n\n"
-         "Follows the host's events, one JSON line each, until interrupted.\n"},
+         "Usage: tallywickctl events [--agent AGENT] [--method METHOD] [--direction DIRECTION]\n\n"
+         "Follows the host's events, one JSON line each, until interrupted. With a\n"
+         "filter, only the API calls it admits: AGENT is the label an agent's records\n"
+         "show (its client's title or name), its account or its connection; METHOD a\n"
+         "JSON-RPC method; DIRECTION request, response or notification.\n"},
+        {"log",
+         "Usage: tallywickctl [--json] log [--agent AGENT] [--method METHOD] [--direction DIRECTION] "
+         "[--payload]\n\n"
+         "Prints the API records the host holds now (its most recent 500), oldest\n"
+         "first, narrowed as for events. --payload adds each record's whole payload,\n"
+         "indented; --json prints each record as one JSON line.\n"},
         {"export",
          "Usage: tallywickctl export ACCOUNT [--output FILE]\n\n"
          "Writes ACCOUNT's ledger as CSV (UTF-8, a header row, newest first) to FILE\n"
@@ -281,7 +307,8 @@ std::string CtlCommand::helpText(const std::string& topic) {
            "  settings starting-points N                 opening credit of new accounts\n"
            "  export ACCOUNT [--output FILE]             an account's ledger as CSV\n"
            "  import ACCOUNT FILE [options]              add entries from a CSV file\n"
-           "  events                                     follow the host's events\n"
+           "  events [filters]                           follow the host's events\n"
+           "  log [filters] [--payload]                  the API records the host holds\n"
            "  agent-config                               how an agent's MCP client launches the bridge\n"
            "  help [COMMAND]                             this text, or a command's\n"
            "\n"

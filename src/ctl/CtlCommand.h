@@ -8,6 +8,8 @@
 #include <tallywick/core.h>
 #include <tallywick/model/Result.h>
 
+#include "ApiLogFilter.h"
+
 namespace tallywick {
 
 // One tallywickctl invocation, read from its arguments.
@@ -22,6 +24,7 @@ struct CtlCommand {
         setAllowUnauthenticated,
         setStartingPoints,
         events,
+        log,
         exportLedger,
         importLedger,
         agentConfig,
@@ -52,6 +55,8 @@ struct CtlCommand {
     bool dryRun = false;      // import: show, create nothing
     std::size_t fromRow = 1;  // import: the first row to send, counted from 1 in the order sent
     std::string helpTopic;    // the subcommand whose help was asked for; empty for the overview
+    ApiLogFilter filter;      // events and log: the API records shown
+    bool payloads = false;    // log: each record's whole payload, indented
 
     // A usage error as text, or the command.
     static Result<CtlCommand, std::string> parse(const std::vector<std::string>& arguments);

@@ -3,7 +3,10 @@
 
 #include "TextTable.h"
 
+#include <sstream>
+
 #include <tallywick/model/EscapedText.h>
+#include <tallywick/model/JsonIndent.h>
 
 namespace tallywick {
 
@@ -48,6 +51,30 @@ std::string renderSnapshot(const Snapshot& snapshot) {
            "\n";
     out += "  starting points        " + std::to_string(snapshot.settings.startingPoints) + "\n";
     out += "Host version             " + EscapedText::of(snapshot.hostVersion) + "\n";
+    return out;
+}
+
+std::string renderApiLog(const std::vector<ApiLogEntry>& oldestFirst, bool payloads) {
+    const std::vector<std::string> header{"TIME", "ID", "AGENT", "DIRECTION", "METHOD", "BYTES"};
+    const auto row = [](const ApiLogEntry& e) {
+        return std::vector<std::string>{date(e.timestamp),           e.id,
+                                        e.clientLabel.value_or("-"), std::string(rawValue(e.direction)),
+                                        e.method.value_or("-"),      std::to_string(e.payload.size())};
+    };
+    if (!payloads) {
+        TextTable table(header);
+        for (const ApiLogEntry& e : oldestFirst) table.add(row(e));
+        return table.render();
+    }
+    std::string out;
+    for (const ApiLogEntry& e : oldestFirst) {
+        TextTable line(row(e));
+        out += line.render();
+        // The payload as sent, laid out when it is JSON; each line escaped as any data text.
+        std::istringstream lines(indentJson(e.payload).value_or(e.payload));
+        for (std::string text; std::getline(lines, text);) out += "    " + EscapedText::of(text) + "\n";
+        out += "\n";
+    }
     return out;
 }
 

@@ -215,9 +215,12 @@ int importLedger(Session& session, const std::vector<NewLedgerEntry>& rows, std:
     return done;
 }
 
-int followEvents(Session& session) {
+int followEvents(Session& session, const ApiLogFilter& filter) {
     int status = done;
-    session.client().onEvent = [](const ControlEvent& event) {
+    session.client().onEvent = [&filter](const ControlEvent& event) {
+        // A filter narrows the API calls and leaves out the events that are none.
+        const auto* call = std::get_if<ControlEvent::ApiCall>(&event.value);
+        if (!filter.isEmpty() && (!call || !filter.admits(call->entry))) return;
         if (auto text = TallywickCoding::encodeToString(event)) {
             printJson(text);
             std::cout.flush();
@@ -346,7 +349,23 @@ int run(const CtlCommand& command, StopWatcher& watcher) {
         case Kind::setStartingPoints:
             return report(session.send(ControlRequest::setStartingPoints(command.points)), command.json,
                           "New accounts start with " + std::to_string(command.points) + " points.");
-        case Kind::events: return followEvents(session);
+        case Kind::events: return followEvents(session, command.filter);
+        case Kind::log: {
+            auto answer = session.send(ControlRequest::snapshot());
+            if (!answer) return hostUnreachable();
+            auto* state = std::get_if<ControlResponse::Snapshot>(&answer->value);
+            if (!state) return report(answer, command.json, "");
+            // The host sends the newest first; a log reads from the oldest.
+            std::vector<ApiLogEntry> records;
+            const auto& recent = state->snapshot.recentApiLog;
+            std::copy_if(recent.rbegin(), recent.rend(), std::back_inserter(records),
+                         [&command](const ApiLogEntry& e) { return command.filter.admits(e); });
+            if (command.json)  // one record a line, as events prints them
+                for (const ApiLogEntry& e : records) printJson(TallywickCoding::encodeToString(e));
+            else
+                std::cout << renderApiLog(records, command.payloads);
+            return done;
+        }
         case Kind::exportLedger: return exportLedger(session, command);
         case Kind::importLedger: return importLedger(session, imported, command.fromRow, watcher);
         case Kind::agentConfig:

@@ -12,40 +12,10 @@
 #include <tallywick/model/LedgerCsv.h>
 #include <tallywick/model/TallywickCoding.h>
 
-#include "support/HostFixture.h"
+#include "support/CtlFixture.h"
 
 namespace tallywick::testing {
 namespace {
-
-// ThreadSanitizer slows every start of a program and runs a thread of its
-// own from before main, which does not block the stop signals.
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define TALLYWICK_UNDER_TSAN 1
-#endif
-#endif
-#ifdef TALLYWICK_UNDER_TSAN
-constexpr bool kUnderThreadSanitizer = true;
-#else
-constexpr bool kUnderThreadSanitizer = false;
-#endif
-// What "at once" allows a whole run of tallywickctl, its start included.
-constexpr auto kPromptly = std::chrono::seconds(kUnderThreadSanitizer ? 3 : 1);
-
-class Ctl : public HostFixture {
-protected:
-    ProgramRun ctl(std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), {TALLYWICKCTL_PATH, "--runtime-dir", host_->runtimeDirectory()});
-        return runProgram(arguments, folder_);
-    }
-
-    // An account made the way agents make them: by showing up.
-    std::string agentAccount(const std::string& client) {
-        agent()->send(initializeLine(client));
-        auto state = control()->snapshot();
-        return state && !state->accounts.empty() ? state->accounts.back().id : "";
-    }
-};
 
 TEST_F(Ctl, EveryRequestAsASubcommand) {
     const std::string account = agentAccount("scout");
@@ -262,51 +232,6 @@ TEST_F(Ctl, BashCompletionOffersCommandsValuesAndIdsOfTheRunningHost) {
     host_->stop();
     EXPECT_EQ(complete(runtime + "account delete "), "\n");
     EXPECT_FALSE(host_->lockHolder()) << "completing started no host";
-}
-
-TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
-    const std::string account = agentAccount("watcher");
-    const auto out = folder_ / "events.out";
-    const pid_t follower =
-        HostProcess::spawn({"/bin/sh", "-c",
-                            std::string("exec '") + TALLYWICKCTL_PATH + "' --runtime-dir '" +
-                                host_->runtimeDirectory() + "' events > '" + out.string() + "'"},
-                           (folder_ / "events.err").string());
-    // Changes until the follower has seen one (it needs a moment to connect).
-    for (int i = 0; i < 100 && slurp(out).find("dataChanged") == std::string::npos; ++i) {
-        ctl({"entry", "add", account, "note", "0"});
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    ::kill(follower, SIGINT);
-    int status = 0;
-    ::waitpid(follower, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGINT)
-        << "status " << status << ": " << slurp(folder_ / "events.err");
-    std::istringstream lines(slurp(out));
-    std::string line;
-    int count = 0;
-    while (std::getline(lines, line)) {
-        EXPECT_TRUE(TallywickCoding::decode<ControlEvent>(line)) << line;
-        ++count;
-    }
-    EXPECT_GE(count, 1);
-
-    // A host that goes away ends the following with the unreachable status;
-    // the follower shows it is connected by the first event it prints.
-    const auto orphanOut = folder_ / "orphan.out";
-    const pid_t orphan =
-        HostProcess::spawn({"/bin/sh", "-c",
-                            std::string("exec '") + TALLYWICKCTL_PATH + "' --runtime-dir '" +
-                                host_->runtimeDirectory() + "' events > '" + orphanOut.string() + "'"},
-                           (folder_ / "orphan.err").string());
-    for (int i = 0; i < 100 && slurp(orphanOut).find("dataChanged") == std::string::npos; ++i) {
-        ctl({"entry", "add", account, "note", "0"});
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    ASSERT_NE(slurp(orphanOut).find("dataChanged"), std::string::npos);
-    host_->stop();
-    ::waitpid(orphan, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 3) << slurp(folder_ / "orphan.err");
 }
 
 // A ledger exported and imported into an empty account gives the same
