@@ -59,7 +59,7 @@ bool isActive(char32_t c) {
 }
 
 void append(std::string& out, const char* format, unsigned value) {
-    char escape[8];
+    char escape[16];
     std::snprintf(escape, sizeof escape, format, value);
     out += escape;
 }
