@@ -13,6 +13,7 @@
 #include <tallywick/app/RegistrationController.h>
 #include <tallywick/app/TallywickApp.h>
 #include <tallywick/app/WindowInstance.h>
+#include <tallywick/link/LogLine.h>
 #include <tallywick/link/RuntimeDirectory.h>
 #include <tallywick/link/ServiceIdentity.h>
 #include <tallywick/model/TallywickVersion.h>
@@ -63,11 +64,11 @@ int appMain(int argc, char** argv, const MainWindow::RootViewFactory& rootView,
     auto claim = WindowInstance::claim(runtimeDirectoryPath(), token ? token : "");
     if (std::holds_alternative<WindowInstance::Raised>(claim)) return 0;
     if (const auto* unanswered = std::get_if<WindowInstance::Unanswered>(&claim)) {
-        std::fprintf(stderr, "tallywick: %s\n", unanswered->message.c_str());
+        LogLine::write("tallywick: ", LogLine::Priority::error, unanswered->message);
         return 1;
     }
     if (const auto* unclaimed = std::get_if<WindowInstance::Unclaimed>(&claim))
-        std::fprintf(stderr, "tallywick: %s\n", unclaimed->message.c_str());
+        LogLine::write("tallywick: ", LogLine::Priority::warning, unclaimed->message);
 
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tallywick"));

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/app/AppModel.h>
 
-#include <cstdio>
-
 #include <QPointer>
 #include <algorithm>
 
 #include <tallywick/app/QtMainThreadPoster.h>
+#include <tallywick/link/LogLine.h>
 #include <tallywick/link/XPCControlClient.h>
 
 namespace tallywick {
@@ -101,7 +100,8 @@ void AppModel::refresh() {
             model.applySnapshot(std::move(answer->snapshot));
         } else if (auto* failure = std::get_if<ControlResponse::Failure>(&response->value)) {
             // The window keeps what it shows; the reason ("Snapshot too large") goes to the log.
-            std::fprintf(stderr, "tallywick: the host did not send its state: %s\n", failure->reason.c_str());
+            LogLine::write("tallywick: ", LogLine::Priority::warning,
+                           "the host did not send its state: " + failure->reason);
         }
     });
 }

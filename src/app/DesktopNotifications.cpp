@@ -27,23 +27,36 @@ DesktopNotifications::DesktopNotifications(QDBusConnection bus, QString desktopE
                  SLOT(activationToken(uint, QString)));
     bus_.connect(kService, kPath, kInterface, QStringLiteral("NotificationClosed"), this,
                  SLOT(notificationClosed(uint, uint)));
-    // Display names come from the agents: a server that reads markup in the
-    // body gets them escaped, one that does not gets them as they are.
-    auto* capabilities = new QDBusPendingCallWatcher(
-        bus_.asyncCall(QDBusMessage::createMethodCall(kService, kPath, kInterface, "GetCapabilities")), this);
-    connect(capabilities, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
-        call->deleteLater();
-        const QDBusPendingReply<QStringList> reply = *call;
-        if (!reply.isError()) bodyMarkup_ = reply.value().contains(QStringLiteral("body-markup"));
-    });
 }
 
 void DesktopNotifications::show(const QString& summary, const QString& body, const QString& key) {
     if (!bus_.isConnected()) return;
-    QDBusMessage notify = QDBusMessage::createMethodCall(kService, kPath, kInterface, "Notify");
+    // The body carries agents' names. Whether it is read as markup is up to
+    // the server that shows it, which may have started or been replaced since
+    // the last notification: it is asked each time, and the notification goes
+    // to the server that answered. Without an answer the body is escaped.
+    auto* asked = new QDBusPendingCallWatcher(
+        bus_.asyncCall(QDBusMessage::createMethodCall(kService, kPath, kInterface, "GetCapabilities")), this);
+    // A D-Bus string cannot hold NUL: a name with one would lose its notification.
+    QString text = body;
+    text.replace(QChar(0), QChar(QChar::ReplacementCharacter));
+    connect(asked, &QDBusPendingCallWatcher::finished, this,
+            [this, summary, body = std::move(text), key](QDBusPendingCallWatcher* call) {
+                call->deleteLater();
+                const QDBusPendingReply<QStringList> reply = *call;
+                const bool plain = !reply.isError() && !reply.value().contains(QStringLiteral("body-markup"));
+                const QString answered = reply.isError() ? QString() : reply.reply().service();
+                notify(answered.isEmpty() ? kService : answered, summary, plain ? body : body.toHtmlEscaped(),
+                       key);
+            });
+}
+
+void DesktopNotifications::notify(const QString& server, const QString& summary, const QString& body,
+                                  const QString& key) {
+    QDBusMessage notify = QDBusMessage::createMethodCall(server, kPath, kInterface, "Notify");
     const QVariantMap hints{{QStringLiteral("desktop-entry"), desktopEntry_}};
     // The desktop entry's icon has the entry's name.
-    notify << desktopEntry_ << 0U << desktopEntry_ << summary << (bodyMarkup_ ? body.toHtmlEscaped() : body)
+    notify << desktopEntry_ << 0U << desktopEntry_ << summary << body
            << QStringList{kDefaultAction, tr("Show")} << hints << -1;
     auto* call = new QDBusPendingCallWatcher(bus_.asyncCall(notify), this);
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, key](QDBusPendingCallWatcher* done) {

@@ -6,6 +6,8 @@
 #include <QFileInfo>
 #include <cstdio>
 
+#include <tallywick/link/LogLine.h>
+
 namespace tallywick {
 namespace {
 
@@ -42,11 +44,10 @@ void HostSocketWatcher::rearm() {
     if (watcher_.addPath(target)) {
         watched_ = target;
     } else {
-        std::fprintf(stderr,
-                     "tallywick: cannot watch %s for the host's socket, so a restarted host is reached "
-                     "on your next command only; if inotify watches ran out, raise "
-                     "fs.inotify.max_user_watches.\n",
-                     QFile::encodeName(target).constData());
+        LogLine::write("tallywick: ", LogLine::Priority::warning,
+                       "cannot watch " + target.toStdString() +
+                           " for the host's socket, so a restarted host is reached on your next command "
+                           "only; if inotify watches ran out, raise fs.inotify.max_user_watches.");
     }
 }
 

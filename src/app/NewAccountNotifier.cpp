@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <tallywick/app/AppModel.h>
+#include <tallywick/app/DataText.h>
 #include <tallywick/app/DesktopNotifications.h>
 #include <tallywick/link/ServiceIdentity.h>
 
@@ -40,7 +41,7 @@ void NewAccountNotifier::snapshotApplied() {
     QStringList lines;
     for (const Account* account : fresh) {
         lines << tr("%1 (account %2)")
-                     .arg(QString::fromStdString(account->displayName), QString::fromStdString(account->id));
+                     .arg(DataText::isolated(account->displayName), QString::fromStdString(account->id));
     }
     const QString summary = fresh.size() == 1
                                 ? tr("New agent account")

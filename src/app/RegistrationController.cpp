@@ -14,7 +14,7 @@
 #include <tallywick/app/AutostartLoginItem.h>
 #include <tallywick/app/SystemdLoginItem.h>
 #include <tallywick/link/ChildProcess.h>
-#include <tallywick/link/JournalStream.h>
+#include <tallywick/link/LogLine.h>
 #include <tallywick/link/ServiceIdentity.h>
 
 namespace tallywick::RegistrationController {
@@ -130,18 +130,9 @@ std::string hostExecutablePath() {
     return ChildProcess::siblingExecutable("tallywick-host");
 }
 
-std::string failureLine(std::string_view reason) {
-    std::string line = standardErrorIsJournal() ? "<3>" : "";
-    line += "Tallywick: LaunchAgent registration failed: ";
-    // One line, whatever the reason holds.
-    for (const char c : reason) line += (c == '\n' || c == '\r') ? ' ' : c;
-    return line + "\n";
-}
-
 void logFailure(std::string_view reason) {
-    const std::string line = failureLine(reason);
-    // One write, so that the line is not interleaved with other output.
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+    LogLine::write("", LogLine::Priority::error,
+                   "Tallywick: LaunchAgent registration failed: " + std::string(reason));
 }
 
 }  // namespace tallywick::RegistrationController

@@ -139,7 +139,7 @@ AccountHeaderView::AccountHeaderView(AppModel& model, QWidget* parent)
 
 void AccountHeaderView::setAccount(const Account& account) {
     account_ = account;
-    name_->setText(QString::fromStdString(account.displayName));
+    name_->setDataText(QString::fromStdString(account.displayName));
     id_->setTextFixingSize(QString::fromStdString(account.id));
     balance_->setBalance(account.balance);
 }

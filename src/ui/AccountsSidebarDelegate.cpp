@@ -7,6 +7,7 @@
 #include <QPainterPath>
 #include <QToolTip>
 
+#include <tallywick/app/DataText.h>
 #include <tallywick/ui/AccountsSidebarModel.h>
 #include <tallywick/ui/AppStyle.h>
 #include <tallywick/ui/SymbolIcons.h>
@@ -195,11 +196,11 @@ bool AccountsSidebarDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* vi
     // A name cut short in its row is shown whole.
     if (event->type() == QEvent::ToolTip && kindOf(index) != Kind::section) {
         const bool account = kindOf(index) == Kind::account;
-        const QString name = index.data(Qt::DisplayRole).toString();
+        const QString name = index.data(AccountsSidebarModel::NameRole).toString();
         const QFont font = AppStyle::font(account ? TextStyle::body : TextStyle::callout);
         const QRect area = account ? accountTextArea(option, index) : connectionTextArea(option);
         if (QFontMetrics(font).horizontalAdvance(name) > area.width()) {
-            QToolTip::showText(event->globalPos(), name, view, option.rect);
+            QToolTip::showText(event->globalPos(), DataText::literalRichText(name), view, option.rect);
             return true;
         }
         QToolTip::hideText();

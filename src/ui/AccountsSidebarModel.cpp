@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <tallywick/ui/AccountsSidebarModel.h>
 
+#include <tallywick/app/DataText.h>
 #include <tallywick/ui/AppStyle.h>
 #include <tallywick/ui/KeyedRowUpdate.h>
 
@@ -160,7 +161,8 @@ QVariant AccountsSidebarModel::sectionData(int section, int role) const {
 
 QVariant AccountsSidebarModel::accountData(const Account& account, int role) const {
     switch (role) {
-        case Qt::DisplayRole: return QString::fromStdString(account.displayName);
+        case Qt::DisplayRole: return DataText::isolated(account.displayName);
+        case NameRole: return QString::fromStdString(account.displayName);
         case Qt::AccessibleTextRole:
             return QStringList{QString::fromStdString(account.displayName),
                                accountData(account, SubtitleRole).toString(),
@@ -180,10 +182,13 @@ QVariant AccountsSidebarModel::accountData(const Account& account, int role) con
 QVariant AccountsSidebarModel::connectionData(const LiveConnection& connection, int role) const {
     switch (role) {
         case Qt::DisplayRole:
+            return connection.clientInfo ? DataText::isolated(connection.clientInfo->displayLabel())
+                                         : tr("connecting…");
+        case NameRole:
             return connection.clientInfo ? QString::fromStdString(connection.clientInfo->displayLabel())
                                          : tr("connecting…");
         case Qt::AccessibleTextRole:
-            return connectionData(connection, Qt::DisplayRole).toString() + QStringLiteral(", ") +
+            return connectionData(connection, NameRole).toString() + QStringLiteral(", ") +
                    connectionData(connection, SubtitleRole).toString();
         case KindRole: return static_cast<int>(RowKind::connection);
         case IdRole: return QString::fromStdString(connection.id);

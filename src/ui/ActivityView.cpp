@@ -14,6 +14,7 @@
 #include <set>
 
 #include <tallywick/app/AppModel.h>
+#include <tallywick/app/DataText.h>
 #include <tallywick/model/JsonIndent.h>
 #include <tallywick/ui/ApiLogHeaderLine.h>
 #include <tallywick/ui/ApiLogListView.h>
@@ -306,8 +307,9 @@ void ActivityView::showDetail() {
     const ApiLogEntry& entry = row->entry;
     if (entry.id == detailId_) return;
     detailId_ = entry.id;
-    QStringList header{DirectionBadge::name(entry.direction), ApiLogHeaderLine::methodText(entry)};
-    if (entry.clientLabel) header << ApiLogHeaderLine::clientText(entry);
+    QStringList header{DirectionBadge::name(entry.direction),
+                       DataText::isolated(ApiLogHeaderLine::methodText(entry))};
+    if (entry.clientLabel) header << DataText::isolated(*entry.clientLabel);
     header << ApiLogHeaderLine::timeText(entry.timestamp);
     detailHeader_->setText(header.join(QStringLiteral(" \u00B7 ")));
     // What the agent sent, laid out; as it came when it is not JSON.

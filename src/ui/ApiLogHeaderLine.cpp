@@ -8,6 +8,7 @@
 #include <QtMath>
 #include <algorithm>
 
+#include <tallywick/app/DataText.h>
 #include <tallywick/ui/AppStyle.h>
 
 namespace tallywick::ApiLogHeaderLine {
@@ -82,7 +83,9 @@ void paint(QPainter& painter, const QRect& line, const ApiLogEntry& entry, const
     static const QFont method = methodFont();
     static const QFont caption = AppStyle::font(AppStyle::TextStyle::caption);
     static const QFont caption2 = AppStyle::font(AppStyle::TextStyle::caption2);
-    const QString methodShown = methodText(entry), client = clientText(entry),
+    // The method and the label are the agent's words.
+    const QString methodShown = DataText::isolated(methodText(entry)),
+                  client = entry.clientLabel ? DataText::isolated(*entry.clientLabel) : QString(),
                   time = timeText(entry.timestamp);
 
     // The time always shows; the client's label gives way first, then the method.

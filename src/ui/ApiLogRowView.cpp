@@ -10,6 +10,7 @@
 #include <QtMath>
 #include <algorithm>
 
+#include <tallywick/app/DataText.h>
 #include <tallywick/ui/ApiLogHeaderLine.h>
 #include <tallywick/ui/ApiLogItemModel.h>
 #include <tallywick/ui/AppStyle.h>
@@ -62,7 +63,8 @@ QStringList ApiLogRowView::payloadLines(const QString& payload, bool cut, int ro
     const int width = textWidth(rowWidth);
     // Three lines hold no more characters than this, as no glyph is under 3 pixels wide.
     const qsizetype enough = 3 * (width / 3 + 1) + 1;
-    QString text = payload.left(enough);
+    // Elided whole, not in the parts Qt would read U+009C to divide it into.
+    QString text = DataText::withoutVariantSeparators(payload.left(enough));
     const bool shortened = cut || text.size() < payload.size();
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     for (QChar& c : text) {
@@ -166,7 +168,8 @@ void ApiLogRowView::paint(QPainter* painter, const QStyleOptionViewItem& option,
     const int lineHeight = QFontMetrics(AppStyle::monospacedSmall()).lineSpacing();
     QRect line(parts.payload.left(), parts.payload.top(), parts.payload.width(), lineHeight);
     for (const QString& text : lines) {
-        painter->drawText(line, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text);
+        painter->drawText(line, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                          DataText::isolated(text));
         line.translate(0, lineHeight);
     }
     painter->restore();

@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
+#include <tallywick/app/DataText.h>
 #include <tallywick/ui/StyledLabel.h>
 
 namespace tallywick {
@@ -23,20 +24,21 @@ QWidget* makeClientInfoRow(const ClientInfoField& field, QWidget* parent) {
     key->setObjectName(QStringLiteral("clientInfoKey"));
     // A key wider than its column ends in an ellipsis, and shows whole as its tooltip.
     const QString keyText = QString::fromStdString(field.key);
-    const QString shown = QFontMetrics(key->font()).elidedText(keyText, Qt::ElideRight, kKeyWidth);
+    const QString whole = DataText::isolated(keyText);
+    const QString shown = QFontMetrics(key->font()).elidedText(whole, Qt::ElideRight, kKeyWidth);
     key->setText(shown);
-    if (shown != keyText) {
-        key->setToolTip(keyText);
-        key->setAccessibleName(keyText);
-    }
+    key->setAccessibleName(keyText);
+    if (shown != whole) key->setToolTip(DataText::literalRichText(keyText));
     key->setFixedWidth(kKeyWidth);
     key->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     auto* value = new StyledLabel(TextStyle::caption, Foreground::primary, row);
     value->setObjectName(QStringLiteral("clientInfoValue"));
-    value->setText(QString::fromStdString(field.value));
+    value->setDataText(QString::fromStdString(field.value));
     value->setWordWrap(true);
     value->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    value->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    // Left whatever the text's direction: a selectable label takes its
+    // direction from the first letter, even one inside the isolation.
+    value->setAlignment(Qt::AlignLeft | Qt::AlignAbsolute | Qt::AlignTop);
 
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);

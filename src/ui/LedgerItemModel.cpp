@@ -4,6 +4,7 @@
 #include <QDateTime>
 #include <cstring>
 
+#include <tallywick/app/DataText.h>
 #include <tallywick/ui/AppStyle.h>
 #include <tallywick/ui/EntryType.h>
 #include <tallywick/ui/KeyedRowUpdate.h>
@@ -155,7 +156,7 @@ QVariant LedgerItemModel::data(const QModelIndex& index, int role) const {
     switch (role) {
         case Qt::DisplayRole:
             // An empty memo shows as a single em dash.
-            return entry.memo.empty() ? QStringLiteral("\u2014") : QString::fromStdString(entry.memo);
+            return entry.memo.empty() ? QStringLiteral("\u2014") : DataText::isolated(entry.memo);
         case Qt::AccessibleTextRole: {
             const std::string_view label = entryTypeLabel(entryTypeOf(entry));
             return QString::fromLatin1(label.data(), static_cast<qsizetype>(label.size())) +

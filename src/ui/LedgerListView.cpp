@@ -17,6 +17,7 @@
 #include <QVBoxLayout>
 
 #include <tallywick/app/AppModel.h>
+#include <tallywick/app/DataText.h>
 #include <tallywick/model/LedgerCsv.h>
 #include <tallywick/ui/AppStyle.h>
 #include <tallywick/ui/BalanceChart.h>
@@ -207,11 +208,19 @@ Result<void, std::string> LedgerListView::exportTo(const QString& path, bool sho
 void LedgerListView::askAndExport(bool shownOnly) {
     const QString path =
         QFileDialog::getSaveFileName(this, tr("Export Ledger"), tr("ledger.csv"), tr("CSV files (*.csv)"));
-    if (path.isEmpty()) return;
-    if (auto written = exportTo(path, shownOnly); !written)
-        QMessageBox::warning(this, tr("Export Ledger"),
+    if (!path.isEmpty()) exportFile(path, shownOnly);
+}
+
+void LedgerListView::exportFile(const QString& path, bool shownOnly) {
+    auto written = exportTo(path, shownOnly);
+    if (written) return;
+    QMessageBox* box =
+        DataText::messageBox(QMessageBox::Warning, tr("Export Ledger"),
                              tr("Could not write %1: %2. Choose a folder you can write to.")
-                                 .arg(path, QString::fromStdString(written.error())));
+                                 .arg(DataText::isolated(path), DataText::isolated(written.error())),
+                             this);
+    box->setObjectName(QStringLiteral("exportFailed"));
+    box->open();
 }
 
 Result<std::size_t, QString> LedgerListView::importFrom(const QString& path) {
@@ -221,16 +230,17 @@ Result<std::size_t, QString> LedgerListView::importFrom(const QString& path) {
     // Far beyond any ledger a person keeps; reading more would only exhaust memory.
     constexpr qint64 largest = qint64{512} << 20;
     if (!file.open(QIODevice::ReadOnly))
-        return fail(tr("Could not read %1: %2.").arg(path, file.errorString()));
+        return fail(tr("Could not read %1: %2.")
+                        .arg(DataText::isolated(path), DataText::isolated(file.errorString())));
     if (file.size() > largest)
         return fail(tr("%1 is larger than 512 MB, more than a ledger holds. Choose the exported CSV file.")
-                        .arg(path));
+                        .arg(DataText::isolated(path)));
     const QByteArray text = file.readAll();
     auto rows =
         LedgerCsv::read(std::string_view(text.constData(), static_cast<std::size_t>(text.size())), *account);
     if (!rows)
         return fail(tr("%1: %2. Nothing was imported; correct the file and try again.")
-                        .arg(path, QString::fromStdString(rows.error())));
+                        .arg(DataText::isolated(path), DataText::isolated(rows.error())));
     const std::size_t count = rows->size();
     if (count == 0) return count;
 
@@ -254,16 +264,14 @@ Result<std::size_t, QString> LedgerListView::importFrom(const QString& path) {
         }
         shown->deleteLater();
         if (at.failure) {
-            auto* stopped =
-                new QMessageBox(QMessageBox::Warning, tr("Import Entries"),
-                                tr("Entry %1 of %2 was refused: %3. The %4 entries before it were imported.")
-                                    .arg(static_cast<qulonglong>(at.created) + 1)
-                                    .arg(static_cast<qulonglong>(at.total))
-                                    .arg(QString::fromStdString(*at.failure))
-                                    .arg(static_cast<qulonglong>(at.created)),
-                                QMessageBox::Ok, this);
+            // The host's reason may quote the file.
+            QMessageBox* stopped = DataText::messageBox(
+                QMessageBox::Warning, tr("Import Entries"),
+                tr("Entry %1 of %2 was refused: %3. The %4 entries before it were imported.")
+                    .arg(QString::number(at.created + 1), QString::number(at.total),
+                         DataText::isolated(*at.failure), QString::number(at.created)),
+                this);
             stopped->setObjectName(QStringLiteral("importStopped"));
-            stopped->setAttribute(Qt::WA_DeleteOnClose);
             stopped->open();
         }
         return false;
@@ -274,9 +282,17 @@ Result<std::size_t, QString> LedgerListView::importFrom(const QString& path) {
 void LedgerListView::askAndImport() {
     const QString path = QFileDialog::getOpenFileName(this, tr("Import Entries"), QString(),
                                                       tr("CSV files (*.csv);;All files (*)"));
-    if (path.isEmpty()) return;
-    if (auto started = importFrom(path); !started)
-        QMessageBox::warning(this, tr("Import Entries"), started.error());
+    if (!path.isEmpty()) importFile(path);
+}
+
+void LedgerListView::importFile(const QString& path) {
+    auto started = importFrom(path);
+    if (started) return;
+    // The reason quotes the file's cells.
+    QMessageBox* box =
+        DataText::messageBox(QMessageBox::Warning, tr("Import Entries"), started.error(), this);
+    box->setObjectName(QStringLiteral("importRefused"));
+    box->open();
 }
 
 void LedgerListView::showCount() {

@@ -10,6 +10,7 @@
 #include <QRegularExpression>
 #include <QToolTip>
 
+#include <tallywick/app/DataText.h>
 #include <tallywick/ui/AppStyle.h>
 #include <tallywick/ui/EntryType.h>
 #include <tallywick/ui/LedgerItemModel.h>
@@ -79,12 +80,6 @@ QColor amountColorOf(const QModelIndex& index, const QPalette& palette) {
 }
 
 }  // namespace
-
-QString LedgerRowDelegate::memoToolTip(const QString& memo) {
-    // Rich text, so that the tip wraps instead of running off the screen.
-    return QStringLiteral("<p style=\"white-space:pre-wrap\">") + memo.toHtmlEscaped() +
-           QStringLiteral("</p>");
-}
 
 QString LedgerRowDelegate::dateText(const QDateTime& when) {
     static const QString format = abbreviatedFormat();
@@ -276,7 +271,8 @@ bool LedgerRowDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
         const QString memo = index.data(LedgerItemModel::MemoRole).toString();
         const QFontMetrics metrics(AppStyle::font(TextStyle::body));
         if (metrics.horizontalAdvance(memo) > textArea(option.rect, index).width()) {
-            QToolTip::showText(event->globalPos(), memoToolTip(memo), view, view->visualRect(index));
+            QToolTip::showText(event->globalPos(), DataText::literalRichText(memo), view,
+                               view->visualRect(index));
             return true;
         }
     }

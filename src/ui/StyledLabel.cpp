@@ -3,6 +3,8 @@
 
 #include <QEvent>
 
+#include <tallywick/app/DataText.h>
+
 namespace tallywick {
 
 StyledLabel::StyledLabel(const QFont& font, AppStyle::Tint tint, QWidget* parent)
@@ -28,6 +30,11 @@ void StyledLabel::setTextFixingSize(const QString& text) {
     setText(text);
     const QSize needed = sizeHint();
     if (needed != maximumSize()) setFixedSize(needed);
+}
+
+void StyledLabel::setDataText(const QString& text) {
+    setText(DataText::isolated(text));
+    setAccessibleName(text);
 }
 
 void StyledLabel::changeEvent(QEvent* event) {

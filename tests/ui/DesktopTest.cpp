@@ -22,13 +22,16 @@
 #include <chrono>
 #include <future>
 
+#include <tallywick/app/DataText.h>
 #include <tallywick/app/DesktopColorScheme.h>
+#include <tallywick/app/DesktopNotifications.h>
 #include <tallywick/app/PlaceholderRootView.h>
 #include <tallywick/app/TallywickApp.h>
 #include <tallywick/app/WindowInstance.h>
 #include <tallywick/ui/AppStyle.h>
 
 #include "RecordsWindow.h"
+#include "support/HostileCorpus.h"
 
 using namespace tallywick;
 using namespace std::chrono_literals;
@@ -184,9 +187,12 @@ public:
     }
 
     std::vector<Sent> sent;
+    bool markup = true;
 
 public slots:
-    QStringList GetCapabilities() { return {"actions", "body", "body-markup"}; }
+    QStringList GetCapabilities() {
+        return markup ? QStringList{"actions", "body", "body-markup"} : QStringList{"actions", "body"};
+    }
     uint Notify(const QString& appName, uint /*replacesId*/, const QString& appIcon, const QString& summary,
                 const QString& body, const QStringList& actions, const QVariantMap& hints, int /*timeout*/) {
         sent.push_back({appName, appIcon, summary, body, actions, hints});
@@ -382,7 +388,7 @@ private slots:
                                          "org.freedesktop.Notifications", kNotificationsPath,
                                          "org.freedesktop.Notifications", "GetCapabilities"));
         QTRY_VERIFY(flush.isFinished());
-        QCOMPARE(server.sent.size(), std::size_t{1});
+        QTRY_COMPARE(server.sent.size(), std::size_t{1});
         const auto& sent = server.sent.front();
         const QString entry = QString::fromStdString(buildIdentity().appIdentifier);
         QCOMPARE(sent.appName, entry);
@@ -390,8 +396,8 @@ private slots:
         QCOMPARE(sent.hints.value("desktop-entry").toString(), entry);
         QCOMPARE(sent.summary, QStringLiteral("New agent account"));
         // The server reads markup, and the name is the agent's own.
-        QCOMPARE(sent.body,
-                 QStringLiteral("Fresh &amp; &lt;new&gt; (account %1)").arg(QString::fromStdString(fresh)));
+        QCOMPARE(sent.body, QStringLiteral("\u2068Fresh &amp; &lt;new&gt;\u2069 (account %1)")
+                                .arg(QString::fromStdString(fresh)));
         QCOMPARE(sent.actions, QStringList({"default", "Show"}));
 
         QVERIFY(records.model().selectedAccountID() != fresh);
@@ -400,6 +406,31 @@ private slots:
         QTRY_VERIFY(window.isActiveWindow());
         QCOMPARE(qgetenv("XDG_ACTIVATION_TOKEN"), QByteArray("token-5"));
         qunsetenv("XDG_ACTIVATION_TOKEN");
+    }
+
+    // The body is escaped for the server that shows it, asked each time: one
+    // that reads markup starts after the notifier, then one that does not
+    // takes its place. Agents' text never reaches the first as markup.
+    void notificationBodyFollowsTheServerThatShowsIt() {
+        PrivateBus bus;
+        if (!bus.start()) QSKIP("dbus-daemon is not installed or did not start");
+        DesktopNotifications notifier(bus.connect("early-app"), "tallywick-test");
+        for (const bool markup : {true, false}) {
+            const QString name = markup ? "markup-server" : "plain-server";
+            NotificationServer server;
+            server.markup = markup;
+            QVERIFY(server.serve(bus.connect(name)));
+            for (const auto& hostile : test::hostileCorpus())
+                notifier.show("New agent account", QString::fromStdString(hostile.text), "key");
+            QTRY_COMPARE(server.sent.size(), test::hostileCorpus().size());
+            for (std::size_t i = 0; i < server.sent.size(); ++i) {
+                QString body = QString::fromStdString(test::hostileCorpus()[i].text);
+                body.replace(QChar(0), QChar(QChar::ReplacementCharacter));
+                QCOMPARE(server.sent[i].body, markup ? body.toHtmlEscaped() : body);
+                QCOMPARE(server.sent[i].summary, QString("New agent account"));
+            }
+            QDBusConnection::disconnectFromBus(name);
+        }
     }
 
     // No portal on the bus, or no bus at all: light, without a word.

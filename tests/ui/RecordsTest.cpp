@@ -24,6 +24,7 @@
 #include <QTranslator>
 
 #include <tallywick/app/AppTranslations.h>
+#include <tallywick/app/DataText.h>
 #include <tallywick/host/LedgerStore.h>
 #include <tallywick/ui/AccountDetailView.h>
 #include <tallywick/ui/AccountHeaderView.h>
@@ -177,7 +178,7 @@ private slots:
         QStringList names;
         for (int row = 0; row < items.rowCount(connections); ++row) {
             const QModelIndex index = items.index(row, 0, connections);
-            names << index.data().toString();
+            names << index.data(AccountsSidebarModel::NameRole).toString();
             QCOMPARE(index.data(AccountsSidebarModel::SubtitleRole).toString(),
                      items.connectionAt(index)->authenticated ? QString("authenticated")
                                                               : QString("unauthenticated"));
@@ -220,7 +221,9 @@ private slots:
                                  kPatience);
         QVERIFY(sidebar.selectionModel()->isSelected(items.indexOfAccount(beta)));
         QCOMPARE(*w.model().selectedAccountID(), beta);
-        QCOMPARE(items.indexOfAccount(w.account("100% alpha %1")->id).data().toString(),
+        QCOMPARE(items.indexOfAccount(w.account("100% alpha %1")->id)
+                     .data(AccountsSidebarModel::NameRole)
+                     .toString(),
                  QString("100% alpha %1"));
 
         // Unselected, each balance is drawn in its colour at the row's trailing end.
@@ -260,14 +263,16 @@ private slots:
 
         QTest::keyClicks(filter, "ALP");
         QCOMPARE(items.rowCount(accounts), 1);
-        QCOMPARE(items.index(0, 0, accounts).data().toString(), QString("alpha"));
+        QCOMPARE(items.index(0, 0, accounts).data(AccountsSidebarModel::NameRole).toString(),
+                 QString("alpha"));
         QCOMPARE(items.rowCount(connections), 2);
         QVERIFY(sidebar.selectionModel()->selectedIndexes().isEmpty());
         QCOMPARE(*w.model().selectedAccountID(), beta);
 
         filter->setText(QString::fromStdString(beta).toLower());
         QCOMPARE(items.rowCount(accounts), 1);
-        QCOMPARE(items.index(0, 0, accounts).data().toString(), QString("beta"));
+        QCOMPARE(items.index(0, 0, accounts).data(AccountsSidebarModel::NameRole).toString(),
+                 QString("beta"));
         QVERIFY(sidebar.selectionModel()->isSelected(items.indexOfAccount(beta)));
 
         // An account that arrives while filtered out waits for the filter to go.
@@ -537,8 +542,8 @@ private slots:
         w.window().resize(MainWindow::minimumContentSize);
 
         QLabel* longKey = loaded->findChildren<QLabel*>("clientInfoKey")[0];
-        QVERIFY(longKey->text().endsWith(QChar(0x2026)));
-        QCOMPARE(longKey->toolTip(), QString("anUnusuallyLongClientInformationKey"));
+        QVERIFY(longKey->text().endsWith(QString::fromUtf8("\u2026\u2069")));
+        QCOMPARE(longKey->toolTip(), DataText::literalRichText(u"anUnusuallyLongClientInformationKey"));
         QVERIFY(QFontMetrics(longKey->font()).horizontalAdvance(longKey->text()) <= longKey->width());
 
         AccountsSidebar& sidebar = w.sidebar();
@@ -546,7 +551,7 @@ private slots:
         QHelpEvent help(QEvent::ToolTip, row.center(), sidebar.viewport()->mapToGlobal(row.center()));
         QApplication::sendEvent(sidebar.viewport(), &help);
         QTRY_VERIFY(QToolTip::isVisible());
-        QCOMPARE(QToolTip::text(), text(longName));
+        QCOMPARE(QToolTip::text(), DataText::literalRichText(text(longName)));
         QToolTip::hideText();
     }
 
@@ -554,7 +559,7 @@ private slots:
         RecordsWindow w;
         QVERIFY(w.openWithAgent("alpha", R"(,"vendor":"Acme Labs")"));
         const Account account = w.model().accounts()[0];
-        QCOMPARE(w.find<QLabel>("accountName")->text(), QString("alpha"));
+        QCOMPARE(w.find<QLabel>("accountName")->text(), DataText::isolated("alpha"));
         QCOMPARE(w.find<QLabel>("accountId")->text(), text(account.id));
         auto* balance = w.find<AccountBalanceView>("accountBalance");
         QCOMPARE(balance->balanceText(), QString::number(account.balance));
@@ -563,7 +568,7 @@ private slots:
         // One row per reported field, in order; the hint takes no room.
         auto keys = w.window().findChildren<QLabel*>("clientInfoKey");
         QCOMPARE(keys.size(), static_cast<qsizetype>(account.clientInfoFields->size()));
-        QCOMPARE(keys[0]->text(), text((*account.clientInfoFields)[0].key));
+        QCOMPARE(keys[0]->text(), DataText::isolated((*account.clientInfoFields)[0].key));
         QVERIFY(!w.find<QLabel>("clientInfoHint")->isVisible());
 
         // Without fields only the hint shows; the balance colour follows its sign.
@@ -939,7 +944,7 @@ private slots:
         QHelpEvent help(QEvent::ToolTip, over, list.viewport()->mapToGlobal(over));
         QApplication::sendEvent(list.viewport(), &help);
         QTRY_VERIFY(QToolTip::isVisible());
-        QCOMPARE(QToolTip::text(), LedgerRowDelegate::memoToolTip(memo));
+        QCOMPARE(QToolTip::text(), DataText::literalRichText(memo));
         QToolTip::hideText();
 
         // The rename field holds a name of the same length.
@@ -965,7 +970,7 @@ private slots:
         QTest::keyClick(sheet->nameField(), Qt::Key_Return);
         QTRY_VERIFY(!header->renameSheet());
         QTRY_VERIFY_WITH_TIMEOUT(w.account("  Alpha 100%  "), kPatience);
-        QCOMPARE(w.find<QLabel>("accountName")->text(), QString("  Alpha 100%  "));
+        QCOMPARE(w.find<QLabel>("accountName")->text(), DataText::isolated("  Alpha 100%  "));
 
         // Escape cancels; an empty or blank name is sent too, and the host keeps the old one.
         sheet = open();
@@ -1007,7 +1012,7 @@ private slots:
         header->deleteConfirmation()->findChild<QPushButton*>("confirmDeleteButton")->click();
         QVERIFY(w.waitForAccounts(1));
         QTRY_COMPARE(*w.model().selectedAccountID(), second);
-        QCOMPARE(w.find<QLabel>("accountName")->text(), QString("beta"));
+        QCOMPARE(w.find<QLabel>("accountName")->text(), DataText::isolated("beta"));
         QVERIFY(w.sidebar().selectionModel()->isSelected(w.sidebar().items().indexOfAccount(second)));
         QVERIFY(!w.account("alpha") && first != second);
 
@@ -1043,7 +1048,7 @@ private slots:
                                  kPatience);
         QCOMPARE(list.indexAt(QPoint(1, 1)).data(LedgerItemModel::IdRole).toString(), top);
         QCOMPARE(list.currentIndex().data(LedgerItemModel::IdRole).toString(), focusedId);
-        QCOMPARE(list.model()->index(0, 0).data().toString(), QString("newest"));
+        QCOMPARE(list.model()->index(0, 0).data(LedgerItemModel::MemoRole).toString(), QString("newest"));
     }
 
     // Under a German locale the window speaks German, through the translation

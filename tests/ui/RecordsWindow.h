@@ -7,6 +7,8 @@
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QComboBox>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QTableView>
@@ -40,6 +42,14 @@ inline std::string initializeLine(const std::string& name, const std::string& ex
     return R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-11-25",)"
            R"("capabilities":{},"clientInfo":{"name":")" +
            name + R"(","version":"1.0")" + extra + "}}}";
+}
+
+// The handshake of an agent that says `clientInfo` of itself, whatever its texts hold.
+inline std::string initializeLine(const QJsonObject& clientInfo) {
+    const QJsonObject params{
+        {"protocolVersion", "2025-11-25"}, {"capabilities", QJsonObject()}, {"clientInfo", clientInfo}};
+    const QJsonObject call{{"jsonrpc", "2.0"}, {"id", 1}, {"method", "initialize"}, {"params", params}};
+    return QJsonDocument(call).toJson(QJsonDocument::Compact).toStdString();
 }
 
 inline std::string signUpLine(const std::string& displayName) {

@@ -7,6 +7,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStyle>
+#include <QTabWidget>
 #include <QToolButton>
 
 #include <tallywick/host/LedgerStore.h>
@@ -17,6 +18,7 @@
 
 #include "PaneShots.h"
 #include "RecordsWindow.h"
+#include "support/HostileCorpus.h"
 
 using namespace tallywick;
 using namespace tallywick::testing;
@@ -120,6 +122,46 @@ private slots:
             model.setSelectedAccountID(std::nullopt);
             save(&w.window(), "no-selection-" + scheme);
             model.setSelectedAccountID(claude);
+        }
+        QApplication::setPalette(light);
+    }
+
+    // An agent whose title, client information and memos are the hostile
+    // corpus, beside agents with right-to-left and markup titles: all of it
+    // reads as the characters it is, and nothing moves the text around it.
+    void hostileAgentInLightAndDark() {
+        RecordsWindow w;
+        QVERIFY(w.open());
+        const auto text = [](const char* name) { return QString::fromStdString(test::hostileText(name)); };
+        QJsonObject info{{"name", "hostile"}, {"version", "1.0"}, {"title", text("localImage")}};
+        for (const auto& hostile : test::hostileCorpus())
+            info.insert(QString::fromStdString(hostile.name), QString::fromStdString(hostile.text));
+        QVERIFY(w.connectWith(initializeLine(info)));
+        for (const char* name : {"rightToLeftText", "rightToLeftOverride", "richText", "link"})
+            QVERIFY(w.connectWith(initializeLine(QJsonObject{{"name", name}, {"title", text(name)}})));
+        QVERIFY(w.waitForAccounts(5));
+        const std::string hostile = w.account(test::hostileText("localImage"))->id;
+        for (const auto& memo : test::hostileCorpus())
+            w.model().createEntry({.accountId = hostile,
+                                   .kind = TransactionKind::credit,
+                                   .flag = LedgerFlag::none,
+                                   .amount = 5,
+                                   .memo = memo.text});
+        w.model().setSelectedAccountID(hostile);
+        QVERIFY(w.waitForEntries(test::hostileCorpus().size() + 1));
+        w.window().resize(1100, 1500);
+        auto* panes = w.find<QTabWidget>("rootView");
+        const QPalette light = QApplication::style()->standardPalette();
+        for (const auto& [scheme, palette] :
+             {std::pair{QString("light"), light}, std::pair{QString("dark"), AppStyle::darkPalette()}}) {
+            QApplication::setPalette(palette);
+            QVERIFY(saveShot(w.window(), "hostile-records-" + scheme));
+            w.model().setSelectedAccountID(w.account(test::hostileText("rightToLeftText"))->id);
+            QVERIFY(saveShot(w.window(), "hostile-right-to-left-name-" + scheme));
+            w.model().setSelectedAccountID(hostile);
+            panes->setCurrentIndex(1);
+            QVERIFY(saveShot(w.window(), "hostile-activity-" + scheme));
+            panes->setCurrentIndex(0);
         }
         QApplication::setPalette(light);
     }

@@ -8,6 +8,7 @@
 #include <limits>
 #include <list>
 
+#include <tallywick/app/DataText.h>
 #include <tallywick/ui/AccountsSidebarModel.h>
 #include <tallywick/ui/AmountText.h>
 #include <tallywick/ui/AppStyle.h>
@@ -141,7 +142,7 @@ private slots:
         auto edited = ledger("abc");
         edited[1].memo = "edited";
         show(edited);
-        QCOMPARE(b.data().toString(), QString("edited"));
+        QCOMPARE(b.data().toString(), DataText::isolated("edited"));
         QCOMPARE(b.row(), 1);
 
         // A middle too large to match key by key is replaced as a block; head and tail stay.
@@ -176,10 +177,10 @@ private slots:
         QCOMPARE(model.rowCount(accounts), 2);
         QCOMPARE(connections.data().toString(), QString("Live Connections (2)"));
         QCOMPARE(model.index(0, 0, connections).data().toString(), QString::fromUtf8("connecting\u2026"));
-        QCOMPARE(model.index(1, 0, connections).data().toString(), QString("T"));
+        QCOMPARE(model.index(1, 0, connections).data().toString(), DataText::isolated("T"));
         QCOMPARE(model.index(1, 0, connections).data(AccountsSidebarModel::SubtitleRole).toString(),
                  QString("authenticated"));
-        QCOMPARE(model.index(0, 0, accounts).data().toString(), QString("Alpha %1"));
+        QCOMPARE(model.index(0, 0, accounts).data().toString(), DataText::isolated("Alpha %1"));
         // A screen reader hears what the row shows: name, mode, connection state, balance.
         QCOMPARE(model.index(1, 0, accounts).data(Qt::AccessibleTextRole).toString(),
                  QString("Beta, credential, not connected, -7"));

@@ -21,8 +21,10 @@ public:
     // per-application settings (mute, banners) apply to it.
     DesktopNotifications(QDBusConnection bus, QString desktopEntry, QObject* parent = nullptr);
 
-    // Shows a notification; clicking it emits `clicked` with `key`. `body` is
-    // plain text: it is escaped for a server that reads markup.
+    // Shows a notification; clicking it emits `clicked` with `key`.
+    // `summary` is the application's own words, which servers show as they
+    // are; `body` is plain text, escaped for a server that reads markup (a
+    // NUL, which D-Bus cannot carry, arrives as U+FFFD).
     void show(const QString& summary, const QString& body, const QString& key);
 
 signals:
@@ -36,9 +38,10 @@ private slots:
     void notificationClosed(uint id, uint reason);
 
 private:
+    void notify(const QString& server, const QString& summary, const QString& body, const QString& key);
+
     QDBusConnection bus_;
     QString desktopEntry_;
-    bool bodyMarkup_ = false;
     // The server's ids of the notifications still shown, to their keys; the
     // signals are broadcast to every client, so others' ids are not ours.
     QHash<uint, QString> keys_;

@@ -59,9 +59,7 @@ std::vector<std::string> unblockCommands(const LoginItem& item);
 // The host executable beside this program's own.
 std::string hostExecutablePath();
 
-// The diagnostic line for a failed registration, with the journal's error
-// priority in front when standard error is the journal.
-std::string failureLine(std::string_view reason);
+// The one diagnostic line for a failed registration, at the error priority.
 void logFailure(std::string_view reason);
 
 }  // namespace tallywick::RegistrationController

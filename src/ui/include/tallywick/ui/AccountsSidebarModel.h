@@ -27,6 +27,7 @@ public:
         SubtitleRole,                 // the second line
         BalanceRole,                  // accounts: qlonglong
         ConnectedRole,                // accounts: isConnected; connections: authenticated
+        NameRole,                     // the first line as it is; the display role shows it isolated
     };
     static constexpr int accountsSection = 0;
     static constexpr int connectionsSection = 1;

@@ -59,6 +59,10 @@ public:
     // Reads a CSV file whole and, when every row is good, starts creating its
     // entries in the selected account; gives how many, or what is wrong.
     Result<std::size_t, QString> importFrom(const QString& path);
+    // As the CSV menu does once a file is chosen: what goes wrong is told in
+    // a message box ("exportFailed", "importRefused").
+    void exportFile(const QString& path, bool shownOnly);
+    void importFile(const QString& path);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

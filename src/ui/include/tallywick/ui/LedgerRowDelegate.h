@@ -33,8 +33,6 @@ public:
     static QRect badgeRect(const QRect& row);
     // The date and time of an entry as rows show it, in the user's locale.
     static QString dateText(const QDateTime& when);
-    // The tooltip of a row whose memo does not fit: the memo, whole.
-    static QString memoToolTip(const QString& memo);
 
     // The view reports a press here (presses do not reach delegates); a
     // release on the same button of the same row is a click.

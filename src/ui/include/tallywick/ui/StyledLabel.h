@@ -22,6 +22,9 @@ public:
     // when the text needs another: a new count or status then repaints the
     // label alone instead of laying out the whole window again.
     void setTextFixingSize(const QString& text);
+    // Shows text from outside the window (a name, a client's field) isolated,
+    // see DataText; assistive tools read it as it is, without the marks.
+    void setDataText(const QString& text);
     // The colour the text is drawn in now.
     QColor textColor() const { return palette().color(QPalette::WindowText); }
 
