@@ -326,8 +326,8 @@
         <translation>Notizen durchsuchen</translation>
     </message>
     <message>
-        <source>Transactions (%1 of %2)</source>
-        <translation>Buchungen (%1 von %2)</translation>
+        <source>%1 shown</source>
+        <translation>%1 angezeigt</translation>
     </message>
     <message>
         <source>Transactions</source>
@@ -529,6 +529,17 @@
     <message>
         <source>Settings</source>
         <translation>Einstellungen</translation>
+    </message>
+</context>
+<context>
+    <name>tallywick::StyledLabel</name>
+    <message>
+        <source>Copy</source>
+        <translation>Kopieren</translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation>Alles auswählen</translation>
     </message>
 </context>
 </TS>

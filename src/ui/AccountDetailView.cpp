@@ -20,6 +20,9 @@ AccountDetailView::AccountDetailView(AppModel& model, QWidget* parent)
     scroller_->setFrameShape(QFrame::NoFrame);
     scroller_->setWidgetResizable(true);
     scroller_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // Not a stop of its own for Tab, where it could show no focus: it
+    // scrolls to whichever of its controls takes the focus.
+    scroller_->setFocusPolicy(Qt::NoFocus);
     scroller_->viewport()->setAutoFillBackground(false);
     scroller_->setWidget(loaded_);
     loaded_->setAutoFillBackground(false);

@@ -75,12 +75,26 @@ void AccountsSidebar::drawRow(QPainter* painter, const QStyleOptionViewItem& opt
     itemDelegate()->paint(painter, row, index);
 }
 
+QModelIndex AccountsSidebar::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) {
+    // Home and End go to the first and the last account: the section titles take no selection.
+    if (action == MoveHome || action == MoveEnd) {
+        const QModelIndex accounts = items_->sectionIndex(0);
+        if (const int count = items_->rowCount(accounts); count > 0)
+            return items_->index(action == MoveHome ? 0 : count - 1, 0, accounts);
+    }
+    return QTreeView::moveCursor(action, modifiers);
+}
+
 void AccountsSidebar::setFilter(const QString& text) {
     following_ = true;
     items_->setFilter(text);
     following_ = false;
-    // A selected account filtered out stays selected in the model, shown again with it.
+    // A selected account filtered out stays selected in the model, shown
+    // again with it, and in view once the filter is cleared.
     showSelectionOfModel();
+    if (const auto& selected = model_.selectedAccountID()) {
+        if (const QModelIndex row = items_->indexOfAccount(*selected); row.isValid()) scrollTo(row);
+    }
 }
 
 void AccountsSidebar::showSelectionOfModel() {

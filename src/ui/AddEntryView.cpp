@@ -4,6 +4,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QHBoxLayout>
+#include <QLineEdit>
 #include <QPainter>
 #include <QPainterPath>
 #include <QShortcut>
@@ -24,6 +25,8 @@ AddEntryView::AddEntryView(AppModel& model, QWidget* parent)
     setObjectName(QStringLiteral("addEntryView"));
     add_->setObjectName(QStringLiteral("addButton"));
     add_->setAutoDefault(false);
+    // Room around its word in any language, not only the style's thin margin.
+    add_->setMinimumWidth(add_->fontMetrics().horizontalAdvance(add_->text()) + 32);
 
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(10, 10, 10, 10);
@@ -59,9 +62,12 @@ void AddEntryView::add() {
                         .flag = flagOf(type),
                         .amount = AmountText::amountToSend(type, fields_->amountText()),
                         .memo = std::string(memo.constData(), static_cast<std::size_t>(memo.size()))});
-    // Cleared now, whatever the host later answers.
+    // Cleared now, whatever the host later answers. Add goes disabled with
+    // the fields empty and would hand the focus on to whatever comes next:
+    // the next entry starts in Amount instead.
     fields_->setAmountText({});
     fields_->setMemo({});
+    fields_->amountField()->setFocus(Qt::OtherFocusReason);
 }
 
 void AddEntryView::paintEvent(QPaintEvent*) {

@@ -40,6 +40,7 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
       items_(new LedgerItemModel(this)),
       rows_(new LedgerRowDelegate(this)),
       search_(new TextField(this)),
+      shownCount_(new StyledLabel(AppStyle::TextStyle::caption, AppStyle::Foreground::secondary, this)),
       chart_(new BalanceChart),
       chartToggle_(new QToolButton(this)) {
     setObjectName(QStringLiteral("ledgerListView"));
@@ -83,11 +84,15 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     cardLayout->setContentsMargins(2, 6, 2, 6);
     cardLayout->addWidget(list_);
 
-    // Finding entries: the five types as toggles, then the memo search.
+    // Finding entries: the memo search and the files beside the header, the
+    // five types as toggles on a line of their own below, so that even the
+    // smallest window in a wordy language has room for all of them.
     auto* tools = new QHBoxLayout;
     tools->setSpacing(4);
     tools->addWidget(header_);
     tools->addStretch(1);
+    auto* types = new QHBoxLayout;
+    types->setSpacing(4);
     for (std::size_t i = 0; i < allEntryTypes.size(); ++i) {
         const EntryType type = allEntryTypes[i];
         auto* toggle = new QToolButton(this);
@@ -100,7 +105,7 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
         toggle->setToolTip(tr("Show %1 entries").arg(toggle->text()));
         connect(toggle, &QToolButton::toggled, this, &LedgerListView::applyFilter);
         typeToggles_[i] = toggle;
-        tools->addWidget(toggle);
+        types->addWidget(toggle);
     }
     search_->setObjectName(QStringLiteral("ledgerSearch"));
     search_->setPlaceholderText(tr("Search memos"));
@@ -108,12 +113,17 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     search_->setClearButtonEnabled(true);
     search_->clearOnEscape();
     search_->setMaximumWidth(240);
+    // The placeholder shows whole in any language: room for it, the frame and the clear button.
+    search_->setMinimumWidth(search_->fontMetrics().horizontalAdvance(search_->placeholderText()) + 44);
     connect(search_, &QLineEdit::textChanged, this, &LedgerListView::applyFilter);
     auto* find = new QShortcut(QKeySequence::Find, this);
     connect(find, &QShortcut::activated, this, [this] {
         search_->setFocus(Qt::ShortcutFocusReason);
         search_->selectAll();
     });
+    shownCount_->setObjectName(QStringLiteral("shownCount"));
+    shownCount_->hide();
+    tools->addWidget(shownCount_);
     tools->addWidget(search_);
     // The ledger as a file, out and in, in one menu: the header row is narrow in a small window.
     auto* files = new QToolButton(this);
@@ -152,6 +162,8 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(6);
     column->addLayout(tools);
+    types->addStretch(1);
+    column->addLayout(types);
     column->addWidget(chartCard);
     column->addWidget(card, 1);
 
@@ -165,6 +177,15 @@ LedgerListView::LedgerListView(AppModel& model, QWidget* parent)
         if (const LedgerEntry* entry = items_->entryAt(index)) model_.deleteEntry(entry->id);
     });
     connect(list_, &LedgerTableView::menuRequested, this, &LedgerListView::openRowMenu);
+    // Tab goes as the eye does: the search, the file menu, the chart, the toggles below, then the rows.
+    QWidget* previous = search_;
+    for (QWidget* next : {static_cast<QWidget*>(files), static_cast<QWidget*>(chartToggle_),
+                          static_cast<QWidget*>(typeToggles_[0]), static_cast<QWidget*>(typeToggles_[1]),
+                          static_cast<QWidget*>(typeToggles_[2]), static_cast<QWidget*>(typeToggles_[3]),
+                          static_cast<QWidget*>(typeToggles_[4]), static_cast<QWidget*>(list_)}) {
+        setTabOrder(previous, next);
+        previous = next;
+    }
     // Held until the next call: a list that outlives the view.
     static const std::vector<LedgerEntry> none;
     setEntries(none);
@@ -296,12 +317,11 @@ void LedgerListView::importFile(const QString& path) {
 }
 
 void LedgerListView::showCount() {
-    const auto total = static_cast<qulonglong>(items_->totalCount());
-    if (items_->filter().showsAll())
-        header_->setTextFixingSize(tr("Transactions (%1)").arg(total));
-    else
-        header_->setTextFixingSize(
-            tr("Transactions (%1 of %2)").arg(static_cast<qulonglong>(items_->rowCount())).arg(total));
+    // The header counts the account's entries whatever is shown; what the
+    // search leaves is said beside it.
+    header_->setTextFixingSize(tr("Transactions (%1)").arg(static_cast<qulonglong>(items_->totalCount())));
+    shownCount_->setVisible(!items_->filter().showsAll());
+    shownCount_->setText(tr("%1 shown").arg(static_cast<qulonglong>(items_->rowCount())));
 }
 
 QMenu* LedgerListView::rowMenu() const {

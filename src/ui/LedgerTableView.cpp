@@ -235,6 +235,12 @@ void LedgerTableView::keyPressEvent(QKeyEvent* event) {
     event->accept();
 }
 
+QModelIndex LedgerTableView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) {
+    // One column of rows: Home and End go to the first and the last, as in any list.
+    if (action == MoveHome || action == MoveEnd) modifiers |= Qt::ControlModifier;
+    return QTableView::moveCursor(action, modifiers);
+}
+
 void LedgerTableView::contextMenuEvent(QContextMenuEvent* event) {
     QModelIndex index = currentIndex();
     QPoint where = event->globalPos();

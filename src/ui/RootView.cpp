@@ -3,6 +3,7 @@
 
 #include <QAction>
 #include <QHBoxLayout>
+#include <QShortcut>
 #include <QToolBar>
 
 #include <tallywick/ui/ActivityView.h>
@@ -22,6 +23,21 @@ RootView::RootView(AppModel& model, QWidget* parent) : QTabWidget(parent), recor
     addTab(makeActivityView(model), SymbolIcons::icon("waveform.path.ecg", tint), tr("Activity"));
     addTab(makeSettingsPaneView(model), SymbolIcons::icon("gearshape", tint), tr("Settings"));
     setCurrentIndex(0);
+    // The panes switch from anywhere: a list or a field that has the focus
+    // would otherwise keep Ctrl+Tab or Ctrl+PageDown for itself.
+    const std::pair<QKeySequence, int> steps[] = {
+        {QKeySequence(Qt::CTRL | Qt::Key_Tab), 1},
+        {QKeySequence(Qt::CTRL | Qt::Key_PageDown), 1},
+        {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab), -1},
+        {QKeySequence(Qt::CTRL | Qt::Key_Backtab), -1},
+        {QKeySequence(Qt::CTRL | Qt::Key_PageUp), -1},
+    };
+    for (const auto& [keys, by] : steps) {
+        auto* shortcut = new QShortcut(keys, this);
+        shortcut->setContext(Qt::WindowShortcut);
+        connect(shortcut, &QShortcut::activated, this,
+                [this, by = by] { setCurrentIndex((currentIndex() + by + count()) % count()); });
+    }
 }
 
 QWidget* makeRootView(AppModel& model, QMainWindow& window) {

@@ -22,6 +22,9 @@ SettingsPaneView::SettingsPaneView(AppModel& model, RegistrationController::Logi
     setFrameShape(QFrame::NoFrame);
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // Not a stop of its own for Tab, where it could show no focus: it
+    // scrolls to whichever of its controls takes the focus.
+    setFocusPolicy(Qt::NoFocus);
 
     auto* form = new QWidget;
     form->setObjectName(QStringLiteral("settingsForm"));

@@ -156,6 +156,11 @@ private slots:
              {std::pair{QString("light"), light}, std::pair{QString("dark"), AppStyle::darkPalette()}}) {
             QApplication::setPalette(palette);
             QVERIFY(saveShot(w.window(), "hostile-records-" + scheme));
+            // The longest texts at the smallest window: everything wraps inside it.
+            w.window().resize(900, 600);
+            QVERIFY(QTest::qWaitFor([&] { return w.window().width() == 900; }));
+            QVERIFY(saveShot(w.window(), "hostile-smallest-" + scheme));
+            w.window().resize(1100, 1500);
             w.model().setSelectedAccountID(w.account(test::hostileText("rightToLeftText"))->id);
             QVERIFY(saveShot(w.window(), "hostile-right-to-left-name-" + scheme));
             w.model().setSelectedAccountID(hostile);

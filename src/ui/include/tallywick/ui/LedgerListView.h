@@ -80,6 +80,7 @@ private:
     LedgerItemModel* items_;
     LedgerRowDelegate* rows_;
     TextField* search_;
+    StyledLabel* shownCount_;  // how many the search and toggles leave, beside the search
     BalanceChart* chart_;
     QToolButton* chartToggle_;
     std::array<QToolButton*, 5> typeToggles_{};

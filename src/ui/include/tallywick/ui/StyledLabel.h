@@ -23,18 +23,26 @@ public:
     // label alone instead of laying out the whole window again.
     void setTextFixingSize(const QString& text);
     // Shows text from outside the window (a name, a client's field) isolated,
-    // see DataText; assistive tools read it as it is, without the marks.
+    // see DataText; assistive tools read it as it is, without the marks. A
+    // word too long for any column may break anywhere when the label wraps,
+    // and a copy gives the text as it is, without the marks or the breaks.
     void setDataText(const QString& text);
     // The colour the text is drawn in now.
     QColor textColor() const { return palette().color(QPalette::WindowText); }
 
 protected:
     void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
     void applyTint();
 
+    // What a copy of the selection gives: the data text itself when all of it is selected.
+    QString copiedText() const;
+
     AppStyle::Tint tint_;
+    QString data_;  // the text of setDataText, as it came
     bool applying_ = false;
 };
 
