@@ -75,12 +75,12 @@ void StyledLabel::setDataText(const QString& text) {
 }
 
 QString StyledLabel::copiedText() const {
-    const QString selected = selectedText();
+    QString selected = selectedText();
     if (data_.isNull() || selected.isEmpty()) return selected;
     if (selectionStart() == 0 && selected.size() == text().size()) return data_;
     // Part of it: what the window added goes again.
     static const QRegularExpression added(QStringLiteral("[\\x{200B}\\x{2068}\\x{2069}]"));
-    return QString(selected).remove(added);
+    return selected.remove(added);
 }
 
 void StyledLabel::keyPressEvent(QKeyEvent* event) {
