@@ -27,6 +27,12 @@ NewAccountSettingsSection::NewAccountSettingsSection(AppModel& model, QWidget* p
     showPoints(model_.settings().startingPoints);
 }
 
+NewAccountSettingsSection::~NewAccountSettingsSection() {
+    // The field still holding the focus loses it while the widgets go, and
+    // would finish its editing into a section that is no longer there.
+    field_->disconnect(this);
+}
+
 void NewAccountSettingsSection::commit() {
     bool whole = false;
     const qlonglong points = QLocale().toLongLong(field_->text().trimmed(), &whole);

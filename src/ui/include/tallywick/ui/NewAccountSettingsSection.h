@@ -21,6 +21,7 @@ public:
     static constexpr int fieldWidth = 120;
 
     explicit NewAccountSettingsSection(AppModel& model, QWidget* parent = nullptr);
+    ~NewAccountSettingsSection() override;
 
     QLineEdit& field() const { return *field_; }
 
