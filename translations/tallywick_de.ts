@@ -108,62 +108,6 @@
         <source>Live API Activity (%1)</source>
         <translation>Live-API-Aktivität (%1)</translation>
     </message>
-    <message>
-        <source>All agents</source>
-        <translation>Alle Agenten</translation>
-    </message>
-    <message>
-        <source>Agent</source>
-        <translation>Agent</translation>
-    </message>
-    <message>
-        <source>All directions</source>
-        <translation>Alle Richtungen</translation>
-    </message>
-    <message>
-        <source>Direction</source>
-        <translation>Richtung</translation>
-    </message>
-    <message>
-        <source>All methods</source>
-        <translation>Alle Methoden</translation>
-    </message>
-    <message>
-        <source>Method</source>
-        <translation>Methode</translation>
-    </message>
-    <message>
-        <source>Pause</source>
-        <translation>Anhalten</translation>
-    </message>
-    <message>
-        <source>Jump to newest</source>
-        <translation>Zum Neuesten</translation>
-    </message>
-    <message>
-        <source>Hold the list still; new records are counted meanwhile</source>
-        <translation>Die Liste anhalten; neue Einträge werden weiter gezählt</translation>
-    </message>
-    <message>
-        <source>Scroll to the newest record</source>
-        <translation>Zum neuesten Eintrag scrollen</translation>
-    </message>
-    <message>
-        <source>Payload</source>
-        <translation>Nutzdaten</translation>
-    </message>
-    <message>
-        <source>Paused, %1 new</source>
-        <translation>Angehalten, %1 neu</translation>
-    </message>
-    <message>
-        <source>Resume</source>
-        <translation>Fortsetzen</translation>
-    </message>
-    <message>
-        <source>Live API Activity (%1 of %2)</source>
-        <translation>Live-API-Aktivität (%1 von %2)</translation>
-    </message>
 </context>
 <context>
     <name>tallywick::AddEntryView</name>

@@ -47,10 +47,7 @@ void paintHighlight(QPainter& painter, const QStyleOptionViewItem& option) {
     if (!selected && !hovered) return;
     QColor fill;
     if (selected) {
-        const bool focused = option.state & QStyle::State_HasFocus;
-        fill = focused ? option.palette.color(QPalette::Highlight)
-                       : AppStyle::foreground(option.palette, Foreground::primary);
-        fill.setAlphaF(focused ? 0.26 : 0.11);
+        fill = AppStyle::selectionFill(option.palette, option.state & QStyle::State_HasFocus);
     } else {
         fill = AppStyle::foreground(option.palette, Foreground::primary);
         fill.setAlphaF(0.05);
@@ -61,6 +58,9 @@ void paintHighlight(QPainter& painter, const QStyleOptionViewItem& option) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(fill);
     painter.drawRoundedRect(area, 6, 6);
+    // The row the keys act on shows it, beyond the fill.
+    if (selected && (option.state & QStyle::State_HasFocus))
+        AppStyle::paintFocusRing(painter, area, option.palette, 6);
 }
 
 // Two lines, the second smaller and dimmer, centred as a block in `area`.

@@ -49,6 +49,16 @@ void drawText(QPainter& painter, const QRect& area, const QFont& font, const QCo
     painter.drawText(area, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, shown);
 }
 
+// The line is one line, whatever breaks the agent's text holds.
+QString oneLine(QString text) {
+    for (QChar& c : text) {
+        if (c.direction() == QChar::DirB || c == QChar::LineSeparator || c == QLatin1Char('\v') ||
+            c == QLatin1Char('\f'))
+            c = QLatin1Char(' ');
+    }
+    return text;
+}
+
 }  // namespace
 
 QString methodText(const ApiLogEntry& entry) {
@@ -57,6 +67,14 @@ QString methodText(const ApiLogEntry& entry) {
 
 QString clientText(const ApiLogEntry& entry) {
     return entry.clientLabel ? QString::fromStdString(*entry.clientLabel) : QString();
+}
+
+QString methodShown(const ApiLogEntry& entry) {
+    return DataText::isolated(oneLine(methodText(entry)));
+}
+
+QString clientShown(const ApiLogEntry& entry) {
+    return entry.clientLabel ? DataText::isolated(oneLine(clientText(entry))) : QString();
 }
 
 QString timeText(Date when) {
@@ -83,21 +101,18 @@ void paint(QPainter& painter, const QRect& line, const ApiLogEntry& entry, const
     static const QFont method = methodFont();
     static const QFont caption = AppStyle::font(AppStyle::TextStyle::caption);
     static const QFont caption2 = AppStyle::font(AppStyle::TextStyle::caption2);
-    // The method and the label are the agent's words.
-    const QString methodShown = DataText::isolated(methodText(entry)),
-                  client = entry.clientLabel ? DataText::isolated(*entry.clientLabel) : QString(),
+    const QString methodLine = methodShown(entry), client = clientShown(entry),
                   time = timeText(entry.timestamp);
 
     // The time always shows; the client's label gives way first, then the method.
     const int timeWidth = advance(caption2, time);
     const int room = std::max(0, line.width() - timeWidth - spacing);
-    const int methodWidth = std::min(advance(method, methodShown), room);
+    const int methodWidth = std::min(advance(method, methodLine), room);
     const int clientWidth = std::min(advance(caption, client), std::max(0, room - methodWidth - spacing));
 
     QRect area = line;
     area.setWidth(methodWidth);
-    drawText(painter, area, method, AppStyle::foreground(palette, AppStyle::Foreground::primary),
-             methodShown);
+    drawText(painter, area, method, AppStyle::foreground(palette, AppStyle::Foreground::primary), methodLine);
     area.translate(methodWidth + spacing, 0);
     area.setWidth(clientWidth);
     drawText(painter, area, caption, AppStyle::foreground(palette, AppStyle::Foreground::secondary), client);

@@ -2,6 +2,7 @@
 #include <tallywick/ui/ApiLogItemModel.h>
 
 #include <QDateTime>
+#include <optional>
 #include <string_view>
 #include <unordered_set>
 
@@ -35,19 +36,10 @@ ApiLogItemModel::Row ApiLogItemModel::makeRow(const ApiLogEntry& entry) {
     return row;
 }
 
-bool ApiLogItemModel::Filter::admits(const ApiLogEntry& entry) const {
-    const auto matches = [](const std::optional<std::string>& wanted,
-                            const std::optional<std::string>& text) { return !wanted || wanted == text; };
-    return (!direction || entry.direction == *direction) && matches(agent, entry.clientLabel) &&
-           matches(method, entry.method);
-}
-
-void ApiLogItemModel::follow(const std::vector<ApiLogEntry>& log, const Filter& filter) {
+void ApiLogItemModel::follow(const std::vector<ApiLogEntry>& log) {
     Shown shown;
     shown.reserve(log.size());
-    for (const ApiLogEntry& entry : log) {
-        if (filter.admits(entry)) shown.push_back(&entry);
-    }
+    for (const ApiLogEntry& entry : log) shown.push_back(&entry);
     if (followShift(shown)) return;
     if (followReplacement(shown)) return;
     reshapeRowsByKey(
@@ -150,9 +142,8 @@ QVariant ApiLogItemModel::data(const QModelIndex& index, int role) const {
 }
 
 Qt::ItemFlags ApiLogItemModel::flags(const QModelIndex& index) const {
-    // Rows can be selected, so that their payloads can be copied; nothing is edited.
-    return rowAt(index) ? Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren
-                        : Qt::NoItemFlags;
+    // Only the payloads' text is selected, inside a row; rows themselves are not.
+    return rowAt(index) ? Qt::ItemIsEnabled | Qt::ItemNeverHasChildren : Qt::NoItemFlags;
 }
 
 }  // namespace tallywick

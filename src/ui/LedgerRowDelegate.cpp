@@ -136,9 +136,9 @@ void LedgerRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     }
     // The row the keys act on, while the list has the focus.
     if (option.state & QStyle::State_HasFocus) {
-        QColor tint = palette.color(QPalette::Highlight);
+        QColor tint = AppStyle::focusColor(palette);
         tint.setAlphaF(0.12);
-        painter->setPen(QPen(palette.color(QPalette::Highlight), 2));
+        painter->setPen(QPen(AppStyle::focusColor(palette), 2));
         painter->setBrush(tint);
         painter->drawRoundedRect(QRectF(row).adjusted(3, 2, -3, -2), 6, 6);
     }
@@ -155,10 +155,8 @@ void LedgerRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     const auto type = static_cast<EntryType>(index.data(LedgerItemModel::EntryTypeRole).toInt());
     const QColor typeColor = entryTypeColor(type, palette);
     const QRect badge = badgeRect(row);
-    QColor fill = typeColor;
-    fill.setAlphaF(0.18);
     painter->setPen(Qt::NoPen);
-    painter->setBrush(fill);
+    painter->setBrush(AppStyle::badgeFill(typeColor));
     painter->drawRoundedRect(QRectF(badge), badge.height() / 2.0, badge.height() / 2.0);
     painter->setFont(badgeFont());
     painter->setPen(typeColor);

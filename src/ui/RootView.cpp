@@ -9,6 +9,7 @@
 #include <tallywick/ui/ActivityView.h>
 #include <tallywick/ui/AppStyle.h>
 #include <tallywick/ui/ConnectionStatusView.h>
+#include <tallywick/ui/ControlStyle.h>
 #include <tallywick/ui/RecordsView.h>
 #include <tallywick/ui/SettingsPaneView.h>
 #include <tallywick/ui/SymbolIcons.h>
@@ -41,6 +42,8 @@ RootView::RootView(AppModel& model, QWidget* parent) : QTabWidget(parent), recor
 }
 
 QWidget* makeRootView(AppModel& model, QMainWindow& window) {
+    // Plain control edges and focus rings for every window of the application.
+    ControlStyle::install();
     window.setWindowTitle(QStringLiteral("Tallywick"));
     auto* root = new RootView(model);
 

@@ -57,13 +57,8 @@ void SettingsToggle::paintEvent(QPaintEvent*) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(trackColor);
     painter.drawRoundedRect(track, radius, radius);
-    if (hasFocus()) {
-        QColor ring = colours.color(QPalette::Highlight);
-        ring.setAlphaF(0.5);
-        painter.setPen(QPen(ring, 2));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(track.adjusted(-1.5, -1.5, 1.5, 1.5), radius + 1.5, radius + 1.5);
-    }
+    if (hasFocus())
+        AppStyle::paintFocusRing(painter, track.adjusted(-1.5, -1.5, 1.5, 1.5), colours, radius + 1.5);
 
     const qreal knob = track.height() - 4;
     const QPointF knobTopLeft(isChecked() ? track.right() - 2 - knob : track.left() + 2, track.top() + 2);

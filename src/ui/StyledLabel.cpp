@@ -48,6 +48,9 @@ StyledLabel::StyledLabel(const QFont& font, AppStyle::Tint tint, QWidget* parent
     setFont(font);
     // Data is shown as it is: never read as rich text.
     setTextFormat(Qt::PlainText);
+    // The tinted role, wherever the label sits: inside a toolbar Qt would
+    // otherwise draw it in the button text colour, undimmed.
+    setForegroundRole(QPalette::WindowText);
     applyTint();
 }
 

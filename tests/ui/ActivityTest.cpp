@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: MIT
 // The Activity pane against a real host: agents' messages arrive as rows
-// at the top, one insert and one removal per message, and each row shows
-// which way its message went, what it was and when.
+// at the top, one insert and one removal per message, each row shows which
+// way its message went, what it was and when, and its payload's text can be
+// selected and copied.
 #include <time.h>
 
 #include <QClipboard>
-#include <QComboBox>
 #include <QElapsedTimer>
 #include <QLabel>
-#include <QPlainTextEdit>
-#include <QScrollBar>
 #include <QSignalSpy>
 #include <QStyle>
-#include <QToolButton>
 #include <atomic>
+
+#include <tallywick/app/DataText.h>
 
 #include <tallywick/ui/ActivityView.h>
 #include <tallywick/ui/ApiLogHeaderLine.h>
@@ -43,6 +42,19 @@ std::string toolLine(int id, const std::string& tool, const std::string& argumen
 const std::string kTenLinePing =
     "{\n  \"jsonrpc\": \"2.0\",\n  \"id\": 42,\n  \"method\": \"ping\",\n  \"params\": {\n"
     "    \"a\": 1,\n    \"b\": 2,\n    \"c\": 3\n  }\n}";
+
+// Whether the area of the widget shows the highlight of selected text.
+bool showsHighlight(QWidget& widget, const QRect& area) {
+    const QImage image = widget.grab(area).toImage();
+    const QPalette palette = widget.palette();
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            for (const auto group : {QPalette::Active, QPalette::Inactive})
+                if (image.pixel(x, y) == palette.color(group, QPalette::Highlight).rgb()) return true;
+        }
+    }
+    return false;
+}
 
 // Counts the paints a widget gets.
 class PaintCounter : public QObject {
@@ -85,11 +97,6 @@ public:
     bool waitForConnections(std::size_t count) {
         return QTest::qWaitFor([&] { return model().connections().size() == count; }, kPatience);
     }
-    QStringList column(int role) {
-        QStringList values;
-        for (int row = 0; row < items().rowCount(); ++row) values << items().index(row).data(role).toString();
-        return values;
-    }
     int rowWhere(int role, const QVariant& value) {
         for (int row = 0; row < items().rowCount(); ++row) {
             if (items().index(row).data(role) == value) return row;
@@ -130,6 +137,13 @@ private slots:
     void messagesArriveAtTheTopAndTheCountFollows() {
         ActivityWindow w;
         QVERIFY(w.openOnActivity());
+        // The pane is its title over the list: nothing else to read, click or focus.
+        ActivityView& pane = w.pane();
+        QCOMPARE(pane.findChildren<QLabel*>(), QList<QLabel*>{&pane.title()});
+        for (QWidget* child : pane.findChildren<QWidget*>()) {
+            if (child != &pane.list() && !pane.list().isAncestorOf(child))
+                QVERIFY2(child->focusPolicy() == Qt::NoFocus, child->metaObject()->className());
+        }
         QCOMPARE(w.title(), QString("Live API Activity (0)"));
         QCOMPARE(w.items().rowCount(), 0);
 
@@ -177,7 +191,7 @@ private slots:
         ActivityWindow w;
         QVERIFY(w.openOnActivity());
         AgentLink agent(w.host().socketPath());
-        QVERIFY(agent.send(initializeLine("beta", R"(,"title":"Beta Bot")")));
+        QVERIFY(agent.send(initializeLine("beta", R"(,"title":"Beta\nBot")")));
         QVERIFY(agent.send(R"({"jsonrpc":"2.0","method":"notifications/initialized"})"));
         QVERIFY(agent.send(kTenLinePing));
         QVERIFY(w.waitForRows(5));
@@ -206,35 +220,52 @@ private slots:
         const ApiLogEntry& answer = w.model().apiLog()[static_cast<std::size_t>(response)];
         QVERIFY(!answer.method);
         QCOMPARE(ApiLogHeaderLine::methodText(answer), QString::fromUtf8("\u2014"));
-        QCOMPARE(ApiLogHeaderLine::clientText(answer), QString("Beta Bot"));
+        // A title over two lines still makes a header of one.
+        QCOMPARE(ApiLogHeaderLine::clientText(answer), QString("Beta\nBot"));
+        QCOMPARE(ApiLogHeaderLine::clientShown(answer), DataText::isolated(QString("Beta Bot")));
 
         // Ten lines of payload: three show, the third cut with an ellipsis; a one-liner is one line.
-        const int width = list.viewport()->width();
-        const QStringList shown =
-            ApiLogRowView::payloadLines(QString::fromStdString(kTenLinePing), false, width);
-        QCOMPARE(shown,
-                 QStringList({"{", "  \"jsonrpc\": \"2.0\",", QString::fromUtf8("  \"id\": 42,\u2026")}));
-        QCOMPARE(list.visualRect(w.items().index(tenLines)).height(), ApiLogRowView::rowHeight(3));
+        const QModelIndex row = w.items().index(tenLines);
+        const QRect rect = list.visualRect(row);
+        const QString ping = QString::fromStdString(kTenLinePing);
+        const ApiLogRowView::Payload shown = ApiLogRowView::payload(ping, false, rect.width());
+        QCOMPARE(shown.text(), QString::fromUtf8("{\n  \"jsonrpc\": \"2.0\",\n  \"id\": 42,\u2026"));
+        QCOMPARE(rect.height(), ApiLogRowView::rowHeight(3));
         QCOMPARE(list.visualRect(w.items().index(request)).height(), ApiLogRowView::rowHeight(1));
         // A long single line wraps onto three and is cut in the third.
-        const QStringList wrapped = ApiLogRowView::payloadLines(QString(4000, 'x'), false, width);
+        const QStringList wrapped = ApiLogRowView::payload(QString(4000, 'x'), false, rect.width()).lines;
         QCOMPARE(wrapped.size(), 3);
         QVERIFY(wrapped[2].endsWith(QChar(0x2026)));
         QCOMPARE(wrapped[0].size(), wrapped[1].size());
 
-        // Selected with the keyboard, the whole payload is copied.
-        list.setFocus();
-        list.setCurrentIndex(w.items().index(0));
-        for (int row = 0; row < tenLines; ++row) QTest::keyClick(&list, Qt::Key_Down);
-        QVERIFY(list.selectionModel()->isRowSelected(tenLines, {}));
-        QApplication::clipboard()->clear();
-        QTest::keySequence(&list, QKeySequence::Copy);
-        QCOMPARE(QApplication::clipboard()->text(), QString::fromStdString(kTenLinePing));
-        QTest::keyClick(&list, Qt::Key_Up, Qt::ShiftModifier);
-        QTest::keySequence(&list, QKeySequence::Copy);
-        QCOMPARE(QApplication::clipboard()->text(),
-                 w.items().index(tenLines - 1).data(ApiLogItemModel::PayloadRole).toString() + "\n" +
-                     QString::fromStdString(kTenLinePing));
+        // Dragged over, double or triple clicked, the payload's text is
+        // selected, drawn so, and copied as the agent sent it; through the
+        // ellipsis, to the payload's end.
+        struct Pick {
+            qsizetype from, to;
+            int clicks;
+            QString copied;
+        };
+        const QString afterId = ping.mid(ping.indexOf("\": 42"));
+        for (const auto& [from, to, clicks, copied] :
+             {Pick{5, 12, 1, "jsonrpc"}, Pick{12, 27, 1, "\": \"2.0\",\n  \"id"}, Pick{27, 34, 1, afterId},
+              Pick{34, 0, 1, ping}, Pick{8, 8, 2, "jsonrpc"}, Pick{8, 8, 3, ping}}) {
+            const QPoint start = ApiLogRowView::pointAt(shown, rect, from);
+            const QPoint end = ApiLogRowView::pointAt(shown, rect, to);
+            QApplication::clipboard()->clear();
+            list.rows().setSelection({});
+            if (clicks > 1) QTest::mouseDClick(list.viewport(), Qt::LeftButton, {}, start);
+            if (clicks != 2) QTest::mousePress(list.viewport(), Qt::LeftButton, {}, start);
+            QTest::mouseMove(list.viewport(), end);
+            QTest::mouseRelease(list.viewport(), Qt::LeftButton, {}, end);
+            QTest::keySequence(&list, QKeySequence::Copy);
+            QCOMPARE(QApplication::clipboard()->text(), copied);
+            QVERIFY(showsHighlight(*list.viewport(), rect));
+        }
+        // A click beside the payload lets go of the selection.
+        QTest::mouseClick(list.viewport(), Qt::LeftButton, {},
+                          ApiLogRowView::geometry(rect, 3).header.center());
+        QVERIFY(list.selectedText().isEmpty());
     }
 
     void burstRepaintsAtTheFrameRateAndEndsCurrent() {
@@ -245,13 +276,13 @@ private slots:
         IoThread agentIo;
         auto agent =
             LinkConnection::connect(agentIo.context(), w.host().socketPath(), tallywickHostRequirement());
-        agent->start({.onCall = [](std::uint64_t, const std::string&, std::string) { return false; },
-                      .onMessage = [](const std::string&, std::string) {},
+        agent->start({.onCall = [](std::uint64_t, const std::string&, const std::string&) { return false; },
+                      .onMessage = [](const std::string&, const std::string&) {},
                       .onInterrupted = [](const std::string&) {},
                       .onInvalidated = [](const std::string&) {}});
         std::atomic<int> answered = 0;
         agent->call(
-            "handleAgentMessage", pingLine(0), [&](std::string) { ++answered; },
+            "handleAgentMessage", pingLine(0), [&](const std::string&) { ++answered; },
             [&](const LinkFailure&) { ++answered; });
         QVERIFY(w.waitForConnections(1));
         QVERIFY(w.waitForRows(2));
@@ -264,12 +295,13 @@ private slots:
         clock.start();
         for (int i = 0; i < pings; ++i) {
             agent->call(
-                "handleAgentMessage", pingLine(i), [&](std::string) { ++answered; },
+                "handleAgentMessage", pingLine(i), [&](const std::string&) { ++answered; },
                 [&](const LinkFailure&) { ++answered; });
             if (i % perBatch == perBatch - 1) QTest::qWait(10);
         }
         // The agent's answers may overtake the host's events to the application.
-        QVERIFY(QTest::qWaitFor([&] { return inserted.size() >= 2 * pings && w.current(); }, kPatience));
+        QVERIFY(QTest::qWaitFor([&] { return inserted.size() >= qsizetype{2} * pings && w.current(); },
+                                kPatience));
         const qint64 elapsed = clock.elapsed();
         agent->close();
 
@@ -288,109 +320,6 @@ private slots:
         QCOMPARE(answered.load(), pings);
         QVERIFY(w.current());
         QCOMPARE(w.title(), QString("Live API Activity (500)"));
-    }
-
-    void filtersNarrowByAgentDirectionAndMethod() {
-        ActivityWindow w;
-        QVERIFY(w.openOnActivity());
-        ActivityView& pane = w.pane();
-        AgentLink alpha(w.host().socketPath()), beta(w.host().socketPath());
-        QVERIFY(alpha.send(initializeLine("alpha")));
-        QVERIFY(beta.send(initializeLine("beta")));
-        QVERIFY(alpha.send(pingLine(2)));
-        QVERIFY(beta.send(toolLine(3, "getBalance", "{}")));
-        QVERIFY(w.waitForRows(8));
-
-        // What the log holds is on offer.
-        const auto choices = [](const QComboBox& box) {
-            QStringList texts;
-            for (int i = 0; i < box.count(); ++i) texts << box.itemText(i);
-            return texts;
-        };
-        QCOMPARE(choices(pane.agentChoice()), QStringList({"All agents", "alpha", "beta"}));
-        QCOMPARE(choices(pane.methodChoice()),
-                 QStringList({"All methods", "initialize", "ping", "tools/call"}));
-
-        // beta's records once it was known: the handshake's answer and the tool call both ways.
-        pane.agentChoice().setCurrentText("beta");
-        QCOMPARE(w.column(ApiLogItemModel::ClientLabelRole), QStringList({"beta", "beta", "beta"}));
-        QCOMPARE(w.title(), QString("Live API Activity (3 of 8)"));
-        pane.directionChoice().setCurrentText("Request");
-        QCOMPARE(w.column(ApiLogItemModel::MethodRole), QStringList({"tools/call"}));
-
-        // The choice holds for what arrives: beta's request comes in, alpha's stays out.
-        QVERIFY(alpha.send(toolLine(4, "getBalance", "{}")));
-        QVERIFY(beta.send(pingLine(5)));
-        QTRY_COMPARE_WITH_TIMEOUT(w.title(), QString("Live API Activity (2 of 12)"), kPatience);
-        QCOMPARE(w.column(ApiLogItemModel::MethodRole), QStringList({"ping", "tools/call"}));
-
-        pane.agentChoice().setCurrentIndex(0);
-        pane.directionChoice().setCurrentIndex(0);
-        pane.methodChoice().setCurrentText("ping");
-        QCOMPARE(w.column(ApiLogItemModel::ClientLabelRole), QStringList({"beta", "alpha"}));
-        pane.methodChoice().setCurrentIndex(0);
-        QVERIFY(w.current());
-        QCOMPARE(w.title(), QString("Live API Activity (12)"));
-    }
-
-    void pausedListHoldsStillWhileArrivalsAreCounted() {
-        ActivityWindow w;
-        QVERIFY(w.openOnActivity());
-        ActivityView& pane = w.pane();
-        AgentLink agent(w.host().socketPath());
-        QVERIFY(agent.send(initializeLine("alpha")));
-        QVERIFY(w.waitForRows(2));
-
-        pane.pauseToggle().click();
-        QCOMPARE(pane.pausedNote().text(), QString("Paused, 0 new"));
-        QVERIFY(agent.send(pingLine(2)));
-        QVERIFY(agent.send(pingLine(3)));
-        QTRY_COMPARE_WITH_TIMEOUT(pane.pausedNote().text(), QString("Paused, 4 new"), kPatience);
-        QCOMPARE(w.items().rowCount(), 2);
-        QCOMPARE(w.title(), QString("Live API Activity (2)"));
-
-        // While paused a filter narrows the held list and the count alike.
-        pane.directionChoice().setCurrentText("Request");
-        QCOMPARE(w.column(ApiLogItemModel::MethodRole), QStringList({"initialize"}));
-        QCOMPARE(pane.pausedNote().text(), QString("Paused, 2 new"));
-        pane.directionChoice().setCurrentIndex(0);
-
-        pane.pauseToggle().click();
-        QVERIFY(!pane.pausedNote().isVisible());
-        QVERIFY(w.current());
-        QCOMPARE(w.items().rowCount(), 6);
-    }
-
-    void selectedRecordShowsWholeAndJumpReturnsToTheNewest() {
-        ActivityWindow w;
-        QVERIFY(w.openOnActivity());
-        ActivityView& pane = w.pane();
-        ApiLogListView& list = pane.list();
-        AgentLink agent(w.host().socketPath());
-        QVERIFY(agent.send(initializeLine("alpha")));
-        QVERIFY(agent.send(toolLine(2, "getHistory", R"({"limit":5})")));
-        QVERIFY(w.waitForRows(4));
-        QVERIFY(!pane.detail().isVisible());
-
-        list.setCurrentIndex(w.items().index(w.rowWhere(ApiLogItemModel::MethodRole, "tools/call")));
-        QVERIFY(pane.detail().isVisible());
-        QCOMPARE(pane.detailText().toPlainText(),
-                 QString("{\n  \"jsonrpc\": \"2.0\",\n  \"id\": 2,\n  \"method\": \"tools/call\",\n"
-                         "  \"params\": {\n    \"name\": \"getHistory\",\n    \"arguments\": {\n"
-                         "      \"limit\": 5\n    }\n  }\n}"));
-        // Two records have no one payload to show.
-        list.selectionModel()->select(w.items().index(0), QItemSelectionModel::Select);
-        QVERIFY(!pane.detail().isVisible());
-        list.clearSelection();
-
-        for (int id = 3; id < 23; ++id) QVERIFY(agent.send(pingLine(id)));
-        QVERIFY(w.waitForRows(44));
-        QVERIFY(!pane.jumpToNewest().isVisible());
-        list.verticalScrollBar()->setValue(list.verticalScrollBar()->maximum());
-        QVERIFY(pane.jumpToNewest().isVisible());
-        pane.jumpToNewest().click();
-        QCOMPARE(list.verticalScrollBar()->value(), 0);
-        QVERIFY(!pane.jumpToNewest().isVisible());
     }
 
     void screenshotsInLightAndDark() {
@@ -419,14 +348,17 @@ private slots:
             return true;
         };
         QVERIFY(shoot("activity"));
-        // One agent's records, held still, one of them opened.
-        w.pane().agentChoice().setCurrentText("Claude Code");
-        w.pane().pauseToggle().click();
-        QVERIFY(cursor.send(pingLine(8)));
-        QVERIFY(claude.send(pingLine(9)));
-        QTRY_COMPARE_WITH_TIMEOUT(w.pane().pausedNote().text(), QString("Paused, 2 new"), kPatience);
-        w.pane().list().setCurrentIndex(w.items().index(1));
-        QVERIFY(shoot("activity-tools"));
+        // Part of a payload selected.
+        ApiLogListView& list = w.pane().list();
+        const QModelIndex row =
+            w.items().index(w.rowWhere(ApiLogItemModel::PayloadRole, QString::fromStdString(kTenLinePing)));
+        const QRect rect = list.visualRect(row);
+        const auto shown =
+            ApiLogRowView::payload(row.data(ApiLogItemModel::PayloadRole).toString(), false, rect.width());
+        QTest::mousePress(list.viewport(), Qt::LeftButton, {}, ApiLogRowView::pointAt(shown, rect, 5));
+        QTest::mouseMove(list.viewport(), ApiLogRowView::pointAt(shown, rect, 27));
+        QTest::mouseRelease(list.viewport(), Qt::LeftButton, {}, ApiLogRowView::pointAt(shown, rect, 27));
+        QVERIFY(shoot("activity-selection"));
     }
 };
 

@@ -12,8 +12,8 @@
 
 #include <tallywick/app/DataText.h>
 #include <tallywick/ui/ActivityView.h>
+#include <tallywick/ui/ApiLogHeaderLine.h>
 #include <tallywick/ui/ApiLogItemModel.h>
-#include <tallywick/ui/ApiLogListView.h>
 
 #include "RecordsWindow.h"
 #include "support/HostileCorpus.h"
@@ -139,16 +139,15 @@ private slots:
         }
         QVERIFY(tips > 0);
 
-        auto& activity = *w.window().findChild<ActivityView*>();
-        QAbstractItemModel& log = *activity.list().model();
+        // The activity rows' header lines: each label one line, isolated.
+        const ApiLogItemModel& log = w.window().findChild<ActivityView*>()->items();
         int labelled = 0;
         for (int i = 0; i < log.rowCount(); ++i) {
-            const QString client = log.index(i, 0).data(ApiLogItemModel::ClientLabelRole).toString();
-            if (client.isEmpty()) continue;
-            activity.list().selectionModel()->select(log.index(i, 0), QItemSelectionModel::ClearAndSelect);
-            const QString header = activity.findChild<QLabel*>("activityDetailHeader")->text();
-            QVERIFY2(header.contains(DataText::isolated(client)) && !header.isRightToLeft(),
-                     qPrintable(client));
+            const ApiLogEntry& entry = log.rowAt(log.index(i))->entry;
+            if (!entry.clientLabel) continue;
+            const QString shown = ApiLogHeaderLine::clientShown(entry);
+            QVERIFY2(isolated(shown) && !shown.contains(QRegularExpression("[\\n\\r\\x{2028}\\x{2029}]")),
+                     entry.clientLabel->c_str());
             ++labelled;
         }
         QVERIFY(labelled > 0);

@@ -19,6 +19,10 @@ inline constexpr int spacing = 8;
 QString methodText(const ApiLogEntry& entry);
 // The client's label, or nothing.
 QString clientText(const ApiLogEntry& entry);
+// The method and the client's label as the line draws them: on one line,
+// each break a space, and isolated as all agent text is.
+QString methodShown(const ApiLogEntry& entry);
+QString clientShown(const ApiLogEntry& entry);
 // The time of day without the date, in the standard time style of the
 // user's locale: hours, minutes and seconds, in the local time zone.
 QString timeText(Date when);

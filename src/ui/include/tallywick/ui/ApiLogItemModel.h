@@ -2,8 +2,6 @@
 #pragma once
 
 #include <QString>
-#include <optional>
-#include <string>
 #include <vector>
 
 #include <tallywick/protocol/ApiLogEntry.h>
@@ -38,23 +36,11 @@ public:
         mutable int payloadLines = 1;
     };
 
-    // Which records are rows: all by default. Agents are told apart by the
-    // label the rows show; records without one show only while no agent is chosen.
-    struct Filter {
-        std::optional<std::string> agent{};
-        std::optional<Direction> direction{};
-        std::optional<std::string> method{};
-
-        bool admits(const ApiLogEntry& entry) const;
-        bool isEmpty() const { return !agent && !direction && !method; }
-        friend bool operator==(const Filter&, const Filter&) = default;
-    };
-
     explicit ApiLogItemModel(QObject* parent = nullptr);
 
-    // Brings the rows to the records of `log` the filter admits. Records are
-    // matched by identifier alone: the host never changes a record it has logged.
-    void follow(const std::vector<ApiLogEntry>& log, const Filter& filter);
+    // Brings the rows to the records of `log`. Records are matched by
+    // identifier alone: the host never changes a record it has logged.
+    void follow(const std::vector<ApiLogEntry>& log);
 
     const Row* rowAt(const QModelIndex& index) const;
 

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <functional>
 
+class QPainter;
+class QRectF;
 class QWidget;
 
 // The one table of colours, fonts and number formats of every view. Colours
@@ -30,9 +32,34 @@ QColor noteColor(const QPalette& palette = QGuiApplication::palette());
 QColor connectedColor(const QPalette& palette = QGuiApplication::palette());
 QColor disconnectedColor(const QPalette& palette = QGuiApplication::palette());
 
-// Levels of the normal text colour, from full to barely there.
+// Levels of the normal text colour, from full to barely there. Secondary and
+// tertiary are opaque greys that keep text legible (4.5:1 and more) on every
+// surface the palette paints: window, fields, buttons and selected rows;
+// quaternary is a faint tint for fills and hairlines, never for text.
 enum class Foreground { primary, secondary, tertiary, quaternary };
 QColor foreground(const QPalette& palette, Foreground level);
+
+// The WCAG 2 contrast ratio of two colours, from 1 to 21 (alpha is ignored).
+double contrast(const QColor& first, const QColor& second);
+
+// The edge of text fields, combo boxes, buttons and check boxes: 3:1 or more
+// against the window and the field it bounds.
+QColor controlBorder(const QPalette& palette);
+// The keyboard focus mark: the accent, kept 3:1 or more against the window and the fields.
+QColor focusColor(const QPalette& palette);
+// A 2 px focus ring just inside `area`, with a line of the field colour
+// inside it so that it also reads on a filled (accent) button.
+void paintFocusRing(QPainter& painter, const QRectF& area, const QPalette& palette, qreal radius = 3);
+
+// The translucent fill of a selected sidebar row, the accent while the list
+// has the focus; text keeps its colours on it.
+QColor selectionFill(const QPalette& palette, bool focused);
+// The faint capsule behind an entry type's label, drawn in `typeColor`.
+QColor badgeFill(const QColor& typeColor);
+
+// The palette with its accent darkened where needed so that selected text
+// (HighlightedText) reads at 4.5:1 on it, and placeholders at the tertiary level.
+QPalette legiblePalette(QPalette palette);
 
 // Picks a colour from the palette it is drawn with.
 using Tint = std::function<QColor(const QPalette&)>;
