@@ -151,14 +151,13 @@ Result<std::vector<NewLedgerEntry>, std::string> read(std::string_view text, con
             if (!number) return fail(where + "sequence: '" + row[*sequence] + "' is not a whole number");
             order = *number;
         }
-        entries.push_back({order,
-                           {.accountId = accountId,
-                            .kind = *parsedKind,
-                            .flag = *parsedFlag,
-                            .amount = *parsedAmount,
-                            .memo = quotedMemo && row[*memo].starts_with('\'')
-                                        ? row[*memo].substr(1)
-                                        : row[*memo]}});
+        entries.push_back(
+            {order,
+             {.accountId = accountId,
+              .kind = *parsedKind,
+              .flag = *parsedFlag,
+              .amount = *parsedAmount,
+              .memo = quotedMemo && row[*memo].starts_with('\'') ? row[*memo].substr(1) : row[*memo]}});
     }
     std::stable_sort(entries.begin(), entries.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
