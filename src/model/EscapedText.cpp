@@ -64,53 +64,60 @@ void append(std::string& out, const char* format, unsigned value) {
     out += escape;
 }
 
-}  // namespace
-
-std::string of(std::string_view text) {
+// `text` with each code point passed to `write(out, value, bytes)`, which
+// appends it escaped or as it stands, and each byte that starts no UTF-8
+// sequence passed to `invalid(out, byte)`.
+template <class Write, class Invalid>
+std::string rewrite(std::string_view text, Write write, Invalid invalid) {
     std::string out;
     out.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
         const CodePoint c = decode(text, at);
         if (c.length == 0) {
-            append(out, "\\x%02x", static_cast<unsigned char>(text[at]));
+            invalid(out, static_cast<unsigned char>(text[at]));
             ++at;
-            continue;
+        } else {
+            write(out, c.value, text.substr(at, c.length));
+            at += c.length;
         }
-        switch (c.value) {
-            case '\\': out += "\\\\"; break;
-            case '\n': out += "\\n"; break;
-            case '\r': out += "\\r"; break;
-            case '\t': out += "\\t"; break;
-            default:
-                if (c.value < 0x20 || c.value == 0x7F)
-                    append(out, "\\x%02x", static_cast<unsigned>(c.value));
-                else if (isActive(c.value))
-                    append(out, "\\u%04x", static_cast<unsigned>(c.value));
-                else
-                    out.append(text.substr(at, c.length));
-        }
-        at += c.length;
     }
     return out;
 }
 
+}  // namespace
+
+std::string of(std::string_view text) {
+    return rewrite(
+        text,
+        [](std::string& out, char32_t c, std::string_view bytes) {
+            switch (c) {
+                case '\\': out += "\\\\"; return;
+                case '\n': out += "\\n"; return;
+                case '\r': out += "\\r"; return;
+                case '\t': out += "\\t"; return;
+                default: break;
+            }
+            if (c < 0x20 || c == 0x7F)
+                append(out, "\\x%02x", static_cast<unsigned>(c));
+            else if (isActive(c))
+                append(out, "\\u%04x", static_cast<unsigned>(c));
+            else
+                out += bytes;
+        },
+        [](std::string& out, unsigned char byte) { append(out, "\\x%02x", byte); });
+}
+
 std::string json(std::string_view json) {
-    std::string out;
-    out.reserve(json.size());
-    for (std::size_t at = 0; at < json.size();) {
-        const CodePoint c = decode(json, at);
-        if (c.length == 0) {
-            out += "\\ufffd";  // only inside a string can such a byte be; it stands for itself nowhere
-            ++at;
-            continue;
-        }
-        if (isActive(c.value))
-            append(out, "\\u%04x", static_cast<unsigned>(c.value));
-        else
-            out.append(json.substr(at, c.length));
-        at += c.length;
-    }
-    return out;
+    return rewrite(
+        json,
+        [](std::string& out, char32_t c, std::string_view bytes) {
+            if (isActive(c))
+                append(out, "\\u%04x", static_cast<unsigned>(c));
+            else
+                out += bytes;
+        },
+        // Only inside a string can such a byte be; it stands for itself nowhere.
+        [](std::string& out, unsigned char) { out += "\\ufffd"; });
 }
 
 }  // namespace tallywick::EscapedText

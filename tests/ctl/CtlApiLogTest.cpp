@@ -20,47 +20,45 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
+// `tallywickctl events` with `filters`, following the host of `runtime`;
+// its output goes to NAME.out and NAME.err in `folder`.
+pid_t followEvents(const std::string& runtime, const std::filesystem::path& folder, const std::string& name,
+                   const std::string& filters = {}) {
+    return HostProcess::spawn(
+        {"/bin/sh", "-c",
+         std::string("exec '") + TALLYWICKCTL_PATH + "' --runtime-dir '" + runtime + "' events " + filters +
+             " > '" + (folder / (name + ".out")).string() + "'"},
+        (folder / (name + ".err")).string());
+}
+
 }  // namespace
 
 TEST_F(Ctl, EventsFollowTheHostAsJsonLines) {
     const std::string account = agentAccount("watcher");
+    // Changes until a follower has seen one (it needs a moment to connect).
+    const auto changeUntilSeen = [&](const std::filesystem::path& out) {
+        for (int i = 0; i < 100 && slurp(out).find("dataChanged") == std::string::npos; ++i) {
+            ctl({"entry", "add", account, "note", "0"});
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    };
     const auto out = folder_ / "events.out";
-    const pid_t follower =
-        HostProcess::spawn({"/bin/sh", "-c",
-                            std::string("exec '") + TALLYWICKCTL_PATH + "' --runtime-dir '" +
-                                host_->runtimeDirectory() + "' events > '" + out.string() + "'"},
-                           (folder_ / "events.err").string());
-    // Changes until the follower has seen one (it needs a moment to connect).
-    for (int i = 0; i < 100 && slurp(out).find("dataChanged") == std::string::npos; ++i) {
-        ctl({"entry", "add", account, "note", "0"});
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
+    const pid_t follower = followEvents(host_->runtimeDirectory(), folder_, "events");
+    changeUntilSeen(out);
     ::kill(follower, SIGINT);
     int status = 0;
     ::waitpid(follower, &status, 0);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGINT)
         << "status " << status << ": " << slurp(folder_ / "events.err");
-    std::istringstream lines(slurp(out));
-    std::string line;
-    int count = 0;
-    while (std::getline(lines, line)) {
-        EXPECT_TRUE(TallywickCoding::decode<ControlEvent>(line)) << line;
-        ++count;
-    }
-    EXPECT_GE(count, 1);
+    const auto lines = linesOf(slurp(out));
+    EXPECT_FALSE(lines.empty());
+    for (const std::string& line : lines) EXPECT_TRUE(TallywickCoding::decode<ControlEvent>(line)) << line;
 
     // A host that goes away ends the following with the unreachable status;
     // the follower shows it is connected by the first event it prints.
     const auto orphanOut = folder_ / "orphan.out";
-    const pid_t orphan =
-        HostProcess::spawn({"/bin/sh", "-c",
-                            std::string("exec '") + TALLYWICKCTL_PATH + "' --runtime-dir '" +
-                                host_->runtimeDirectory() + "' events > '" + orphanOut.string() + "'"},
-                           (folder_ / "orphan.err").string());
-    for (int i = 0; i < 100 && slurp(orphanOut).find("dataChanged") == std::string::npos; ++i) {
-        ctl({"entry", "add", account, "note", "0"});
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
+    const pid_t orphan = followEvents(host_->runtimeDirectory(), folder_, "orphan");
+    changeUntilSeen(orphanOut);
     ASSERT_NE(slurp(orphanOut).find("dataChanged"), std::string::npos);
     host_->stop();
     ::waitpid(orphan, &status, 0);
@@ -74,11 +72,8 @@ TEST_F(Ctl, LogAndEventsNarrowTheApiCalls) {
     ASSERT_TRUE(alpha->send(initializeLine("alpha")));
     ASSERT_TRUE(beta->send(initializeLine("beta")));
     const auto out = folder_ / "events.out";
-    const pid_t follower = HostProcess::spawn(
-        {"/bin/sh", "-c",
-         std::string("exec '") + TALLYWICKCTL_PATH + "' --runtime-dir '" + host_->runtimeDirectory() +
-             "' events --agent beta --direction request > '" + out.string() + "'"},
-        (folder_ / "events.err").string());
+    const pid_t follower =
+        followEvents(host_->runtimeDirectory(), folder_, "events", "--agent beta --direction request");
     // Both talk until the follower has printed one of beta's requests.
     for (int i = 0; i < 200 && slurp(out).empty(); ++i) {
         ASSERT_TRUE(alpha->send(ping));
